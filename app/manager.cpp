@@ -1,0 +1,102 @@
+#include "app/manager.h"
+
+#include "app/params.h"
+#include "app/print_console.h"
+#include "logging/log_manager.h"
+#include "repair/adapter.h"
+#include "runtime/vexception.h"
+#include "system/default_system_helper.h"
+
+#include <cstdlib>
+#include <memory>
+
+namespace KelvoRepair {
+
+namespace {
+
+using namespace std::string_view_literals;
+
+/// What a command has to work with.
+struct Call
+{
+    Manager& manager;
+    Adapter& adapter;
+    const Params& params;
+};
+
+struct Command
+{
+    const wchar_t* word;
+    void (*execute)(const Call& call);
+};
+
+/// Hands a command's answer to its caller. An answer that was lost on the way is a failure.
+void answer(const std::wstring& document)
+{
+    LogManager::log(LogLevel::Result, L"%s", document.c_str());
+    if (!LogManager::isConsoleIntact())
+        throw vexception(L"Unable to write the answer to standard output", {"KelvoRepair::Manager::go"});
+}
+
+constexpr Command commands[] = {
+    {L"--help", [](const Call& call) { call.manager.usage(); }},
+    {L"--get-service-status",
+        [](const Call& call) {
+            call.params.check(L"--name\0"sv, {});
+            answer(call.adapter.getServiceStatus(call.params.get(L"--name")));
+        }},
+    {L"--repair-kelvo-sql-server",
+        [](const Call& call) {
+            call.adapter.repairKelvoSqlServer();
+            answer(call.adapter.getServiceStatus(L"KelvoSQLServer"));
+        }},
+    {L"--get-system-resources", [](const Call& call) { answer(call.adapter.getSystemResources()); }},
+    {L"--free-system-resources",
+        [](const Call& call) {
+            call.adapter.freeSystemResources();
+            answer(call.adapter.getSystemResources());
+        }},
+    {L"--get-disk-space", [](const Call& call) { answer(call.adapter.getDiskSpace()); }},
+    {L"--free-disk-space",
+        [](const Call& call) {
+            call.adapter.freeDiskSpace();
+            answer(call.adapter.getDiskSpace());
+        }},
+    {L"--reboot",
+        [](const Call& call) {
+            call.params.check(L"--timeout\0"sv, {});
+            // No number is 0, too large a one the largest; -1 becomes the largest unsigned one.
+            const int seconds = _wtoi(call.params.get(L"--timeout").c_str());
+            answer(call.adapter.reboot(static_cast<std::uint32_t>(seconds)));
+        }},
+};
+
+} // namespace
+
+std::int32_t Manager::go(std::int32_t count, const wchar_t* const* arguments)
+{
+    const ParameterMap parameters = parseParameters(count, arguments);
+    const Params params(parameters);
+    Adapter adapter(std::make_shared<KelvoRepairAdapter::DefaultSystemHelper>());
+
+    std::wstring possibleCommands;
+    for (const Command& row : commands) {
+        possibleCommands += possibleCommands.empty() ? L"" : L"\n";
+        possibleCommands += L"   ";
+        possibleCommands += row.word;
+        if (command() == row.word) {
+            row.execute({*this, adapter, params});
+            return 0;
+        }
+    }
+    cmdNotSupported(possibleCommands);
+}
+
+void Manager::usage()
+{
+    printConsole(L"\nusage: mendkit [options] ...\n\n\n--help\n\n--get-service-status --name=<service>\n"
+                 L"--repair-kelvo-sql-server\n\n--get-system-resources\n--free-system-resources\n\n"
+                 L"--get-disk-space\n--free-disk-space\n\n--reboot --timeout=<seconds>\n");
+}
+
+} // namespace KelvoRepair

@@ -1,0 +1,76 @@
+#include "app/vconsoleapp.h"
+
+#include "logging/log_manager.h"
+#include "runtime/format.h"
+#include "runtime/mask.h"
+#include "runtime/operation.h"
+#include "runtime/vexception.h"
+
+#include <windows.h>
+
+vconsoleapp* theApplication = nullptr;
+
+vconsoleapp::~vconsoleapp()
+{
+    theApplication = nullptr;
+}
+
+std::int32_t vconsoleapp::go(std::int32_t, const wchar_t* const*)
+{
+    throw vexception(L"Invalid command " + command_, {"vconsoleapp::go", 68});
+}
+
+void vconsoleapp::usage()
+{
+    throw vexception(L"Missing command parameter", {"vconsoleapp::usage", 100});
+}
+
+void vconsoleapp::cmdNotSupported(const std::wstring& possibleCommands) const
+{
+    throw vexception(L"command " + command_ + L" not supported. Possible commands:\n" + possibleCommands,
+        {"vconsoleapp::cmdNotSupported", 56});
+}
+
+std::int32_t vconsoleapp::start(std::int32_t argc, const wchar_t* const* argv)
+{
+    const auto describe = [&] {
+        return formatString(L"Unable to execute console command: '%s'", maskCommandLine(command_).c_str());
+    };
+    return operation({"vconsoleapp::start", 95}, describe, [&](Span&) -> std::int32_t {
+        if (argc > 1) {
+            command_ = argv[1];
+            return go(argc - 2, argv + 2);
+        }
+        if (command_.empty())
+            usage();
+        return 1;
+    });
+}
+
+std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noexcept
+{
+    std::int32_t result = 1;
+    // The frame's own translator ends with the frame; this one also covers what is logged about a failure.
+    const structured_exception::TranslatorScope translator;
+    try {
+        std::wstring commandLine;
+        const auto describe
+            = [&] { return formatString(L"Unable to execute command: '%s'", commandLine.c_str()); };
+        operation({"vconsoleapp::run", 117}, describe, [&](Span& span) {
+            commandLine = maskCommandLine(GetCommandLineW());
+            LogManager::log(LogLevel::Info, L"Start command: '%s'", commandLine.c_str());
+            const std::int32_t code = start(argc, argv);
+            LogManager::log(LogLevel::Info, L"End command '%s' with code: %d", commandLine.c_str(), code);
+            if (span.isActive())
+                span.tag("if_error", describe());
+            result = code;
+        });
+    } catch (const vexception& failure) {
+        result = 1;
+        LogManager::log(LogLevel::Error, failure);
+    } catch (...) { // the ladder itself failed: no memory
+        result = 1;
+        LogManager::log(LogLevel::Error, L"Unexpected error");
+    }
+    return result;
+}

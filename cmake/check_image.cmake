@@ -1,0 +1,27 @@
+# Fails the build of a program that Windows would load with less protection, or with other DLLs, than intended.
+# Usage: cmake -DOBJDUMP=<objdump> -DIMAGE=<file.exe> -P check_image.cmake
+execute_process(COMMAND ${OBJDUMP} -p ${IMAGE} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+
+function(require pattern what)
+  if(NOT headers MATCHES "${pattern}")
+    message(FATAL_ERROR "${IMAGE}: ${what} is missing")
+  endif()
+endfunction()
+
+require("HIGH_ENTROPY_VA" "high-entropy ASLR")
+require("DYNAMIC_BASE" "ASLR")
+require("NX_COMPAT" "NX")
+require("Magic[ \t]+020b" "the 64-bit image format")
+# Without a relocation table the loader could not move the image, whatever its flags say.
+require("Entry 5 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Base Relocation" "the relocation table")
+
+# All of these are loaded by every process or come from the loader's own list of system DLLs, so nobody can put
+# another one of the name beside the program. A DLL more is also a slower start: think before adding one.
+set(expected ADVAPI32.dll KERNEL32.dll api-ms-win-core-path-l1-1-0.dll msvcrt.dll)
+string(REGEX MATCHALL "DLL Name: [^\n\r]+" names "${headers}")
+list(TRANSFORM names REPLACE "DLL Name: " "")
+list(REMOVE_DUPLICATES names)
+list(SORT names COMPARE STRING)
+if(NOT names STREQUAL expected)
+  message(FATAL_ERROR "${IMAGE} imports ${names}, expected ${expected}")
+endif()

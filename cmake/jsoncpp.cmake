@@ -1,0 +1,10 @@
+# JsonCpp for the target: Debian has it for its own machines only, so it is built here from Debian's source.
+if(NOT EXISTS ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_value.cpp)
+  message(FATAL_ERROR "No JsonCpp source in ${MENDKIT_JSONCPP_SOURCE}: run ./scripts/setup first")
+endif()
+add_library(jsoncpp STATIC
+  ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_reader.cpp
+  ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_value.cpp
+  ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_writer.cpp)
+target_include_directories(jsoncpp SYSTEM PUBLIC ${MENDKIT_JSONCPP_SOURCE}/include)
+target_compile_options(jsoncpp PRIVATE -ffile-prefix-map=${MENDKIT_JSONCPP_SOURCE}=jsoncpp)

@@ -1,0 +1,43 @@
+# Compiler settings of all own code, carried by one target.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_FLAGS_RELEASE "-O2 -g -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -g -DNDEBUG")
+
+# For every object, third-party ones too: equal bytes from any folder (build folder first, it lies in the
+# source folder), and sections that the linker can drop.
+add_compile_options(
+  $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${CMAKE_BINARY_DIR}=build>
+  $<$<COMPILE_LANGUAGE:C,CXX>:-ffile-prefix-map=${CMAKE_SOURCE_DIR}=.>
+  $<$<COMPILE_LANGUAGE:C,CXX>:-ffunction-sections>
+  $<$<COMPILE_LANGUAGE:C,CXX>:-fdata-sections>)
+# One meaning of TCHAR everywhere: <comdef.h> has classes whose layout depends on it.
+add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0A00)
+add_link_options(-static -Wl,--gc-sections -Wl,--no-insert-timestamp)
+
+add_library(mendkit_settings INTERFACE)
+target_compile_options(mendkit_settings INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-Wall>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wextra>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wformat=2>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wshadow>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Werror>
+  # Faults become C++ exceptions: a try around code that "cannot throw" must survive the optimiser.
+  $<$<COMPILE_LANGUAGE:CXX>:-fnon-call-exceptions>
+  $<$<COMPILE_LANGUAGE:CXX>:-fstack-protector-strong>)
+target_link_options(mendkit_settings INTERFACE -fstack-protector-strong)
+target_compile_definitions(mendkit_settings INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX)
+target_include_directories(mendkit_settings INTERFACE ${CMAKE_SOURCE_DIR})
+
+# mendkit_library(<name> DEPENDS <targets> SOURCES <files> [TESTS <files>])
+# One floor of the house, and its test program when it has tests.
+function(mendkit_library name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS;SOURCES;TESTS")
+  add_library(${name} STATIC ${arg_SOURCES})
+  target_link_libraries(${name} PUBLIC mendkit_settings ${arg_DEPENDS})
+  if(MENDKIT_TESTS AND arg_TESTS)
+    mendkit_test(${name}_test LIBRARIES ${name} SOURCES ${arg_TESTS})
+  endif()
+endfunction()

@@ -1,0 +1,15 @@
+# GoogleTest from Debian's source, and the way in which every test program is registered.
+if(MENDKIT_TESTS)
+  enable_testing()
+  set(INSTALL_GTEST OFF)
+  add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+  include(GoogleTest)
+endif()
+
+# mendkit_test(<name> LIBRARIES <targets> SOURCES <files> [PROPERTIES <ctest properties>])
+function(mendkit_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES;SOURCES;PROPERTIES")
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} mendkit_settings GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 60 ${arg_PROPERTIES})
+endfunction()

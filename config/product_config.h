@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+/// The panel's machine-wide settings: the values of one registry key, in the 32-bit view.
+namespace config {
+
+inline constexpr wchar_t configKey[] = L"SOFTWARE\\Kelvo\\ZRM Config\\Config";
+/// The view in which every value is read, as the functions of `registry` number it.
+inline constexpr int configView = 1;
+
+/// Reads a value of the key. @return the system's status; see registry::lookup, also for what is thrown
+LSTATUS lookup(const std::wstring& name, DWORD& number);
+LSTATUS lookup(const std::wstring& name, std::wstring& text);
+
+/// PRODUCT_ROOT_D, the panel's installation directory.
+/// @throws vosexception when it is not set; vexception when it has the wrong type
+std::wstring productRoot();
+
+/// The switch `Debug`: records of the lower levels go to the log file and the event log too. Never throws.
+bool isDebug() noexcept;
+
+/// PipeConnectTryCount, how often to try to reach the management service; `fallback` when it is 0 or not set.
+/// Never throws; after a value of the wrong type it is not read again.
+DWORD pipeConnectTryCount(DWORD fallback) noexcept;
+
+} // namespace config

@@ -1,0 +1,17 @@
+#pragma once
+
+#include "logging/log_level.h"
+#include "runtime/vexception.h"
+
+#include <string>
+
+/// A sink of records besides the log manager's own. Registered with LogManager::addHandler, which does not
+/// own it. What a handler throws is dropped.
+class ILogHandler
+{
+public:
+    virtual ~ILogHandler() = default;
+    /// A logged exception; unless overridden, its full text goes to the other one.
+    virtual void log(LogLevel level, const vexception& failure) { log(level, failure.fullText()); }
+    virtual void log(LogLevel level, const std::wstring& message) = 0;
+};

@@ -1,0 +1,64 @@
+#include "logging/log_file.h"
+
+#include "config/product_config.h"
+#include "runtime/module.h"
+#include "runtime/path.h"
+#include "runtime/vdatetime.h"
+#include "runtime/vosexception.h"
+
+#include <mutex>
+#include <utility>
+
+namespace {
+
+constexpr wchar_t byteOrderMark = 0xfeff;
+
+void append(const std::wstring& path, const std::wstring& line)
+{
+    const RaiseSite site("LogFile::write");
+    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file)
+        throwOsError(GetLastError(), L"CreateFile '" + path + L"'", site);
+    LARGE_INTEGER end;
+    if (!SetFilePointerEx(file.get(), {}, &end, FILE_END))
+        throwOsError(GetLastError(), L"SetFilePointer '" + path + L"'", site);
+
+    const std::wstring record = end.QuadPart == 0 ? byteOrderMark + line : line;
+    // This offset makes the system append: a writer that does not take the mutex can get between two lines, but
+    // never into one.
+    OVERLAPPED atEnd{};
+    atEnd.Offset = atEnd.OffsetHigh = 0xffffffff;
+    const DWORD size = static_cast<DWORD>(record.size() * sizeof(wchar_t));
+    DWORD written = 0;
+    if (!WriteFile(file.get(), record.data(), size, &written, &atEnd) || written != size)
+        throwOsError(GetLastError(), L"WriteFile '" + path + L"'", site);
+}
+
+} // namespace
+
+LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name)), enabled_(enabledDefault)
+{
+    if (name_.empty())
+        name_ = moduleTitle();
+    config::lookup(L"log_" + name_ + L"_enabled", enabled_);
+    if (!enabled_)
+        return;
+
+    std::wstring root;
+    config::lookup(L"PRODUCT_ROOT_D", root); // without one, the directory is relative
+    directory_ = path::combine(root, L"admin\\logs");
+    mutex_.emplace(L"kelvolog_" + name_ + L"_mutex");
+}
+
+void LogFile::write(const std::wstring& text)
+{
+    if (!enabled_)
+        return;
+    const std::lock_guard lock(*mutex_);
+    // The time is taken while the mutex is held: lines stand in the order of their stamps.
+    const std::wstring file = L"kelvolog_" + name_ + VDateTime::local().compactDate() + L".log";
+    append(path::combine(directory_, file),
+        VDateTime::local().timeStamp() + L" " + std::to_wstring(GetCurrentProcessId()) + L" "
+            + std::to_wstring(GetCurrentThreadId()) + L" " + text + L"\r\n");
+}

@@ -1,0 +1,150 @@
+#include "logging/log_manager.h"
+
+#include "config/product_config.h"
+#include "logging/console.h"
+#include "logging/execute_context.h"
+#include "logging/log_file.h"
+#include "runtime/text.h"
+
+#include <string_view>
+
+namespace {
+
+bool isOn(const bool (&switches)[logLevelCount], LogLevel level)
+{
+    const auto index = static_cast<std::size_t>(level);
+    return index < logLevelCount && switches[index];
+}
+
+void setDefaults(LogSettings& settings)
+{
+    for (std::size_t index = 0; index < logLevelCount; ++index) {
+        const auto level = static_cast<LogLevel>(index);
+        settings.console[index] = level >= LogLevel::Result;
+        settings.eventLog[index] = isSevere(level) || LogManager::isDebug();
+    }
+}
+
+void writeToFile(LogLevel level, const std::wstring& message)
+{
+    const std::string_view name = LogManager::levelName(level);
+    LogFile(L"debug", true).write(std::wstring(name.begin(), name.end()) + L": " + message);
+}
+
+void callHandlers(const LogHandlerList& handlers, LogLevel level, const std::wstring& message, const vexception* failure)
+{
+    for (const LogHandlerNode* node = handlers.first; node;) {
+        ILogHandler* const handler = node->handler;
+        node = node->next; // first: the handler may remove itself
+        try {
+            if (failure)
+                handler->log(level, *failure);
+            else
+                handler->log(level, message);
+        } catch (...) {
+        }
+    }
+}
+
+/// One sink's turn. A failure cannot be logged from inside the logging; it ends here.
+template <typename Sink>
+void attempt(Sink sink) noexcept
+{
+    try {
+        sink();
+    } catch (...) {
+    }
+}
+
+} // namespace
+
+LogManager::LogManager()
+{
+    bool created = false;
+    settings_ = &ExecuteContext::settings(created);
+    if (created)
+        setDefaults(*settings_);
+}
+
+LogManager& LogManager::instance()
+{
+    static LogManager manager;
+    return manager;
+}
+
+void LogManager::log(LogLevel level, const vexception& failure) noexcept
+{
+    try {
+        instance().dispatch(level, failure.fullText(), &failure);
+    } catch (...) {
+    }
+}
+
+void LogManager::dispatch(LogLevel level, const std::wstring& message, const vexception* failure)
+{
+    if (isDebug() || isSevere(level))
+        attempt([&] { writeToFile(level, message); });
+    if (isOn(settings_->eventLog, level))
+        attempt([&] { eventLog_.report(level, message); });
+    if (isOn(settings_->console, level))
+        dispatchToConsole(message);
+    callHandlers(settings_->handlers, level, message, failure);
+}
+
+void LogManager::dispatchToConsole(const std::wstring& message)
+{
+    bool written = false;
+    attempt([&] {
+        const std::string separator = settings_->consoleUsed ? "\n" : "";
+        const std::string text = separator + toNarrow(message, utf8CodePage);
+        settings_->consoleUsed = true;
+        written = writeConsole(text);
+    });
+    consoleIntact_ = consoleIntact_ && written;
+}
+
+void LogManager::addHandler(ILogHandler* handler)
+{
+    settings().handlers.append(handler);
+}
+
+void LogManager::removeHandler(ILogHandler* handler) noexcept
+{
+    attempt([&] { settings().handlers.remove(handler); });
+}
+
+const char* LogManager::levelName(LogLevel level) noexcept
+{
+    constexpr const char* names[logLevelCount] = {"Info", "Warning", "Result", "Error", "Unexpected", "Crash"};
+    const auto index = static_cast<std::size_t>(level);
+    return index < logLevelCount ? names[index] : "Unknown level";
+}
+
+bool LogManager::isDebug() noexcept
+{
+    return config::isDebug();
+}
+
+HANDLE LogManager::getEventLog()
+{
+    return instance().eventLog_.handle();
+}
+
+LogSettings& LogManager::settings()
+{
+    return *instance().settings_;
+}
+
+void LogManager::resetSettings()
+{
+    setDefaults(settings());
+}
+
+bool LogManager::isConsoleIntact() noexcept
+{
+    try {
+        return instance().consoleIntact_;
+    } catch (...) {
+        return false;
+    }
+}

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Hides secrets in a command line before it is shown or recorded anywhere: in a token name=value whose name
+/// contains "password" or "pwd", each part behind an "=" becomes "*" (--db-password=a=b gives
+/// --db-password=*=*). Everything else, white space included, stays as it is.
+/// A quoted stretch belongs to its token, by the system's own rules for command lines, so no part of a quoted
+/// secret survives; a masked token has no quotes of its own.
+std::wstring maskCommandLine(std::wstring_view commandLine);

@@ -1,0 +1,26 @@
+#include "runtime/module.h"
+
+#include "runtime/path.h"
+#include "runtime/vosexception.h"
+
+#include <windows.h>
+
+std::wstring moduleFileName()
+{
+    std::wstring name(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
+        if (length == 0)
+            throwOsError(GetLastError(), L"GetModuleFileName", {"moduleName"});
+        if (length < name.size()) { // a full buffer means a name that was cut
+            name.resize(length);
+            return name;
+        }
+        name.resize(name.size() * 2);
+    }
+}
+
+std::wstring moduleTitle()
+{
+    return std::wstring(path::fileTitle(moduleFileName()));
+}

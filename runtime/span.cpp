@@ -1,0 +1,44 @@
+#include "runtime/span.h"
+
+#include "runtime/text.h"
+
+#include <utility>
+
+namespace {
+ITracer* processTracer = nullptr; // weak
+}
+
+ITracer* setTracer(ITracer* tracer) noexcept
+{
+    return std::exchange(processTracer, tracer);
+}
+
+Span::Span(const RaiseSite& site) noexcept
+{
+    if (!processTracer)
+        return;
+    try {
+        span_ = processTracer->start(site);
+    } catch (...) {
+    }
+}
+
+void Span::fail(const std::wstring& text) noexcept
+{
+    if (!span_)
+        return;
+    try {
+        span_->fail(toNarrow(text, ansiCodePage));
+    } catch (...) {
+    }
+}
+
+void Span::tag(const char* key, const std::wstring& value) noexcept
+{
+    if (!span_)
+        return;
+    try {
+        span_->tag(key, toNarrow(value, ansiCodePage));
+    } catch (...) {
+    }
+}

@@ -1,0 +1,39 @@
+#include "runtime/vdatetime.h"
+
+#include "runtime/format.h"
+#include "runtime/vosexception.h"
+
+namespace {
+
+std::int64_t ticks(const SYSTEMTIME& time)
+{
+    FILETIME value;
+    if (!SystemTimeToFileTime(&time, &value))
+        throwOsError(GetLastError(), L"SystemTimeToFileTime", {"VDateTime::operator-"});
+    return static_cast<std::int64_t>((std::uint64_t{value.dwHighDateTime} << 32) | value.dwLowDateTime);
+}
+
+} // namespace
+
+VDateTime VDateTime::local() noexcept
+{
+    SYSTEMTIME now;
+    GetLocalTime(&now);
+    return VDateTime(now);
+}
+
+std::wstring VDateTime::compactDate() const
+{
+    return formatString(L"%04d%02d%02d", time_.wYear, time_.wMonth, time_.wDay);
+}
+
+std::wstring VDateTime::timeStamp() const
+{
+    return formatString(L"%04d%s%02d%s%02d %02d:%02d:%02d.%03d", time_.wYear, L"/", time_.wMonth, L"/", time_.wDay,
+        time_.wHour, time_.wMinute, time_.wSecond, time_.wMilliseconds);
+}
+
+std::int64_t VDateTime::operator-(const VDateTime& earlier) const
+{
+    return ticks(time_) - ticks(earlier.time_);
+}

@@ -1,0 +1,129 @@
+# Shared by the scripts of this folder: where things lie, what a bare machine lacks, the build, the Wine prefix.
+# shellcheck shell=bash
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+preset=${MENDKIT_PRESET:-release}
+build_dir=$root/build/$preset
+
+# Everything below is private to this checkout; the user's own prefix is never touched.
+export WINEPREFIX=$root/build/prefix
+export WINEDEBUG=${WINEDEBUG:--all}
+# No offers to download the .NET and HTML engines, which nothing here needs.
+export WINEDLLOVERRIDES="mscoree,mshtml="
+unset DISPLAY WAYLAND_DISPLAY
+# Arguments cross from Linux to Windows in the character set of the locale.
+case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in
+*UTF-8 | *utf8) ;;
+*) export LC_ALL=C.UTF-8 ;;
+esac
+
+jsoncpp_version=1.9.5
+jsoncpp_sha256=f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2
+build_packages=(ca-certificates cmake g++-mingw-w64-x86-64-posix googletest ninja-build wine wine64)
+check_packages=(clang-format clang-tidy)
+
+say() { printf '%s\n' "$*" >&2; }
+
+as_root() {
+    if [ "$(id -u)" = 0 ]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        say "This needs root: $*"
+        return 1
+    fi
+}
+
+# Runs a command in silence; its output is shown only when it fails.
+quietly() {
+    local log
+    log=$(mktemp)
+    if "$@" >"$log" 2>&1 </dev/null; then
+        rm -f "$log"
+        return 0
+    fi
+    say "Failed: $*"
+    cat "$log" >&2
+    rm -f "$log"
+    return 1
+}
+
+ensure_packages() {
+    local missing=() package
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    say "Installing ${missing[*]} ..."
+    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get update
+    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+}
+
+# Debian's source package of JsonCpp, without touching the machine's own list of sources.
+ensure_jsoncpp() {
+    local target=$root/build/deps/jsoncpp
+    [ -e "$target/.complete" ] && return 0
+    say "Fetching the source of JsonCpp $jsoncpp_version ..."
+    local work=$root/build/deps/fetch
+    rm -rf "$work" "$target"
+    mkdir -p "$work/sources" "$work/lists/partial" "$target"
+    local file
+    for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
+        [ -s "$file" ] && sed -nE 's/^[[:space:]]*deb[[:space:]]/deb-src /p' "$file" >"$work/sources/$(basename "$file" .list).list"
+    done
+    for file in /etc/apt/sources.list.d/*.sources; do
+        [ -s "$file" ] && sed -E 's/^Types:.*/Types: deb-src/' "$file" >"$work/sources/$(basename "$file")"
+    done
+    local apt=(apt-get -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$work/sources"
+        -o "Dir::State::lists=$work/lists" -o "Dir::Cache::srcpkgcache=" -o "Dir::Cache::pkgcache="
+        -o APT::Sandbox::User=root)
+    quietly "${apt[@]}" update
+    (cd "$work" && quietly "${apt[@]}" source --download-only libjsoncpp)
+    local archive=$work/libjsoncpp_$jsoncpp_version.orig.tar.gz
+    if ! echo "$jsoncpp_sha256  $archive" | sha256sum --check --status; then
+        say "The source of JsonCpp is not the expected $jsoncpp_version"
+        return 1
+    fi
+    tar -xzf "$archive" -C "$target" --strip-components 1
+    rm -rf "$work"
+    touch "$target/.complete"
+}
+
+build() {
+    local started=$SECONDS
+    if [ ! -e "$build_dir/build.ninja" ]; then
+        say "Building ($preset) ..."
+        (cd "$root" && quietly cmake --preset "$preset")
+    fi
+    quietly cmake --build "$build_dir" "$@"
+    [ $((SECONDS - started)) -lt 5 ] || say "Built in $((SECONDS - started)) s."
+}
+
+ensure_prefix() {
+    [ -e "$WINEPREFIX/.complete" ] && return 0
+    say "Preparing a private Wine prefix ..."
+    rm -rf "$WINEPREFIX"
+    mkdir -p "$root/build"
+    quietly wineboot --init
+    # Without a debugger a crash ends the process at once and prints nothing into captured output.
+    quietly wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d '' /f
+    wineserver --wait
+    touch "$WINEPREFIX/.complete"
+}
+
+# Wine's background processes keep the streams of whoever starts them: start them with none, so that a caller
+# who reads our standard error to its end is not kept waiting by them.
+start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
+
+# One set-up at a time in a checkout; the lock goes with the shell that holds it, not with Wine's processes.
+setup_and_build() {
+    mkdir -p "$root/build"
+    (
+        flock 9
+        ensure_packages "${build_packages[@]}" 9>&-
+        ensure_jsoncpp 9>&-
+        build "$@" 9>&-
+        ensure_prefix 9>&-
+    ) 9>"$root/build/.lock" >&2
+}
