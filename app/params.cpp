@@ -48,8 +48,8 @@ ParameterMap parseParameters(std::int32_t count, const wchar_t* const* arguments
     for (std::int32_t index = 0; index < count; ++index) {
         const std::wstring_view argument = arguments[index];
         const std::size_t equals = argument.find(L'=');
-        const std::wstring_view value
-            = equals == std::wstring_view::npos ? std::wstring_view() : argument.substr(equals + 1);
+        const std::wstring_view value =
+            equals == std::wstring_view::npos ? std::wstring_view() : argument.substr(equals + 1);
         parameters.insert_or_assign(std::wstring(argument.substr(0, equals)), std::wstring(value));
     }
     return parameters;

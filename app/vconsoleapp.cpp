@@ -17,7 +17,7 @@ vconsoleapp::~vconsoleapp()
 
 std::int32_t vconsoleapp::go(std::int32_t, const wchar_t* const*)
 {
-    throw vexception(L"Invalid command " + command_, {"vconsoleapp::go", 68});
+    throw vexception(L"Invalid command " + maskArgument(command_), {"vconsoleapp::go", 68});
 }
 
 void vconsoleapp::usage()
@@ -27,14 +27,15 @@ void vconsoleapp::usage()
 
 void vconsoleapp::cmdNotSupported(const std::wstring& possibleCommands) const
 {
-    throw vexception(L"command " + command_ + L" not supported. Possible commands:\n" + possibleCommands,
+    throw vexception(
+        L"command " + maskArgument(command_) + L" not supported. Possible commands:\n" + possibleCommands,
         {"vconsoleapp::cmdNotSupported", 56});
 }
 
 std::int32_t vconsoleapp::start(std::int32_t argc, const wchar_t* const* argv)
 {
     const auto describe = [&] {
-        return formatString(L"Unable to execute console command: '%s'", maskCommandLine(command_).c_str());
+        return formatString(L"Unable to execute console command: '%s'", maskArgument(command_).c_str());
     };
     return operation({"vconsoleapp::start", 95}, describe, [&](Span&) -> std::int32_t {
         if (argc > 1) {
@@ -54,8 +55,9 @@ std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noe
     const structured_exception::TranslatorScope translator;
     try {
         std::wstring commandLine;
-        const auto describe
-            = [&] { return formatString(L"Unable to execute command: '%s'", commandLine.c_str()); };
+        const auto describe = [&] {
+            return formatString(L"Unable to execute command: '%s'", commandLine.c_str());
+        };
         operation({"vconsoleapp::run", 117}, describe, [&](Span& span) {
             commandLine = maskCommandLine(GetCommandLineW());
             LogManager::log(LogLevel::Info, L"Start command: '%s'", commandLine.c_str());

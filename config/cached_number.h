@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-/// A REG_DWORD of the product's key that is consulted all the time: read on the 1st, 17th, 33rd ... query, the
-/// last number read in between, 0 before. A missing value leaves the number as it was.
+/// A REG_DWORD of the product's key that is consulted all the time: read on the 1st, 17th, 33rd ... query,
+/// the last number read in between, 0 before. A missing value leaves the number as it was.
 class CachedNumber
 {
 public:

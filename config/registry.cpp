@@ -31,8 +31,8 @@ REGSAM viewAccess(int view)
 LSTATUS lookupNumber(HKEY key, const std::wstring& name, DWORD& number, const std::wstring& shownAs)
 {
     DWORD type = REG_NONE, data = 0, size = sizeof data;
-    const LSTATUS status
-        = RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
+    const LSTATUS status =
+        RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
     if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA)
         return status;
     if (type != REG_DWORD)
@@ -48,7 +48,8 @@ bool isText(DWORD type)
     return type == REG_SZ || type == REG_EXPAND_SZ;
 }
 
-LSTATUS lookupText(HKEY key, const std::wstring& name, std::wstring& text, DWORD expected, const std::wstring& shownAs)
+LSTATUS lookupText(
+    HKEY key, const std::wstring& name, std::wstring& text, DWORD expected, const std::wstring& shownAs)
 {
     DWORD type = REG_NONE, size = 0;
     LSTATUS status = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_ANY, &type, nullptr, &size);
@@ -72,15 +73,15 @@ template <typename Read>
 LSTATUS withKey(HKEY root, const std::wstring& subKey, int view, Read read)
 {
     UniqueRegistryKey key;
-    const LSTATUS status
-        = RegOpenKeyExW(root, subKey.c_str(), 0, KEY_QUERY_VALUE | viewAccess(view), key.receive());
+    const LSTATUS status =
+        RegOpenKeyExW(root, subKey.c_str(), 0, KEY_QUERY_VALUE | viewAccess(view), key.receive());
     return status == ERROR_SUCCESS ? read(key.get()) : status;
 }
 
 void setValue(HKEY key, const std::wstring& name, DWORD type, const void* data, std::size_t size)
 {
-    const LSTATUS status = RegSetValueExW(
-        key, name.c_str(), 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
+    const LSTATUS status =
+        RegSetValueExW(key, name.c_str(), 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size));
     if (status != ERROR_SUCCESS)
         throwOsError(static_cast<DWORD>(status), L"RegSetValueEx valueName=" + name, {"registry::set"});
 }
@@ -99,8 +100,8 @@ UniqueRegistryKey open(HKEY root, const std::wstring& subKey, REGSAM access)
 UniqueRegistryKey create(HKEY root, const std::wstring& subKey, REGSAM access)
 {
     UniqueRegistryKey key;
-    const LSTATUS status
-        = RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, 0, access, nullptr, key.receive(), nullptr);
+    const LSTATUS status =
+        RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, 0, access, nullptr, key.receive(), nullptr);
     if (status != ERROR_SUCCESS)
         throwOsError(static_cast<DWORD>(status), L"RegCreateKeyEx subKey=" + subKey, {"registry::create"});
     return key;
@@ -125,8 +126,8 @@ LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, 
 LSTATUS lookup(
     HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text, DWORD type, int view)
 {
-    return withKey(
-        root, subKey, view, [&](HKEY key) { return lookupText(key, name, text, type, subKey + L"\\" + name); });
+    return withKey(root, subKey, view,
+        [&](HKEY key) { return lookupText(key, name, text, type, subKey + L"\\" + name); });
 }
 
 std::wstring getstr(HKEY root, const std::wstring& subKey, const std::wstring& name, int view)

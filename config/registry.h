@@ -4,11 +4,11 @@
 
 #include <string>
 
-/// Access to the registry. `root` is a predefined key; `view` picks the registry view: 1 the 32-bit one, 2 or 3
-/// the 64-bit one, anything else the caller's own.
+/// Access to the registry. `root` is a predefined key; `view` picks the registry view: 1 the 32-bit one, 2 or
+/// 3 the 64-bit one, anything else the caller's own.
 ///
-/// The lookups return the system's status (0 for success, ERROR_FILE_NOT_FOUND for a missing key or value) and
-/// leave the output alone unless they succeed; a value of the wrong type or size is a vexception.
+/// The lookups return the system's status (0 for success, ERROR_FILE_NOT_FOUND for a missing key or value)
+/// and leave the output alone unless they succeed; a value of the wrong type or size is a vexception.
 namespace registry {
 
 /// @param access  rights, with KEY_WOW64_32KEY or KEY_WOW64_64KEY for a view
@@ -30,10 +30,11 @@ LSTATUS lookup(HKEY key, const std::wstring& name, std::wstring& text);
 LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, DWORD& number, int view);
 
 /// @param type  the type that the value must have; REG_SZ and REG_EXPAND_SZ stand for each other
-LSTATUS lookup(
-    HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text, DWORD type, int view);
+LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text,
+    DWORD type, int view);
 
-/// A text that must be there. @throws vosexception "lookup subKey=... value=..."; vexception as the lookups do
+/// A text that must be there. @throws vosexception "lookup subKey=... value=..."; vexception as the lookups
+/// do
 std::wstring getstr(HKEY root, const std::wstring& subKey, const std::wstring& name, int view);
 
 /// @throws vosexception "RegSetValueEx valueName=..."

@@ -23,15 +23,17 @@ void registerSource(const std::wstring& sourceName)
     const std::lock_guard lock(mutex);
 
     UniqueRegistryKey log;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, logKey, 0, KEY_QUERY_VALUE, log.receive()) == ERROR_FILE_NOT_FOUND) {
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, logKey, 0, KEY_QUERY_VALUE, log.receive()) ==
+        ERROR_FILE_NOT_FOUND) {
         log = registry::create(HKEY_LOCAL_MACHINE, logKey, KEY_ALL_ACCESS);
         registry::set(log.get(), L"MaxSize", 0x800000);
         registry::set(log.get(), L"Retention", 0);
     }
 
-    const UniqueRegistryKey source = registry::create(HKEY_LOCAL_MACHINE,
-        sourcesKey + sourceName, KEY_SET_VALUE);
-    registry::set(source.get(), L"TypesSupported", EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
+    const UniqueRegistryKey source =
+        registry::create(HKEY_LOCAL_MACHINE, sourcesKey + sourceName, KEY_SET_VALUE);
+    registry::set(source.get(), L"TypesSupported",
+        EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
     registry::set(source.get(), L"EventMessageFile",
         path::combine(config::productRoot(), L"admin\\bin64\\eventmsg.dll"));
 }

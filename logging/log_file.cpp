@@ -16,8 +16,8 @@ constexpr wchar_t byteOrderMark = 0xfeff;
 void append(const std::wstring& path, const std::wstring& line)
 {
     const RaiseSite site("LogFile::write");
-    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         throwOsError(GetLastError(), L"CreateFile '" + path + L"'", site);
     LARGE_INTEGER end;
@@ -25,8 +25,8 @@ void append(const std::wstring& path, const std::wstring& line)
         throwOsError(GetLastError(), L"SetFilePointer '" + path + L"'", site);
 
     const std::wstring record = end.QuadPart == 0 ? byteOrderMark + line : line;
-    // This offset makes the system append: a writer that does not take the mutex can get between two lines, but
-    // never into one.
+    // This offset makes the system append: a writer that does not take the mutex can get between two lines,
+    // but never into one.
     OVERLAPPED atEnd{};
     atEnd.Offset = atEnd.OffsetHigh = 0xffffffff;
     const DWORD size = static_cast<DWORD>(record.size() * sizeof(wchar_t));
@@ -59,6 +59,6 @@ void LogFile::write(const std::wstring& text)
     // The time is taken while the mutex is held: lines stand in the order of their stamps.
     const std::wstring file = L"kelvolog_" + name_ + VDateTime::local().compactDate() + L".log";
     append(path::combine(directory_, file),
-        VDateTime::local().timeStamp() + L" " + std::to_wstring(GetCurrentProcessId()) + L" "
-            + std::to_wstring(GetCurrentThreadId()) + L" " + text + L"\r\n");
+        VDateTime::local().timeStamp() + L" " + std::to_wstring(GetCurrentProcessId()) + L" " +
+            std::to_wstring(GetCurrentThreadId()) + L" " + text + L"\r\n");
 }

@@ -3,7 +3,15 @@
 #include <cstddef>
 #include <cstdint>
 
-enum class LogLevel : std::int32_t { Info, Warning, Result, Error, Unexpected, Crash };
+enum class LogLevel : std::int32_t
+{
+    Info,
+    Warning,
+    Result,
+    Error,
+    Unexpected,
+    Crash
+};
 
 inline constexpr std::size_t logLevelCount = 6;
 

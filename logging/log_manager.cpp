@@ -31,7 +31,8 @@ void writeToFile(LogLevel level, const std::wstring& message)
     LogFile(L"debug", true).write(std::wstring(name.begin(), name.end()) + L": " + message);
 }
 
-void callHandlers(const LogHandlerList& handlers, LogLevel level, const std::wstring& message, const vexception* failure)
+void callHandlers(
+    const LogHandlerList& handlers, LogLevel level, const std::wstring& message, const vexception* failure)
 {
     for (const LogHandlerNode* node = handlers.first; node;) {
         ILogHandler* const handler = node->handler;
@@ -115,7 +116,8 @@ void LogManager::removeHandler(ILogHandler* handler) noexcept
 
 const char* LogManager::levelName(LogLevel level) noexcept
 {
-    constexpr const char* names[logLevelCount] = {"Info", "Warning", "Result", "Error", "Unexpected", "Crash"};
+    constexpr const char* names[logLevelCount] = {
+        "Info", "Warning", "Result", "Error", "Unexpected", "Crash"};
     const auto index = static_cast<std::size_t>(level);
     return index < logLevelCount ? names[index] : "Unknown level";
 }

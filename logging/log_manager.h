@@ -9,9 +9,9 @@
 
 #include <string>
 
-/// The one way out for everything the program says: progress, answers, failures. The level of a record decides
-/// which sinks get it: the debug log file, the Windows event log, standard output, the registered handlers.
-/// Logging never throws, and a sink that fails costs no other sink its record.
+/// The one way out for everything the program says: progress, answers, failures. The level of a record
+/// decides which sinks get it: the debug log file, the Windows event log, standard output, the registered
+/// handlers. Logging never throws, and a sink that fails costs no other sink its record.
 class LogManager
 {
 public:

@@ -7,8 +7,8 @@
 class ILogHandler;
 
 // The process's log settings, shared by all modules of the product that are loaded into it. Such a module may
-// come from another compiler, so these are plain records, field by field as every module knows them, and their
-// memory is of the process heap.
+// come from another compiler, so these are plain records, field by field as every module knows them, and
+// their memory is of the process heap.
 
 struct LogHandlerNode
 {

@@ -4,6 +4,8 @@
 
 namespace KelvoRepair {
 
-Adapter::Adapter(std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper) : helper_(std::move(helper)) {}
+Adapter::Adapter(std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper) : helper_(std::move(helper))
+{
+}
 
 } // namespace KelvoRepair

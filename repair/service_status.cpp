@@ -48,7 +48,7 @@ const char* statusOf(KelvoRepairAdapter::ISystemHelper& helper, const std::wstri
 
 std::wstring Adapter::getServiceStatus(const std::wstring& name)
 {
-    const auto describe = [&] { return formatString(L"getServiceStatus(%s)", maskCommandLine(name).c_str()); };
+    const auto describe = [&] { return formatString(L"getServiceStatus(%s)", maskArgument(name).c_str()); };
     return operation({"KelvoRepair::Adapter::getServiceStatus"}, describe, [&](Span&) {
         Json::Value answer(Json::objectValue);
         answer["name"] = jsonText(name);

@@ -9,7 +9,9 @@
 namespace {
 
 // The C runtime ends the process for an argument that it refuses, unless somebody takes the report.
-void ignoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {}
+void ignoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t)
+{
+}
 
 } // namespace
 

@@ -67,7 +67,8 @@ private:
     const std::uint8_t* at_;
 };
 
-enum class CallSite {
+enum class CallSite
+{
     gap,     // the compiler saw nothing that throws here: GCC's routine would terminate the program
     pass,    // nothing to do in this frame
     cleanup, // destructors, no catch
@@ -118,15 +119,16 @@ CallSite callSiteAt(const DISPATCHER_CONTEXT& dispatcher, std::uint64_t pc) noex
 /// notifications pass by: they have other severities, or the bit of an application's own codes.
 bool isFault(DWORD code) noexcept
 {
-    return (code & 0xf0000000) == 0xc0000000 || code == EXCEPTION_DATATYPE_MISALIGNMENT || code == EXCEPTION_BREAKPOINT;
+    return (code & 0xf0000000) == 0xc0000000 || code == EXCEPTION_DATATYPE_MISALIGNMENT ||
+           code == EXCEPTION_BREAKPOINT;
 }
 
 EXCEPTION_DISPOSITION searchForFault(
     EXCEPTION_RECORD* record, CONTEXT* context, const DISPATCHER_CONTEXT& dispatcher, bool faultingFrame)
 {
     const structured_exception::Translator translator = structured_exception::currentTranslator();
-    constexpr DWORD unwinding = EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND | EXCEPTION_TARGET_UNWIND
-        | EXCEPTION_COLLIDED_UNWIND;
+    constexpr DWORD unwinding =
+        EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND | EXCEPTION_TARGET_UNWIND | EXCEPTION_COLLIDED_UNWIND;
     if ((record->ExceptionFlags & unwinding) || !translator || !isFault(record->ExceptionCode))
         return ExceptionContinueSearch;
 
@@ -149,22 +151,23 @@ extern "C" EXCEPTION_DISPOSITION __wrap___gxx_personality_seh0(
     // GCC's own codes: 0x20474343 throws; 0x21..., 0x22... unwind to a handler.
     constexpr DWORD gccThrow = 0x20474343, gccCodes = 0xfcffffff;
     if ((record->ExceptionCode & gccCodes) != gccThrow) {
-        const bool faultingFrame = dispatcher->ControlPc == context->Rip
-            && dispatcher->ControlPc == reinterpret_cast<std::uintptr_t>(record->ExceptionAddress);
+        const bool faultingFrame =
+            dispatcher->ControlPc == context->Rip &&
+            dispatcher->ControlPc == reinterpret_cast<std::uintptr_t>(record->ExceptionAddress);
         return searchForFault(record, context, *dispatcher, faultingFrame);
     }
 
     const auto header = reinterpret_cast<const _Unwind_Exception*>(record->ExceptionInformation[0]);
     if (record->ExceptionCode == gccThrow && faultInFlight.object && faultInFlight.object == header + 1) {
-        const bool faultingFrame
-            = dispatcher->ControlPc == reinterpret_cast<std::uintptr_t>(faultInFlight.address);
+        const bool faultingFrame =
+            dispatcher->ControlPc == reinterpret_cast<std::uintptr_t>(faultInFlight.address);
         if (callSiteAt(*dispatcher, dispatcher->ControlPc - !faultingFrame) == CallSite::gap)
             return ExceptionContinueSearch;
         if (faultingFrame) {
             // GCC's routine looks up the address minus one, which may be the instruction before the fault.
             ++dispatcher->ControlPc;
-            const EXCEPTION_DISPOSITION disposition
-                = __real___gxx_personality_seh0(record, frame, context, dispatcher);
+            const EXCEPTION_DISPOSITION disposition =
+                __real___gxx_personality_seh0(record, frame, context, dispatcher);
             --dispatcher->ControlPc;
             return disposition;
         }

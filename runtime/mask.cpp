@@ -56,3 +56,10 @@ std::wstring maskCommandLine(std::wstring_view commandLine)
     }
     return masked;
 }
+
+std::wstring maskArgument(std::wstring_view argument)
+{
+    std::wstring masked;
+    appendMasked(masked, argument);
+    return masked;
+}

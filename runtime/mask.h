@@ -9,3 +9,6 @@
 /// A quoted stretch belongs to its token, by the system's own rules for command lines, so no part of a quoted
 /// secret survives; a masked token has no quotes of its own.
 std::wstring maskCommandLine(std::wstring_view commandLine);
+
+/// The same for one argument as a program receives it, which is one token whatever white space is in it.
+std::wstring maskArgument(std::wstring_view argument);

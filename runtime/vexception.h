@@ -30,8 +30,8 @@ public:
     /// Adds a place to the end of the trail.
     void append(RaiseSite site, std::wstring context);
 
-    /// The message and one line per place, oldest first: "\n   at (Class::method line N)", followed by a blank
-    /// and the context where there is one.
+    /// The message and one line per place, oldest first: "\n   at (Class::method line N)", followed by a
+    /// blank and the context where there is one.
     std::wstring fullText() const;
 
 private:

@@ -112,6 +112,18 @@ ensure_prefix() {
     touch "$WINEPREFIX/.complete"
 }
 
+# The tests get a prefix of their own, new for each run: the files of the private one under other names (only the
+# registry, which is written in place, is copied).
+make_test_prefix() {
+    local template=$WINEPREFIX
+    WINEPREFIX=$root/build/test-prefix
+    wineserver --kill 2>/dev/null || true
+    rm -rf "$WINEPREFIX"
+    cp -al "$template" "$WINEPREFIX"
+    rm "$WINEPREFIX"/*.reg
+    cp -p "$template"/*.reg "$WINEPREFIX"
+}
+
 # Wine's background processes keep the streams of whoever starts them: start them with none, so that a caller
 # who reads our standard error to its end is not kept waiting by them.
 start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }

@@ -12,7 +12,7 @@ namespace {
 /// The description of a call with one text argument: `format` has the one %s.
 auto callWith(const wchar_t* format, const std::wstring& argument)
 {
-    return [format, &argument] { return formatString(format, maskCommandLine(argument).c_str()); };
+    return [format, &argument] { return formatString(format, maskArgument(argument).c_str()); };
 }
 
 } // namespace
@@ -26,7 +26,8 @@ bool DefaultSystemHelper::isServiceExist(const std::wstring& name)
 std::uint32_t DefaultSystemHelper::getServiceStartupType(const std::wstring& name)
 {
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::getServiceStartupType"},
-        callWith(L"getServiceStartupType(%s)", name), [&](Span&) { return service::serviceStartupType(name); });
+        callWith(L"getServiceStartupType(%s)", name),
+        [&](Span&) { return service::serviceStartupType(name); });
 }
 
 std::uint32_t DefaultSystemHelper::getServiceStatus(const std::wstring& name)

@@ -20,7 +20,8 @@ public:
         : handle_(OpenSCManagerW(machine, database, access))
     {
         if (!handle_)
-            throwOsError(GetLastError(), L"OpenSCManager", {"`anonymous-namespace'::servicemanager::servicemanager"});
+            throwOsError(
+                GetLastError(), L"OpenSCManager", {"`anonymous-namespace'::servicemanager::servicemanager"});
     }
 
     /// Empty when the service cannot be opened; GetLastError tells why.
@@ -66,7 +67,8 @@ DWORD queryStatusService(
         if (!service)
             throwOsError(GetLastError(), L"OpenService '" + name + L"'", {"service::queryStatusService"});
         if (!QueryServiceStatus(service.get(), &status))
-            throwOsError(GetLastError(), L"QueryServiceStatus '" + name + L"'", {"service::queryStatusService"});
+            throwOsError(
+                GetLastError(), L"QueryServiceStatus '" + name + L"'", {"service::queryStatusService"});
     } catch (...) {
         if (dumpServiceStatus)
             logStatus(status);

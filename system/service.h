@@ -5,7 +5,8 @@
 #include <string>
 
 /// Questions to the service control manager. Each call opens and closes its own handles and asks for no right
-/// beyond connecting and querying. `machine` and `database` may be null: the local machine, its active database.
+/// beyond connecting and querying. `machine` and `database` may be null: the local machine, its active
+/// database.
 namespace service {
 
 /// Whether a service of that name is installed.
@@ -13,7 +14,8 @@ namespace service {
 bool exist(const std::wstring& name);
 
 /// Fills the status record. @return 0
-/// @throws vosexception "OpenSCManager", "OpenService '<name>'", "QueryServiceStatus '<name>'"; the record as it
+/// @throws vosexception "OpenSCManager", "OpenService '<name>'", "QueryServiceStatus '<name>'"; the record as
+/// it
 ///         then stands is logged first
 DWORD queryStatusService(
     SERVICE_STATUS& status, const std::wstring& name, const wchar_t* machine, const wchar_t* database);

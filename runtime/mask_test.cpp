@@ -1,0 +1,36 @@
+#include "runtime/mask.h"
+
+#include <gtest/gtest.h>
+
+TEST(MaskCommandLine, HidesValuesOfSecretsOnly)
+{
+    const struct
+    {
+        const wchar_t *line, *masked;
+    } rows[] = {
+        {L"", L""},
+        {L"mendkit.exe  --name=x\t--timeout=1 ", L"mendkit.exe  --name=x\t--timeout=1 "},
+        {L"a --db-password=secret b", L"a --db-password=* b"},
+        {L"--db-password=a=b", L"--db-password=*=*"},
+        {L"--db-password=", L"--db-password=*"},
+        {L"--db-password", L"--db-password"},
+        {L"--PASSWORD=x --name=password=x", L"--PASSWORD=x --name=password=x"},
+        {L"mypwd=x\t--pwd=y", L"mypwd=*\t--pwd=*"},
+        {L"--db-password=\"a b\" --x=1", L"--db-password=* --x=1"},
+        {L"\"--db-password=a b\" --x=1", L"--db-password=* --x=1"},
+        {L"--db-password=\"a\\\" b\" --x=1", L"--db-password=* --x=1"},
+        {L"--db-password=\"a\\\\\" --x=1", L"--db-password=* --x=1"},
+        {L"--db-password=\"a b", L"--db-password=*"},
+        {L"\"C:\\a b\\mendkit.exe\" \"--name=a b\"", L"\"C:\\a b\\mendkit.exe\" \"--name=a b\""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(std::wstring(row.masked), maskCommandLine(row.line));
+        EXPECT_EQ(std::wstring(row.masked), maskCommandLine(row.masked)) << "masked twice";
+    }
+}
+
+TEST(MaskArgument, TakesBlanksForPartOfTheValue)
+{
+    EXPECT_EQ(L"--db-password=*", maskArgument(L"--db-password=a b \"c"));
+    EXPECT_EQ(L"a b \"c=d", maskArgument(L"a b \"c=d"));
+}

@@ -1,0 +1,36 @@
+#include "runtime/vosexception.h"
+
+#include <gtest/gtest.h>
+
+TEST(VOsException, SaysCodeAndCallAndWhere)
+{
+    const vosexception failure(ERROR_ACCESS_DENIED, L"OpenService 'x'", {"service::exist", 7});
+    const std::wstring system = systemMessage(ERROR_ACCESS_DENIED);
+    EXPECT_FALSE(system.empty() || system.back() == L'\n' || system.back() == L'\r');
+    EXPECT_EQ(
+        system + L" (Error code 5) at OpenService 'x'\n   at (service::exist line 7)", failure.fullText());
+    EXPECT_EQ(L"Unknown error (Error code 4294967295)", vosexception(~0u, L"", {"f"}).message());
+}
+
+TEST(VException, KeepsItsTrailInOrder)
+{
+    vexception failure(L"m", {"a", 1});
+    failure.append({"b", 2}, L"b(x)");
+    failure.append({"c"}, L"");
+    EXPECT_EQ(
+        L"m\n   at (a line 1)\n   at (b line 2) b(x)\n   at (c line " + std::to_wstring(__LINE__ - 1) + L")",
+        failure.fullText());
+}
+
+TEST(VOsException, IsOfTheClassOfItsCode)
+{
+    EXPECT_THROW(throwOsError(ERROR_ACCESS_DENIED, L"", {"f"}), VAccessDeniedException);
+    EXPECT_THROW(throwOsError(ERROR_FILE_NOT_FOUND, L"", {"f"}), VFileNotFoundException);
+    EXPECT_THROW(throwOsError(ERROR_SERVICE_DOES_NOT_EXIST, L"", {"f"}), VServiceDoesNotExistException);
+    try {
+        throwOsError(ERROR_INVALID_NAME, L"", {"f"});
+    } catch (const vosexception& failure) {
+        EXPECT_EQ(ERROR_INVALID_NAME, failure.code());
+        EXPECT_STREQ(typeid(vosexception).name(), typeid(failure).name());
+    }
+}

@@ -1,0 +1,190 @@
+// The program as its callers see it: whole processes, their standard output, exit code and log.
+
+#include "config/product_config.h"
+#include "config/registry.h"
+#include "test/child_process.h"
+#include "test/own_service.h"
+#include "test/sandbox.h"
+
+#include <algorithm>
+#include <regex>
+
+namespace {
+
+const std::string usage = "\r\nusage: mendkit [options] ...\r\n\r\n\r\n--help\r\n\r\n"
+                          "--get-service-status --name=<service>\r\n--repair-kelvo-sql-server\r\n\r\n"
+                          "--get-system-resources\r\n--free-system-resources\r\n\r\n--get-disk-space\r\n"
+                          "--free-disk-space\r\n\r\n--reboot --timeout=<seconds>\r\n";
+
+const std::string allCommands =
+    "   --help\r\n   --get-service-status\r\n   --repair-kelvo-sql-server\r\n   --get-system-resources\r\n"
+    "   --free-system-resources\r\n   --get-disk-space\r\n   --free-disk-space\r\n   --reboot";
+
+/// The product's real configuration key, with a product root of the test's own.
+class Program : public testing::Test
+{
+protected:
+    Program()
+    {
+        makeDirectory(root.path() + L"\\admin");
+        makeDirectory(root.path() + L"\\admin\\logs");
+        configure(L"PRODUCT_ROOT_D", root.path());
+    }
+    ~Program() override
+    {
+        HKEY software = nullptr;
+        RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, &software);
+        RegDeleteTreeW(software, L"Kelvo");
+        RegCloseKey(software);
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
+    }
+
+    template <typename Value>
+    static void configure(const std::wstring& name, const Value& value)
+    {
+        registry::set(
+            registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(), name,
+            value);
+    }
+
+    static ChildResult run(const std::wstring& arguments, HANDLE output = nullptr)
+    {
+        return runChild(builtProgram(L"app\\mendkit.exe"), arguments, output);
+    }
+
+    const TempDirectory root;
+};
+
+std::string statusOf(const std::string& name, const std::string& status)
+{
+    return "{\r\n\t\"name\" : \"" + name + "\",\r\n\t\"status\" : \"" + status + "\"\r\n}\r\n";
+}
+
+} // namespace
+
+TEST_F(Program, AnswersForRealServices)
+{
+    const OwnService running(SERVICE_DEMAND_START, SERVICE_RUNNING),
+        paused(SERVICE_AUTO_START, SERVICE_PAUSED), stopped(SERVICE_DEMAND_START, 0),
+        disabled(SERVICE_DISABLED, SERVICE_START_PENDING);
+    const struct
+    {
+        std::wstring name;
+        const char* status;
+    } rows[] = {{running.name, "running"}, {paused.name, "paused"}, {stopped.name, "stopped"},
+        {disabled.name, "disabled"}, {L"no_such_service", "invalid"}};
+    for (const auto& row : rows) {
+        const ChildResult result = run(L"--get-service-status --name=" + row.name);
+        EXPECT_EQ(statusOf(std::string(row.name.begin(), row.name.end()), row.status), result.output);
+        EXPECT_EQ(0u, result.exitCode);
+    }
+    EXPECT_EQ(L"", debugLog(root.path())) << "nothing to log unless asked to or failing";
+}
+
+TEST_F(Program, HasFixedTextsAndExitCodesForEveryCall)
+{
+    const struct
+    {
+        const wchar_t* arguments;
+        std::uint32_t exitCode;
+        std::string output; // of failures, the first of their lines
+    } rows[] = {
+        {L"", 1, usage},
+        {L"--help --name=x", 0, usage},
+        {L"--bogus", 1,
+            "command --bogus not supported. Possible commands:\r\n" + allCommands + "\r\n   at ("},
+        {L"\"--db-password=a b\"", 1, "command --db-password=* not supported. Possible commands:\r\n"},
+        {L"--Help", 1, "command --Help not supported. Possible commands:\r\n"},
+        {L"--get-service-status", 1,
+            "Missing required parameter --name. Possible parameters:\r\n    --name\r\n   at ("},
+        {L"--get-service-status --name=x --whatever=1", 1,
+            "Unexpected parameter --whatever. Possible parameters:\r\n    --name\r\n   at (Params::check "
+            "line 105)\r\n"},
+        {L"--reboot", 1, "Missing required parameter --timeout. Possible parameters:\r\n    --timeout\r\n"},
+        {L"--get-service-status --name=\x416\xd83d\xde00\x1 --internal-package-name=x", 0,
+            statusOf("\xd0\x96\xf0\x9f\x98\x80\\u0001", "invalid")},
+        {L"--get-service-status --name=\xd83d", 0, statusOf("\xef\xbf\xbd", "invalid")},
+    };
+    for (const auto& row : rows) {
+        const ChildResult result = run(row.arguments);
+        const bool whole = result.exitCode == 0 || *row.arguments == L'\0';
+        EXPECT_EQ(row.output, whole ? result.output : result.output.substr(0, row.output.size()));
+        EXPECT_EQ(row.exitCode, result.exitCode);
+        EXPECT_EQ(std::string::npos, result.output.find("a b")) << "a secret";
+    }
+    // No service has such a name: Windows refuses the question, Wine answers it.
+    EXPECT_LE(run(L"--get-service-status --name=" + std::wstring(32'000, L'x')).exitCode, 1u);
+}
+
+TEST_F(Program, LogsTheCommandFromStartToEnd)
+{
+    configure(L"Debug", 1);
+    run(L"--get-service-status --name=no_such_service --internal-package-name=x");
+    run(L"--get-service-status --name= --db-password=\"s 3\"");
+    const std::wstring log = debugLog(root.path());
+    const std::wstring stamp = L"\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\d+ \\d+ ";
+    const std::wstring line = L"'\"[^\"]*mendkit.exe\" --get-service-status --name=";
+    const std::wstring place = L"\\([A-Za-z:]+ line \\d+\\)";
+    EXPECT_TRUE(std::regex_match(log,
+        std::wregex(
+            stamp + L"Info: Start command: " + line + L"no_such_service --internal-package-name=x'\r\n" +
+            stamp + L"Result: \\{\n\t\"name\" : \"no_such_service\",\n\t\"status\" : \"invalid\"\n\\}\n\r\n" +
+            stamp + L"Info: End command " + line +
+            L"no_such_service --internal-package-name=x' with code: 0\r\n" + stamp +
+            L"Info: Start command: " + line + L" --db-password=\\*'\r\n" + stamp +
+            L"Error: Unexpected parameter --db-password. Possible parameters:\n    --name\n   at "
+            L"\\(Params::check "
+            L"line 105\\)\n   at \\(vconsoleapp::start line 95\\) Unable to execute console command: "
+            L"'--get-service-status'\n   at \\(vconsoleapp::run line 117\\) Unable to execute command: " +
+            line + L" --db-password=\\*'\r\n")))
+        << testing::PrintToString(log);
+}
+
+TEST_F(Program, AnswersWhateverIsWrongWithItsLogs)
+{
+    const std::string expected = statusOf("no_such_service", "invalid");
+    const auto answers = [&] {
+        const ChildResult result = run(L"--get-service-status --name=no_such_service");
+        return result.output == expected && result.exitCode == 0;
+    };
+    configure(L"Debug", std::wstring(L"not a number"));
+    EXPECT_TRUE(answers());
+    configure(L"Debug", 1);
+    configure(L"log_debug_enabled", std::wstring(L"x"));
+    EXPECT_TRUE(answers());
+    configure(L"log_debug_enabled", 1);
+    configure(L"PRODUCT_ROOT_D", 5);
+    EXPECT_TRUE(answers());
+    configure(L"PRODUCT_ROOT_D", std::wstring(L"X:\\missing"));
+    EXPECT_TRUE(answers());
+    EXPECT_EQ(L"", debugLog(root.path()));
+}
+
+TEST_F(Program, FailsWhenItsAnswerIsLost)
+{
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    UniqueFile reader, writer;
+    CreatePipe(reader.receive(), writer.receive(), &inherit, 0);
+    reader.reset(); // nobody reads any more
+    EXPECT_EQ(1u, run(L"--get-service-status --name=no_such_service", writer.get()).exitCode);
+    EXPECT_EQ(1u, run(L"--help", writer.get()).exitCode);
+    const std::wstring log = debugLog(root.path());
+    EXPECT_NE(std::wstring::npos, log.find(L"Error: Unable to write the answer to standard output\n")) << log;
+}
+
+TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
+{
+    configure(L"Debug", 1);
+    constexpr int count = 30;
+    const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", count);
+    EXPECT_EQ(count, std::count(codes.begin(), codes.end(), 0u));
+    const std::wstring log = debugLog(root.path());
+    EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff')) << "one byte-order mark, at the start";
+    const std::wregex record(
+        L"\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\d+ \\d+ (Info|Result): [^\r]*\r\n");
+    std::size_t length = 0, records = 0;
+    for (std::wsregex_iterator at(log.begin(), log.end(), record), end; at != end; ++at, ++records)
+        length += static_cast<std::size_t>(at->length());
+    EXPECT_EQ(log.size(), length);
+    EXPECT_EQ(3u * count, records);
+}
