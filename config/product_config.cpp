@@ -15,6 +15,13 @@ LSTATUS lookup(const std::wstring& name, std::wstring& text)
     return registry::lookup(HKEY_LOCAL_MACHINE, configKey, name, text, REG_SZ, configView);
 }
 
+UniqueRegistryKey openKey() noexcept
+{
+    UniqueRegistryKey key;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE, configKey, 0, KEY_READ | KEY_WOW64_32KEY, key.receive());
+    return key;
+}
+
 std::wstring productRoot()
 {
     return registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_ROOT_D", configView);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+#include "runtime/handles.h"
 
 #include <string>
 
@@ -14,6 +14,10 @@ inline constexpr int configView = 1;
 /// Reads a value of the key. @return the system's status; see registry::lookup, also for what is thrown
 LSTATUS lookup(const std::wstring& name, DWORD& number);
 LSTATUS lookup(const std::wstring& name, std::wstring& text);
+
+/// The key, open for reading several values at once with registry::lookup; empty when it cannot be opened, which
+/// means what a missing value means.
+UniqueRegistryKey openKey() noexcept;
 
 /// PRODUCT_ROOT_D, the panel's installation directory.
 /// @throws vosexception when it is not set; vexception when it has the wrong type

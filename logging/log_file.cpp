@@ -1,6 +1,7 @@
 #include "logging/log_file.h"
 
 #include "config/product_config.h"
+#include "config/registry.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "runtime/vdatetime.h"
@@ -41,12 +42,15 @@ LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name)
 {
     if (name_.empty())
         name_ = moduleTitle();
-    config::lookup(L"log_" + name_ + L"_enabled", enabled_);
+    const UniqueRegistryKey key = config::openKey(); // once for both values: opening costs more than reading
+    if (key)
+        registry::lookup(key.get(), L"log_" + name_ + L"_enabled", enabled_);
     if (!enabled_)
         return;
 
-    std::wstring root;
-    config::lookup(L"PRODUCT_ROOT_D", root); // without one, the directory is relative
+    std::wstring root; // without one, the directory is relative
+    if (key)
+        registry::lookup(key.get(), L"PRODUCT_ROOT_D", root);
     directory_ = path::combine(root, L"admin\\logs");
     mutex_.emplace(L"kelvolog_" + name_ + L"_mutex");
 }
