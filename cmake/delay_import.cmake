@@ -3,7 +3,10 @@
 function(delay_import target def)
   set(library ${CMAKE_CURRENT_BINARY_DIR}/lib${target}.a)
   add_custom_command(OUTPUT ${library}
-    COMMAND ${CMAKE_DLLTOOL} -m i386:x86-64 --input-def ${CMAKE_CURRENT_SOURCE_DIR}/${def} --output-delaylib ${library}
+    # The tool makes symbols of the library's path: a name without folders keeps them equal everywhere.
+    COMMAND ${CMAKE_DLLTOOL} -m i386:x86-64 --input-def ${CMAKE_CURRENT_SOURCE_DIR}/${def}
+      --output-delaylib lib${target}.a
+    WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     DEPENDS ${def} VERBATIM)
   add_custom_target(${target}_file DEPENDS ${library})
   add_library(${target} INTERFACE)
