@@ -8,8 +8,8 @@ build_dir=$root/build/$preset
 # Everything below is private to this checkout; the user's own prefix is never touched.
 export WINEPREFIX=$root/build/prefix
 export WINEDEBUG=${WINEDEBUG:--all}
-# No offers to download the .NET and HTML engines, which nothing here needs.
-export WINEDLLOVERRIDES="mscoree,mshtml="
+# No offers to download the .NET and HTML engines, which nothing here needs; no menu entries in the home directory.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 unset DISPLAY WAYLAND_DISPLAY
 # Arguments cross from Linux to Windows in the character set of the locale.
 case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in
@@ -20,7 +20,7 @@ esac
 jsoncpp_version=1.9.5
 jsoncpp_sha256=f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2
 build_packages=(ca-certificates cmake g++-mingw-w64-x86-64-posix googletest ninja-build wine wine64)
-check_packages=(clang-format clang-tidy)
+check_packages=(clang-format clang-tidy git)
 
 say() { printf '%s\n' "$*" >&2; }
 
