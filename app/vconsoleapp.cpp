@@ -58,7 +58,7 @@ std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noe
         const auto describe = [&] {
             return formatString(L"Unable to execute command: '%s'", commandLine.c_str());
         };
-        operation({"vconsoleapp::run", 117}, describe, [&](Span& span) {
+        operation({RaiseSite("vconsoleapp::run", 117), RaiseSite("vconsoleapp::run", 108)}, describe, [&](Span& span) {
             commandLine = maskCommandLine(GetCommandLineW());
             LogManager::log(LogLevel::Info, L"Start command: '%s'", commandLine.c_str());
             const std::int32_t code = start(argc, argv);

@@ -27,32 +27,47 @@ std::wstring describeFailure(Span& span, const Describe& describe) noexcept
 
 } // namespace detail
 
+/// What an operation is called: in the trail of its failures and as a span, which are mostly the same.
+struct Boundary
+{
+    RaiseSite site;
+    RaiseSite span;
+
+    // Implicit, so that an operation reads operation({"Params::check"}, ...).
+    Boundary(const char* function, std::source_location where = std::source_location::current()) noexcept
+        : site(function, where), span(site)
+    {
+    }
+    Boundary(const char* function, std::uint_least32_t line) noexcept : site(function, line), span(site) {}
+    Boundary(RaiseSite site_, RaiseSite span_) noexcept : site(site_), span(span_) {}
+};
+
 /// The frame of every operation at a boundary: a span named after the operation, the structured-exception
 /// translator, a cancellation scope, and the catch ladder for whatever escapes the work.
-/// @param site      the operation's qualified name and line
+/// @param boundary  the operation's qualified name and line
 /// @param describe  makes the call's description, arguments masked; called only for a failure
 /// @param work      called with the span; its result is the operation's
 /// @throws vexception only
 template <typename Describe, typename Work>
-auto operation(const RaiseSite& site, const Describe& describe, Work&& work)
+auto operation(const Boundary& boundary, const Describe& describe, Work&& work)
 {
-    Span span(site);
+    Span span(boundary.span);
     const structured_exception::TranslatorScope translator;
     try {
         const ThreadCancelation::CancelationPoint cancelation(1);
         return std::forward<Work>(work)(span);
     } catch (...) {
         const std::wstring description = detail::describeFailure(span, describe);
-        rethrowAsVexception(span, site, description);
+        rethrowAsVexception(span, boundary.site, description);
     }
 }
 
 /// The frame of the operations that change the system: a traced one that came to its end also gets its
 /// description as the text to show should the run be judged failed.
 template <typename Describe, typename Work>
-void changingOperation(const RaiseSite& site, const Describe& describe, Work&& work)
+void changingOperation(const Boundary& boundary, const Describe& describe, Work&& work)
 {
-    operation(site, describe, [&](Span& span) {
+    operation(boundary, describe, [&](Span& span) {
         std::forward<Work>(work)();
         if (span.isActive())
             span.tag("if_error", describe());
