@@ -1,27 +1,12 @@
 #include "runtime/mask.h"
 
+#include "runtime/command_line.h"
+
 #include <algorithm>
 
 namespace {
 
 constexpr std::wstring_view separators = L" \t";
-
-/// Where the token that begins at `begin` ends. White space between quotes does not end it; a quote behind an
-/// odd number of backslashes is an ordinary character.
-std::size_t tokenEnd(std::wstring_view line, std::size_t begin)
-{
-    bool quoted = false;
-    std::size_t backslashes = 0;
-    for (std::size_t at = begin; at < line.size(); ++at) {
-        const wchar_t c = line[at];
-        if (!quoted && separators.find(c) != std::wstring_view::npos)
-            return at;
-        if (c == L'"' && backslashes % 2 == 0)
-            quoted = !quoted;
-        backslashes = c == L'\\' ? backslashes + 1 : 0;
-    }
-    return line.size();
-}
 
 void appendMasked(std::wstring& masked, std::wstring_view token)
 {
@@ -50,7 +35,7 @@ std::wstring maskCommandLine(std::wstring_view commandLine)
             masked += commandLine[begin++];
             continue;
         }
-        const std::size_t end = tokenEnd(commandLine, begin);
+        const std::size_t end = argumentEnd(commandLine, begin);
         appendMasked(masked, commandLine.substr(begin, end - begin));
         begin = end;
     }

@@ -16,9 +16,9 @@ TEST(VException, KeepsItsTrailInOrder)
 {
     vexception failure(L"m", {"a", 1});
     failure.append({"b", 2}, L"b(x)");
+    const int line = __LINE__ + 1;
     failure.append({"c"}, L"");
-    EXPECT_EQ(
-        L"m\n   at (a line 1)\n   at (b line 2) b(x)\n   at (c line " + std::to_wstring(__LINE__ - 1) + L")",
+    EXPECT_EQ(L"m\n   at (a line 1)\n   at (b line 2) b(x)\n   at (c line " + std::to_wstring(line) + L")",
         failure.fullText());
 }
 

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "runtime/handles.h"
+
+#include <vector>
+
+/// Who somebody is: security identifiers, tokens and groups.
+namespace access {
+
+/// A security identifier in memory of its own; empty for none.
+class Sid
+{
+public:
+    Sid() = default;
+    /// Copies it; null gives an empty one.
+    explicit Sid(PSID sid);
+    static Sid wellKnown(WELL_KNOWN_SID_TYPE type);
+
+    explicit operator bool() const noexcept { return !bytes_.empty(); }
+    PSID get() const noexcept;
+    bool operator==(const Sid& other) const noexcept;
+
+private:
+    std::vector<BYTE> bytes_;
+};
+
+/// The user of a token (opened with TOKEN_QUERY). @throws vosexception "GetTokenInformation"
+Sid userOf(HANDLE token);
+
+/// Whether the token, primary or impersonating (opened with TOKEN_QUERY and TOKEN_DUPLICATE), holds the enabled
+/// group of administrators. @throws vosexception "DuplicateToken", "CheckTokenMembership"
+bool isAdministrator(HANDLE token);
+
+/// The token of a process. @throws vosexception "OpenProcessToken"
+UniqueHandle tokenOf(HANDLE process, DWORD rights);
+
+} // namespace access
