@@ -1,0 +1,70 @@
+#pragma once
+
+#include "runtime/handles.h"
+
+#include <string>
+#include <thread>
+#include <vector>
+
+/// A pipe that serves one client as a script says, on a thread of the test.
+class ScriptedPipe
+{
+public:
+    struct Script
+    {
+        std::vector<std::string>
+            reply;                 // written piece by piece once the request is there; then the pipe closes
+        std::size_t pieceSize = 0; // cut the pieces to this size
+        DWORD silence = 0;         // milliseconds before the reply
+    };
+
+    explicit ScriptedPipe(Script script, bool messages = false)
+        : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" +
+                std::to_wstring(++count())),
+          pipe_(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
+              messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0,
+              nullptr)),
+          thread_([this, script = std::move(script)] { serve(script); })
+    {
+    }
+
+    ~ScriptedPipe()
+    {
+        // Frees a thread that still waits for its client.
+        const UniqueFile client(CreateFileW(
+            (L"\\\\.\\pipe\\" + name_).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        thread_.join();
+    }
+
+    const std::wstring& name() const { return name_; }
+    const std::string& received() const { return received_; }
+
+private:
+    void serve(const Script& script)
+    {
+        if (!ConnectNamedPipe(pipe_.get(), nullptr) && GetLastError() != ERROR_PIPE_CONNECTED)
+            return;
+        char buffer[4096];
+        DWORD bytes = 0;
+        ReadFile(pipe_.get(), buffer, sizeof buffer, &bytes, nullptr);
+        received_.assign(buffer, bytes);
+        Sleep(script.silence);
+        for (const std::string& piece : script.reply) {
+            const std::size_t step = script.pieceSize ? script.pieceSize : piece.size();
+            for (std::size_t at = 0; at < piece.size(); at += step)
+                WriteFile(pipe_.get(), piece.data() + at, static_cast<DWORD>(step), &bytes, nullptr);
+        }
+        pipe_.reset();
+    }
+
+    static int& count()
+    {
+        static int created = 0;
+        return created;
+    }
+
+    std::wstring name_;
+    UniqueFile pipe_;
+    std::string received_;
+    std::thread thread_;
+};
