@@ -1,6 +1,7 @@
 #include "config/con_pipe.h"
 
 #include "config/pipe_trust.h"
+#include "runtime/access.h"
 #include "runtime/format.h"
 
 #include <sddl.h>
@@ -22,8 +23,8 @@ DWORD chunk(std::size_t size)
 
 bool isPipeFinished(DWORD code) noexcept
 {
-    return code == ERROR_HANDLE_EOF || code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA
-        || code == ERROR_PIPE_NOT_CONNECTED;
+    return code == ERROR_HANDLE_EOF || code == ERROR_BROKEN_PIPE || code == ERROR_NO_DATA ||
+           code == ERROR_PIPE_NOT_CONNECTED;
 }
 
 OverlappedPipe::~OverlappedPipe()
@@ -53,11 +54,19 @@ DWORD OverlappedPipe::cancel() noexcept
     if (pending_) {
         // The buffer is the system's until the operation has ended, cancelled or not.
         CancelIoEx(handle_.get(), &overlapped_);
-        if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) && GetLastError() != ERROR_MORE_DATA)
+        if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) &&
+            GetLastError() != ERROR_MORE_DATA)
             bytes = 0;
         pending_ = false;
     }
     return bytes;
+}
+
+OVERLAPPED* OverlappedPipe::prepare() noexcept
+{
+    overlapped_ = {};
+    overlapped_.hEvent = event_.get();
+    return &overlapped_;
 }
 
 void OverlappedPipe::begin(BOOL done, const wchar_t* failure)
@@ -70,9 +79,7 @@ void OverlappedPipe::begin(BOOL done, const wchar_t* failure)
 
 bool OverlappedPipe::beginRead(void* buffer, std::size_t size)
 {
-    overlapped_ = {};
-    overlapped_.hEvent = event_.get();
-    const BOOL done = ReadFile(handle_.get(), buffer, chunk(size), nullptr, &overlapped_);
+    const BOOL done = ReadFile(handle_.get(), buffer, chunk(size), nullptr, prepare());
     if (!done && isPipeFinished(GetLastError()))
         return false;
     begin(done, L"Unable to read from pipe");
@@ -81,16 +88,15 @@ bool OverlappedPipe::beginRead(void* buffer, std::size_t size)
 
 void OverlappedPipe::beginWrite(const void* data, std::size_t size)
 {
-    overlapped_ = {};
-    overlapped_.hEvent = event_.get();
-    begin(WriteFile(handle_.get(), data, chunk(size), nullptr, &overlapped_), L"Unable to write to pipe");
+    begin(WriteFile(handle_.get(), data, chunk(size), nullptr, prepare()), L"Unable to write to pipe");
 }
 
 std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
 {
     const RaiseSite site("Con::OverlappedPipe::complete");
-    const DWORD state = HasOverlappedIoCompleted(&overlapped_) ? WAIT_OBJECT_0
-                                                               : WaitForSingleObject(event_.get(), timeoutMilliseconds);
+    const DWORD state = HasOverlappedIoCompleted(&overlapped_)
+                            ? WAIT_OBJECT_0
+                            : WaitForSingleObject(event_.get(), timeoutMilliseconds);
     if (state == WAIT_TIMEOUT) {
         if (const DWORD bytes = cancel()) // it ended just before it could be cancelled
             return bytes;
@@ -162,21 +168,51 @@ void ClientOverlappedPipe::create(const std::wstring& name, DWORD tries)
 
 void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
 {
-    // The default access list lets everybody read; the pipes of this program are for the creator's own use.
+    // The default access list lets everybody read; the pipes of this program are for its own user. The owner
+    // is named because clients look at it, and Wine takes the user's group where none is given.
+    const std::wstring user = access::userOf(access::tokenOf(GetCurrentProcess(), TOKEN_QUERY).get()).text();
+    const std::wstring rights = L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")";
     SECURITY_ATTRIBUTES security{sizeof security, nullptr, FALSE};
     UniqueLocalMemory descriptor;
     UniqueFile handle;
-    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;OW)", SDDL_REVISION_1,
-            &security.lpSecurityDescriptor, nullptr)) {
+    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            rights.c_str(), SDDL_REVISION_1, &security.lpSecurityDescriptor, nullptr)) {
         descriptor.reset(security.lpSecurityDescriptor);
         constexpr DWORD bufferSize = 65'536;
-        handle.reset(CreateNamedPipeW(name.c_str(), access | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, bufferSize, bufferSize, 0,
-            &security));
+        handle.reset(
+            CreateNamedPipeW(name.c_str(), access | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
+                PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, bufferSize,
+                bufferSize, 0, &security));
     }
     if (!handle)
         throwOsError(GetLastError(), L"Unable to create pipe " + name, {"Con::ServerOverlappedPipe::create"});
     open(std::move(handle));
+}
+
+bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
+{
+    const RaiseSite site("Con::ServerOverlappedPipe::connect");
+    if (ConnectNamedPipe(handle(), prepare()))
+        return true;
+    const DWORD code = GetLastError();
+    if (code == ERROR_PIPE_CONNECTED)
+        return true;
+    if (code != ERROR_IO_PENDING)
+        throwOsError(code, L"Unable to wait while pipe has been connected", site);
+    setPending();
+    const DWORD state = WaitForSingleObject(completion(), timeoutMilliseconds);
+    if (state != WAIT_OBJECT_0 && state != WAIT_TIMEOUT) {
+        throwOsError(GetLastError(),
+            formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
+    }
+    cancel();
+    return state == WAIT_OBJECT_0;
+}
+
+void ServerOverlappedPipe::disconnect() noexcept
+{
+    cancel();
+    DisconnectNamedPipe(handle());
 }
 
 } // namespace Con

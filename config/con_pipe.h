@@ -12,7 +12,10 @@ namespace Con {
 class PipeTimeout : public vosexception
 {
 public:
-    explicit PipeTimeout(RaiseSite site) : vosexception(WAIT_TIMEOUT, L"Unable to complete pipe operation", site) {}
+    explicit PipeTimeout(RaiseSite site)
+        : vosexception(WAIT_TIMEOUT, L"Unable to complete pipe operation", site)
+    {
+    }
 };
 
 /// Whether an error code says that the other end has gone.
@@ -25,24 +28,29 @@ public:
     static constexpr DWORD defaultTimeout = 60'000;
 
     /// @param timeoutMilliseconds  how long one operation may take
-    explicit OverlappedPipe(DWORD timeoutMilliseconds = defaultTimeout) noexcept : timeout_(timeoutMilliseconds) {}
+    explicit OverlappedPipe(DWORD timeoutMilliseconds = defaultTimeout) noexcept
+        : timeout_(timeoutMilliseconds)
+    {
+    }
     OverlappedPipe(const OverlappedPipe&) = delete;
     OverlappedPipe& operator=(const OverlappedPipe&) = delete;
     /// Cancels what is under way and awaits its end.
     ~OverlappedPipe();
 
-    /// Reads what is there, up to `size` bytes, waiting for the first one. @return 0 when the pipe is finished
+    /// Reads what is there, up to `size` bytes, waiting for the first one. @return 0 when the pipe is
+    /// finished
     /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"; PipeTimeout
     std::size_t read(void* buffer, std::size_t size);
     /// Writes all of it. @throws vosexception "Unable to write to pipe" and as read()
     void write(const void* data, std::size_t size);
 
-    /// The parts of read() and write(), for callers that wait for more than the pipe. The buffer must live until
-    /// complete() has returned.
+    /// The parts of read() and write(), for callers that wait for more than the pipe. The buffer must live
+    /// until complete() has returned.
     /// @return false when the pipe is finished
     bool beginRead(void* buffer, std::size_t size);
     void beginWrite(const void* data, std::size_t size);
-    /// Awaits the end of the operation, and cancels it when it takes longer. @return bytes; 0: the pipe is finished
+    /// Awaits the end of the operation, and cancels it when it takes longer. @return bytes; 0: the pipe is
+    /// finished
     std::size_t complete(DWORD timeoutMilliseconds);
     /// Signalled when the operation that is under way has ended. // weak
     HANDLE completion() const noexcept { return event_.get(); }
@@ -55,6 +63,9 @@ protected:
     void open(UniqueFile handle);
     /// Cancels what is under way, if anything, and awaits its end. @return the bytes that came through
     DWORD cancel() noexcept;
+    /// The record of the next operation, made new. // weak
+    OVERLAPPED* prepare() noexcept;
+    void setPending() noexcept { pending_ = true; }
 
 private:
     void begin(BOOL done, const wchar_t* failure);
@@ -72,8 +83,8 @@ class ClientOverlappedPipe : public OverlappedPipe
 public:
     using OverlappedPipe::OverlappedPipe;
 
-    /// Connects. A busy pipe is waited for and tried again, `tries` times at most. The server may identify the
-    /// caller but not act as it; a server that is not one of the machine's (pipe_trust.h) counts as none.
+    /// Connects. A busy pipe is waited for and tried again, `tries` times at most. The server may identify
+    /// the caller but not act as it; a server that is not one of the machine's (pipe_trust.h) counts as none.
     /// @throws vosexception "Unable to connect to pipe <name>", "Unable to set mode of pipe <name>"
     void create(const std::wstring& name, DWORD tries);
 };
@@ -88,6 +99,12 @@ public:
     /// @param access  PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND or PIPE_ACCESS_DUPLEX
     /// @throws vosexception "Unable to create pipe <name>"
     void create(const std::wstring& name, DWORD access);
+
+    /// Waits for a client. @return false when none came in time
+    /// @throws vosexception "Unable to wait while pipe has been connected"
+    bool connect(DWORD timeoutMilliseconds);
+    /// Lets the client go; the pipe can be connected again.
+    void disconnect() noexcept;
 };
 
 } // namespace Con

@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Where the client of the management service says how its queries go; the log is on a floor above. Calls never
-/// throw.
+/// Where the client of the management service says how its queries go; the log is on a floor above. Calls
+/// never throw.
 class IServiceLog
 {
 public:

@@ -8,12 +8,13 @@
 
 namespace {
 
-constexpr vpipechannel::Operation getStringOperation
-    = {0xad3ebc3c, 0xe6b9, 0x4fcf, {0xab, 0xb9, 0xed, 0x1b, 0x3d, 0x52, 0x4f, 0x22}};
+constexpr vpipechannel::Operation getStringOperation = {
+    0xad3ebc3c, 0xe6b9, 0x4fcf, {0xab, 0xb9, 0xed, 0x1b, 0x3d, 0x52, 0x4f, 0x22}};
 
 /// The frame of the client's operations, which log their failures themselves.
 template <typename Describe, typename Work>
-decltype(auto) loggedOperation(IServiceLog& log, const Boundary& boundary, const Describe& describe, Work work)
+decltype(auto) loggedOperation(
+    IServiceLog& log, const Boundary& boundary, const Describe& describe, Work work)
 {
     try {
         return operation(boundary, describe, work);
@@ -43,7 +44,9 @@ KelvoSrvClient& KelvoSrvClient::getInstance(IServiceLog& log)
 
 std::wstring KelvoSrvClient::getString(const std::wstring& name)
 {
-    const auto describe = [&] { return formatString(L"Unable to call getString(%s)", maskArgument(name).c_str()); };
+    const auto describe = [&] {
+        return formatString(L"Unable to call getString(%s)", maskArgument(name).c_str());
+    };
     return loggedOperation(log_, {"KelvoSrvClient::getString"}, describe, [&](Span&) {
         vserializer::writer arguments;
         arguments.text(name);

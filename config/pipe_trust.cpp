@@ -29,13 +29,14 @@ bool isTrusted(HANDLE pipe)
 {
     const access::Sid owner = ownerOf(pipe);
     const auto isMachine = [](const access::Sid& sid) {
-        return sid == access::Sid::wellKnown(WinLocalSystemSid)
-            || sid == access::Sid::wellKnown(WinBuiltinAdministratorsSid)
-            || sid == access::userOf(access::tokenOf(GetCurrentProcess(), TOKEN_QUERY).get());
+        return sid == access::Sid::wellKnown(WinLocalSystemSid) ||
+               sid == access::Sid::wellKnown(WinBuiltinAdministratorsSid) ||
+               sid == access::userOf(access::tokenOf(GetCurrentProcess(), TOKEN_QUERY).get());
     };
     if (owner && isMachine(owner))
         return true;
-    // Some user's pipe, or nobody knows whose: it depends on who that user is, which its server's token tells.
+    // Some user's pipe, or nobody knows whose: it depends on who that user is, which its server's token
+    // tells.
     const UniqueHandle token = serverToken(pipe);
     if (!token)
         return false;

@@ -15,8 +15,8 @@ inline constexpr int configView = 1;
 LSTATUS lookup(const std::wstring& name, DWORD& number);
 LSTATUS lookup(const std::wstring& name, std::wstring& text);
 
-/// The key, open for reading several values at once with registry::lookup; empty when it cannot be opened, which
-/// means what a missing value means.
+/// The key, open for reading several values at once with registry::lookup; empty when it cannot be opened,
+/// which means what a missing value means.
 UniqueRegistryKey openKey() noexcept;
 
 /// PRODUCT_ROOT_D, the panel's installation directory.

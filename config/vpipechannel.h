@@ -24,7 +24,8 @@ public:
 
     /// Sends an operation with its arguments. A disturbed connection is made anew and the query repeated.
     /// @return the bytes of the reply
-    /// @throws vexception when the service cannot be reached, closes the pipe, keeps silent, or sends what cannot
+    /// @throws vexception when the service cannot be reached, closes the pipe, keeps silent, or sends what
+    /// cannot
     ///         be a reply
     std::string query(const Operation& operation, std::string_view arguments);
 

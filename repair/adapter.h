@@ -2,6 +2,8 @@
 
 #include "system/isystem_helper.h"
 
+#include <json/forwards.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -20,14 +22,26 @@ public:
     /// state that has no name leaves it out.
     std::wstring getServiceStatus(const std::wstring& name);
 
+    /// Has the panel's utility repair its SQL server.
     void repairKelvoSqlServer();
+
+    /// {"cpu", "memory", "swap"}: load averages in percent, and the figures of the panel's utility as it gives them.
     std::wstring getSystemResources();
+
+    /// Has the panel's utility restart the web server's application pools.
     void freeSystemResources();
+
+    /// [{"free", "total", "used", "volume"}]: bytes, for each volume that the panel uses, in the order of letters.
     std::wstring getDiskSpace();
+
     void freeDiskSpace();
+
+    /// {"message"}: has the panel's utility restart the machine after the time; does not wait for it.
     std::wstring reboot(std::uint32_t timeoutSeconds);
 
 private:
+    Json::Value getSystemResources(const std::wstring& section);
+
     std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper_;
 };
 

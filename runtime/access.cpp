@@ -2,6 +2,8 @@
 
 #include "runtime/vosexception.h"
 
+#include <sddl.h>
+
 namespace access {
 
 Sid::Sid(PSID sid)
@@ -31,6 +33,15 @@ PSID Sid::get() const noexcept
 bool Sid::operator==(const Sid& other) const noexcept
 {
     return bytes_ == other.bytes_; // identifiers have one form only
+}
+
+std::wstring Sid::text() const
+{
+    wchar_t* text = nullptr;
+    if (!ConvertSidToStringSidW(get(), &text))
+        throwOsError(GetLastError(), L"ConvertSidToStringSid", {"access::Sid::text"});
+    const UniqueLocalMemory owner(text);
+    return text;
 }
 
 Sid userOf(HANDLE token)

@@ -2,6 +2,7 @@
 
 #include "runtime/handles.h"
 
+#include <string>
 #include <vector>
 
 /// Who somebody is: security identifiers, tokens and groups.
@@ -19,6 +20,8 @@ public:
     explicit operator bool() const noexcept { return !bytes_.empty(); }
     PSID get() const noexcept;
     bool operator==(const Sid& other) const noexcept;
+    /// "S-1-5-...", as security descriptors are written. @throws vosexception "ConvertSidToStringSid"
+    std::wstring text() const;
 
 private:
     std::vector<BYTE> bytes_;
@@ -27,8 +30,8 @@ private:
 /// The user of a token (opened with TOKEN_QUERY). @throws vosexception "GetTokenInformation"
 Sid userOf(HANDLE token);
 
-/// Whether the token, primary or impersonating (opened with TOKEN_QUERY and TOKEN_DUPLICATE), holds the enabled
-/// group of administrators. @throws vosexception "DuplicateToken", "CheckTokenMembership"
+/// Whether the token, primary or impersonating (opened with TOKEN_QUERY and TOKEN_DUPLICATE), holds the
+/// enabled group of administrators. @throws vosexception "DuplicateToken", "CheckTokenMembership"
 bool isAdministrator(HANDLE token);
 
 /// The token of a process. @throws vosexception "OpenProcessToken"

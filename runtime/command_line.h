@@ -14,6 +14,6 @@ std::size_t argumentEnd(std::wstring_view commandLine, std::size_t begin);
 /// knows no escapes, are others.)
 std::vector<std::wstring> splitArguments(std::wstring_view commandLine);
 
-/// One argument as it must stand in a command line: as it is, or in quotes when it is empty or holds white space
-/// or a character that a command interpreter knows.
+/// One argument as it must stand in a command line: as it is, or in quotes when it is empty or holds white
+/// space or a character that a command interpreter knows.
 std::wstring quoteArgument(std::wstring_view argument);

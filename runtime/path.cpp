@@ -4,6 +4,9 @@
 #include "runtime/vosexception.h"
 
 #include <pathcch.h>
+#include <shlwapi.h>
+
+#include <algorithm>
 
 std::wstring path::combine(const std::wstring& directory, const std::wstring& name)
 {
@@ -16,6 +19,33 @@ std::wstring path::combine(const std::wstring& directory, const std::wstring& na
             {"path::combine"});
     }
     return combined;
+}
+
+std::wstring path::normalise(std::wstring path)
+{
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    if (path.empty())
+        return path;
+    wchar_t* canonical = nullptr;
+    const HRESULT result = PathAllocCanonicalize(path.c_str(), PATHCCH_ALLOW_LONG_PATHS, &canonical);
+    const UniqueLocalMemory owner(canonical);
+    if (FAILED(result))
+        throwOsError(HRESULT_CODE(result), L"PathAllocCanonicalize '" + path + L"'", {"path::normalise"});
+    return canonical;
+}
+
+bool path::isAbsolute(std::wstring_view path) noexcept
+{
+    return path.starts_with(L"\\\\") || (path.size() > 2 && path[1] == L':' && path[2] == L'\\');
+}
+
+std::wstring path::root(const std::wstring& path)
+{
+    std::wstring buffer = path;
+    if (!PathStripToRootW(buffer.data()))
+        throw vexception(L"Unable to find the root of path (" + path + L")", {"VFileName::root"});
+    buffer.resize(wcsnlen(buffer.c_str(), buffer.size()));
+    return buffer;
 }
 
 std::wstring_view path::fileTitle(std::wstring_view path) noexcept

@@ -10,6 +10,17 @@ namespace path {
 /// @throws vosexception "PathAllocCombine '<directory>' '<name>'" when the system cannot join them
 std::wstring combine(const std::wstring& directory, const std::wstring& name);
 
+/// The path with backslashes for slashes and without "." and ".." segments; an empty one stays empty.
+/// @throws vosexception "PathAllocCanonicalize '<path>'"
+std::wstring normalise(std::wstring path);
+
+/// Whether the path says by itself where it leads: "X:\..." or "\\...".
+bool isAbsolute(std::wstring_view path) noexcept;
+
+/// "C:\" of "C:\a\b", "\\server\share" of a network path.
+/// @throws vexception for a path without a root
+std::wstring root(const std::wstring& path);
+
 /// A file's name without directory and extension.
 std::wstring_view fileTitle(std::wstring_view path) noexcept;
 

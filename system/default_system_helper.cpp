@@ -3,7 +3,15 @@
 #include "runtime/format.h"
 #include "runtime/mask.h"
 #include "runtime/operation.h"
+#include "runtime/path.h"
+#include "runtime/vosexception.h"
+#include "system/directory_listing.h"
+#include "system/kelvo_util.h"
+#include "system/panel_directories.h"
 #include "system/service.h"
+#include "system/util_exec_log.h"
+
+#include <shlobj.h>
 
 namespace KelvoRepairAdapter {
 
@@ -34,6 +42,70 @@ std::uint32_t DefaultSystemHelper::getServiceStatus(const std::wstring& name)
 {
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::getServiceStatus"},
         callWith(L"getServiceStatus(%s)", name), [&](Span&) { return service::currentState(name); });
+}
+
+std::wstring DefaultSystemHelper::execUtil(
+    const std::wstring& name, const std::wstring& arguments, bool bin64)
+{
+    const auto describe = [&] {
+        return formatString(L"execUtil(%s, %s)", name.c_str(), maskedArguments(arguments).c_str());
+    };
+    return operation({"KelvoRepairAdapter::DefaultSystemHelper::execUtil"}, describe, [&](Span&) {
+        std::wstring output;
+        execKelvoUtil(name, arguments, &output, true, nullptr, bin64);
+        return output;
+    });
+}
+
+std::wstring DefaultSystemHelper::getKelvoRootDir()
+{
+    return operation(
+        {"KelvoRepairAdapter::DefaultSystemHelper::getKelvoRootDir"},
+        [] { return std::wstring(L"getKelvoRootDir()"); }, [](Span&) { return panel::rootDirectory(); });
+}
+
+std::wstring DefaultSystemHelper::getDumpTempDir()
+{
+    return operation(
+        {"KelvoRepairAdapter::DefaultSystemHelper::getDumpTempDir"},
+        [] { return std::wstring(L"getDumpTempDir()"); }, [](Span&) { return panel::dumpTempDirectory(); });
+}
+
+std::wstring DefaultSystemHelper::getWindowsDir()
+{
+    return operation(
+        {"KelvoRepairAdapter::DefaultSystemHelper::getWindowsDir"},
+        [] { return std::wstring(L"getWindowsDir()"); },
+        [](Span&) {
+            wchar_t system[MAX_PATH];
+            if (!SHGetSpecialFolderPathW(nullptr, system, CSIDL_SYSTEM, FALSE)) {
+                throw vexception(L"SHGetSpecialFolderPath failed for index " + std::to_wstring(CSIDL_SYSTEM),
+                    {"KelvoRepairAdapter::DefaultSystemHelper::getWindowsDir"});
+            }
+            return path::normalise(path::combine(system, L".."));
+        });
+}
+
+DiskSpace DefaultSystemHelper::getDiskSpace(const std::wstring& path)
+{
+    return operation({"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"},
+        callWith(L"getDiskSpace(%s)", path), [&](Span&) {
+            ULARGE_INTEGER total{}, free{};
+            if (!GetDiskFreeSpaceExW(path.c_str(), nullptr, &total, &free)) {
+                throwOsError(GetLastError(), L"GetDiskFreeSpaceEx() failed",
+                    {"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"});
+            }
+            return DiskSpace{total.QuadPart, free.QuadPart};
+        });
+}
+
+DirectoryEntries DefaultSystemHelper::listDirectory(const std::wstring& path, std::int32_t kind)
+{
+    const auto describe = [&] {
+        return formatString(L"listDirectory(%s, %d)", maskArgument(path).c_str(), kind);
+    };
+    return operation({"KelvoRepairAdapter::DefaultSystemHelper::listDirectory"}, describe,
+        [&](Span&) { return ::listDirectory(path, static_cast<ListingKind>(kind)); });
 }
 
 } // namespace KelvoRepairAdapter

@@ -11,6 +11,12 @@ public:
     bool isServiceExist(const std::wstring& name) override;
     std::uint32_t getServiceStartupType(const std::wstring& name) override;
     std::uint32_t getServiceStatus(const std::wstring& name) override;
+    std::wstring execUtil(const std::wstring& name, const std::wstring& arguments, bool bin64) override;
+    std::wstring getKelvoRootDir() override;
+    std::wstring getDumpTempDir() override;
+    std::wstring getWindowsDir() override;
+    DiskSpace getDiskSpace(const std::wstring& path) override;
+    DirectoryEntries listDirectory(const std::wstring& path, std::int32_t kind) override;
 };
 
 } // namespace KelvoRepairAdapter

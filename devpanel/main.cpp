@@ -1,0 +1,63 @@
+// Stands in for the panel on machines that have none: devpanel install | ensure | serve | sqlserver
+
+#include "devpanel/install.h"
+#include "devpanel/pipe_service.h"
+#include "runtime/vexception.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <string_view>
+
+namespace {
+
+SERVICE_STATUS_HANDLE serviceHandle;
+HANDLE stopped;
+
+void report(DWORD state)
+{
+    SERVICE_STATUS status{};
+    status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
+    status.dwCurrentState = state;
+    status.dwControlsAccepted = SERVICE_ACCEPT_STOP;
+    SetServiceStatus(serviceHandle, &status);
+}
+
+/// The service KelvoSQLServer: runs until it is stopped, a minute at the longest.
+void WINAPI sqlServer(DWORD, wchar_t**)
+{
+    stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    serviceHandle = RegisterServiceCtrlHandlerW(L"KelvoSQLServer", [](DWORD control) {
+        if (control == SERVICE_CONTROL_STOP)
+            SetEvent(stopped);
+    });
+    report(SERVICE_RUNNING);
+    WaitForSingleObject(stopped, 60'000);
+    report(SERVICE_STOPPED);
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    const std::wstring_view mode = argc > 1 ? argv[1] : L"";
+    try {
+        if (mode == L"install") {
+            installPanel();
+        } else if (mode == L"ensure") {
+            ensurePipe();
+        } else if (mode == L"serve") {
+            servePipe();
+        } else if (mode == L"sqlserver") {
+            wchar_t name[] = L"";
+            const SERVICE_TABLE_ENTRYW table[] = {{name, sqlServer}, {nullptr, nullptr}};
+            return StartServiceCtrlDispatcherW(table) ? 0 : 1;
+        } else {
+            return 1;
+        }
+        return 0;
+    } catch (const vexception& failure) {
+        std::fprintf(stderr, "%ls\n", failure.fullText().c_str());
+        return 1;
+    }
+}

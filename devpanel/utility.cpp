@@ -1,0 +1,141 @@
+// Stands in for the panel's utilities, under each one's name. sysinfo prints this machine's figures; the
+// others note what they were asked in var\devpanel.log and succeed. None restarts or repairs anything.
+//
+// A file <name>.script beside the program makes it do that instead, a step a line:
+//   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | sleep <milliseconds>
+//   | exit <code> | crash
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+namespace {
+
+std::wstring programPath()
+{
+    wchar_t path[1024];
+    GetModuleFileNameW(nullptr, path, 1024);
+    return path;
+}
+
+std::string narrow(const std::wstring& text)
+{
+    std::string result(text.size() * 3, '\0');
+    result.resize(static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text.c_str(),
+        static_cast<int>(text.size()), result.data(), static_cast<int>(result.size()), nullptr, nullptr)));
+    return result;
+}
+
+void note(const std::string& text)
+{
+    const std::wstring bin = programPath().substr(0, programPath().rfind(L'\\'));
+    std::ofstream((bin + L"\\..\\..\\var\\devpanel.log").c_str(), std::ios::app) << text << std::endl;
+}
+
+/// Bytes of a line "Name:   123 kB" of the machine's memory figures, which Wine shows as a file.
+unsigned long long memoryFigure(const std::string& name)
+{
+    std::ifstream figures("Z:\\proc\\meminfo");
+    for (std::string line; std::getline(figures, line);) {
+        if (line.starts_with(name + ":"))
+            return std::strtoull(line.c_str() + name.size() + 1, nullptr, 10) * 1024;
+    }
+    return 0;
+}
+
+void printMemory(const std::string& total, const std::string& free)
+{
+    const unsigned long long all = memoryFigure(total), left = memoryFigure(free);
+    std::printf("Total: %llu\nFree: %llu\nUsed: %llu\n", all, left, all - left);
+}
+
+int sysinfo(const std::wstring& what)
+{
+    if (what == L"loadavg") {
+        std::string line; // Wine shows the files of the machine below
+        std::getline(std::ifstream("Z:\\proc\\loadavg"), line);
+        std::puts(line.c_str());
+        return line.empty() ? 1 : 0;
+    }
+    if (what == L"memory")
+        printMemory("MemTotal", "MemAvailable");
+    else if (what == L"swap")
+        printMemory("SwapTotal", "SwapFree");
+    else
+        return 1;
+    return 0;
+}
+
+/// Leaves a process behind that has our output.
+void leaveChild(const char* milliseconds)
+{
+    STARTUPINFOA startup{};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process{};
+    std::string commandLine = std::string("x --sleep ") + milliseconds;
+    CreateProcessA(narrow(programPath()).c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
+        nullptr, &startup, &process);
+}
+
+int runScript(std::ifstream& script)
+{
+    std::string line;
+    while (std::getline(script, line)) {
+        const std::string step = line.substr(0, line.find(' ')),
+                          rest = line.substr(std::min(step.size() + 1, line.size()));
+        if (step == "out") {
+            std::printf("%s\n", rest.c_str());
+        } else if (step == "err") {
+            std::fprintf(stderr, "%s\n", rest.c_str());
+        } else if (step == "hex") {
+            std::putchar(static_cast<int>(std::strtoul(rest.c_str(), nullptr, 16)));
+        } else if (step == "bytes") {
+            const std::string block(65'536, 'x');
+            for (std::size_t left = std::strtoul(rest.c_str(), nullptr, 10); left > 0;)
+                left -= std::fwrite(block.data(), 1, std::min(left, block.size()), stdout);
+        } else if (step == "read") {
+            std::string all((std::istreambuf_iterator<char>(std::cin)), {});
+            std::printf("%zu\n", all.size());
+        } else if (step == "child") {
+            leaveChild(rest.c_str());
+        } else if (step == "sleep") {
+            Sleep(std::strtoul(rest.c_str(), nullptr, 10));
+        } else if (step == "crash") {
+            TerminateProcess(GetCurrentProcess(), 0xc0000005);
+        } else if (step == "exit") {
+            std::fflush(stdout);
+            ExitProcess(std::strtoul(rest.c_str(), nullptr, 10));
+        }
+        std::fflush(stdout);
+    }
+    return 0;
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    if (argc == 3 && std::wstring(argv[1]) == L"--sleep") {
+        Sleep(static_cast<DWORD>(_wtoi(argv[2])));
+        return 0;
+    }
+    const std::wstring path = programPath(), file = path.substr(path.rfind(L'\\') + 1),
+                       name = file.substr(0, file.rfind(L'.'));
+    std::ifstream script((path.substr(0, path.rfind(L'.')) + L".script").c_str());
+    if (script)
+        return runScript(script);
+    if (name == L"sysinfo")
+        return sysinfo(argc > 1 ? argv[1] : L"");
+
+    const std::wstring commandLine = GetCommandLineW();
+    note(narrow(name + commandLine.substr(std::min(commandLine.find(L"\" ") + 1, commandLine.size()))));
+    if (name == L"send-error-report") {
+        std::string report((std::istreambuf_iterator<char>(std::cin)), {});
+        note(report);
+    }
+    return 0;
+}

@@ -1,0 +1,26 @@
+#include "runtime/letter_case.h"
+
+#include <windows.h>
+
+namespace {
+
+std::wstring mapped(std::wstring text, DWORD map)
+{
+    const std::wstring source = text;
+    const int length = static_cast<int>(text.size()); // one letter becomes one letter
+    LCMapStringEx(
+        LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0);
+    return text;
+}
+
+} // namespace
+
+std::wstring lowerCase(std::wstring text)
+{
+    return mapped(std::move(text), LCMAP_LOWERCASE);
+}
+
+std::wstring upperCase(std::wstring text)
+{
+    return mapped(std::move(text), LCMAP_UPPERCASE);
+}

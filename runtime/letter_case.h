@@ -1,0 +1,7 @@
+#pragma once
+
+#include <string>
+
+/// The text with every letter (not only ASCII's) in the other case, whatever the machine's language.
+std::wstring lowerCase(std::wstring text);
+std::wstring upperCase(std::wstring text);

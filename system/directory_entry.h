@@ -1,0 +1,29 @@
+#pragma once
+
+#include <windows.h>
+
+#include <cstdint>
+#include <list>
+#include <string>
+
+/// One entry of a directory, as the file system lists it.
+struct DirectoryEntry
+{
+    std::wstring name; // without its directory
+    std::uint32_t attributes;
+    bool isReparsePoint;
+    bool isNameSurrogate; // a link: a reparse point that stands for another name
+    std::uint64_t size;
+    FILETIME creationTime, lastAccessTime, lastWriteTime; // UTC
+
+    bool isDirectory() const noexcept { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+};
+
+using DirectoryEntries = std::list<DirectoryEntry>;
+
+/// A volume's size, in bytes.
+struct DiskSpace
+{
+    std::uint64_t total;
+    std::uint64_t free; // all of it, not only what the caller's quota leaves
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "config/con_pipe.h"
+
+#include <string>
+
+/// The parent's end of a pipe to one of a child's standard handles.
+class ExecPipe
+{
+public:
+    enum class Direction
+    {
+        fromChild,
+        toChild
+    };
+
+    /// Creates both ends. @return the child's, inheritable
+    /// @throws vosexception "Unable to create pipe ...", "Unable to connect to pipe ..."
+    UniqueFile create(Direction direction);
+
+    /// From now on the end of this process ends reading and writing too.
+    void attach(HANDLE process) noexcept { process_ = process; } // weak
+
+    explicit operator bool() const noexcept { return static_cast<bool>(pipe_); }
+
+    /// Reads what is there, up to `size` bytes, waiting for the first one. Flags: none so far.
+    /// @return 0 at the end: nobody has the other end any more, or the process has ended and nothing came for
+    /// half
+    ///         a second (somebody that it started still has the other end)
+    /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"
+    std::size_t read(void* buffer, std::size_t size, unsigned flags);
+
+    /// Writes all of it. @param flags  1: this is the last write, the pipe is closed behind it
+    /// @throws vosexception "Unable to write to pipe"; Con::PipeTimeout when the child has ended without
+    /// taking it,
+    ///         or takes nothing for a minute
+    void write(const void* data, std::size_t size, unsigned flags);
+
+private:
+    Con::ServerOverlappedPipe pipe_;
+    HANDLE process_ = nullptr;
+};
