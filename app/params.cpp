@@ -84,8 +84,7 @@ std::wstring Params::get(const std::wstring& name, bool required, const std::wst
 
 void Params::reportMissingParameter(const std::wstring& name, NameList required, NameList optional) const
 {
-    throw vexception(
-        missing(name, describeParameters(required, optional)), {"Params::reportMissingParameter", 39});
+    throw vexception(missing(name, describeParameters(required, optional)), {"Params::reportMissingParameter", 39});
 }
 
 std::wstring Params::describeParameters(NameList required, NameList optional) const

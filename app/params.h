@@ -33,8 +33,7 @@ public:
     std::wstring get(const std::wstring& name) const { return get(name, true, {}); }
 
     /// @throws vexception always
-    [[noreturn]] void reportMissingParameter(
-        const std::wstring& name, NameList required, NameList optional) const;
+    [[noreturn]] void reportMissingParameter(const std::wstring& name, NameList required, NameList optional) const;
 
     /// "Possible parameters:" and one line a name, optional ones in brackets; empty without names.
     std::wstring describeParameters(NameList required, NameList optional) const;

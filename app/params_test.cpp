@@ -42,12 +42,10 @@ TEST(Params, ChecksTheRequiredNamesThenTheOthers)
         {{L"--b"}, L""sv, L"--b"sv, nullptr, 0}, // lists without an end
         {{L"--zeta", L"--alpha"}, {}, {}, L"Unexpected parameter --alpha. ", 105},
         {{L"--zeta"}, L"--b\0--a\0"sv, L"--c\0--d\0"sv,
-            L"Missing required parameter --b. Possible parameters:\n    --b\n    --a\n    [--c]\n    [--d]",
+            L"Missing required parameter --b. Possible parameters:\n    --b\n    --a\n    [--c]\n    [--d]", 72},
+        {{L"--NAME=x"}, L"--name\0"sv, {}, L"Missing required parameter --name. Possible parameters:\n    --name",
             72},
-        {{L"--NAME=x"}, L"--name\0"sv, {},
-            L"Missing required parameter --name. Possible parameters:\n    --name", 72},
-        {{L"--nam"}, {}, L"--name\0"sv, L"Unexpected parameter --nam. Possible parameters:\n    [--name]",
-            105},
+        {{L"--nam"}, {}, L"--name\0"sv, L"Unexpected parameter --nam. Possible parameters:\n    [--name]", 105},
         {{L"=x"}, {}, L"--a\0\0--hidden\0"sv, L"Unexpected parameter . Possible parameters:\n    [--a]", 105},
     };
     for (const auto& row : rows) {

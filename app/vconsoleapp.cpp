@@ -55,18 +55,17 @@ std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noe
     const structured_exception::TranslatorScope translator;
     try {
         std::wstring commandLine;
-        const auto describe = [&] {
-            return formatString(L"Unable to execute command: '%s'", commandLine.c_str());
-        };
-        operation({RaiseSite("vconsoleapp::run", 117), RaiseSite("vconsoleapp::run", 108)}, describe, [&](Span& span) {
-            commandLine = maskCommandLine(GetCommandLineW());
-            LogManager::log(LogLevel::Info, L"Start command: '%s'", commandLine.c_str());
-            const std::int32_t code = start(argc, argv);
-            LogManager::log(LogLevel::Info, L"End command '%s' with code: %d", commandLine.c_str(), code);
-            if (span.isActive())
-                span.tag("if_error", describe());
-            result = code;
-        });
+        const auto describe = [&] { return formatString(L"Unable to execute command: '%s'", commandLine.c_str()); };
+        operation(
+            {RaiseSite("vconsoleapp::run", 117), RaiseSite("vconsoleapp::run", 108)}, describe, [&](Span& span) {
+                commandLine = maskCommandLine(GetCommandLineW());
+                LogManager::log(LogLevel::Info, L"Start command: '%s'", commandLine.c_str());
+                const std::int32_t code = start(argc, argv);
+                LogManager::log(LogLevel::Info, L"End command '%s' with code: %d", commandLine.c_str(), code);
+                if (span.isActive())
+                    span.tag("if_error", describe());
+                result = code;
+            });
     } catch (const vexception& failure) {
         result = 1;
         LogManager::log(LogLevel::Error, failure);

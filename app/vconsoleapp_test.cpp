@@ -2,6 +2,7 @@
 
 #include "runtime/structured_exception.h"
 #include "test/recording_handler.h"
+#include "test/sandbox.h"
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,8 @@
 #include <stdexcept>
 
 namespace {
+
+using ConsoleApp = RegistrySandbox; // failures are logged
 
 struct TestApplication : vconsoleapp
 {
@@ -34,14 +37,14 @@ std::wstring errorOf(vconsoleapp& application, std::int32_t argc)
     testing::internal::GetCapturedStdout();
     const auto& last = log.records.back();
     EXPECT_EQ(LogLevel::Error, last.level);
-    EXPECT_NE(std::wstring::npos,
-        last.message.find(L"\n   at (vconsoleapp::run line 117) Unable to execute command: '"));
+    EXPECT_NE(
+        std::wstring::npos, last.message.find(L"\n   at (vconsoleapp::run line 117) Unable to execute command: '"));
     return last.message.substr(0, last.message.find(L"\n   at ("));
 }
 
 } // namespace
 
-TEST(ConsoleApp, ReturnsTheHandlersCodeBetweenTwoRecords)
+TEST_F(ConsoleApp, ReturnsTheHandlersCodeBetweenTwoRecords)
 {
     TestApplication application([] { return 40; });
     RecordingHandler log;
@@ -51,7 +54,7 @@ TEST(ConsoleApp, ReturnsTheHandlersCodeBetweenTwoRecords)
     EXPECT_TRUE(log.records[1].message.ends_with(L"' with code: 42"));
 }
 
-TEST(ConsoleApp, TurnsEveryFailureIntoAnErrorRecordAndOne)
+TEST_F(ConsoleApp, TurnsEveryFailureIntoAnErrorRecordAndOne)
 {
     const struct
     {
@@ -70,7 +73,7 @@ TEST(ConsoleApp, TurnsEveryFailureIntoAnErrorRecordAndOne)
     }
 }
 
-TEST(ConsoleApp, HasAnAnswerToAnApplicationThatOverridesNothing)
+TEST_F(ConsoleApp, HasAnAnswerToAnApplicationThatOverridesNothing)
 {
     vconsoleapp application;
     EXPECT_EQ(L"Missing command parameter", errorOf(application, 1));

@@ -15,8 +15,8 @@ namespace {
 
 void print(const char* subject, const char* reference, const Comparison& result, double aim)
 {
-    std::printf("%-28s %9.0f us   %-30s %9.0f us   ratio %5.2f   aim %s%.2f\n", subject, result.subject,
-        reference, result.reference, result.ratio(), aim < 1 ? "<" : "", aim < 1 ? 1.0 : aim);
+    std::printf("%-28s %9.0f us   %-30s %9.0f us   ratio %5.2f   aim %s%.2f\n", subject, result.subject, reference,
+        result.reference, result.ratio(), aim < 1 ? "<" : "", aim < 1 ? 1.0 : aim);
     std::fflush(stdout);
 }
 
@@ -24,16 +24,15 @@ void print(const char* subject, const char* reference, const Comparison& result,
 void run(const std::wstring& program, const std::wstring& arguments)
 {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    static const UniqueFile nowhere(
-        CreateFileW(L"NUL", GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr));
+    static const UniqueFile nowhere(CreateFileW(L"NUL", GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr));
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = startup.hStdError = nowhere.get();
     std::wstring commandLine = L"\"" + program + L"\" " + arguments;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-            &startup, &process)) {
+    if (!CreateProcessW(
+            program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
         std::printf("cannot start %ls: %lu\n", program.c_str(), GetLastError());
         ExitProcess(1);
     }
@@ -50,9 +49,9 @@ void run(const std::wstring& program, const std::wstring& arguments)
 
 void benchServiceStatus(const std::wstring& build)
 {
-    const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-service-status --name=RpcSs"); };
-    const auto sc = [] { run(L"C:\\windows\\system32\\sc.exe", L"query RpcSs"); };
-    const auto bare = [&] { run(build + L"\\bench\\bare_service_status.exe", L"RpcSs"); };
+    const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-service-status --name=PlugPlay"); };
+    const auto sc = [] { run(L"C:\\windows\\system32\\sc.exe", L"query PlugPlay"); };
+    const auto bare = [&] { run(build + L"\\bench\\bare_service_status.exe", L"PlugPlay"); };
     mendkit(), sc(), bare(); // files and services warm
     print("--get-service-status", "sc query", Comparison::of(60, mendkit, sc), 0.99);
     print("--get-service-status", "bare program, same calls", Comparison::of(200, mendkit, bare), 1.10);
@@ -63,8 +62,8 @@ void writeBareLine(const std::wstring& path, const std::wstring& text)
 {
     const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"kelvolog_bare_mutex");
     WaitForSingleObject(mutex, INFINITE);
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
     LARGE_INTEGER end;
     SetFilePointerEx(file, {}, &end, FILE_END);
     DWORD written;
@@ -92,12 +91,9 @@ void benchLogLine()
     LogManager::settings().eventLog[0] = false; // the file alone
     const std::wstring text(80, L'x');
     const auto line = [&] { LogManager::log(LogLevel::Info, L"%s", text.c_str()); };
-    const auto bare = [&] {
-        writeBareLine(bareLog, L"2026/11/16 04:53:12.345 4120 3388 Info: " + text + L"\r\n");
-    };
+    const auto bare = [&] { writeBareLine(bareLog, L"2026/11/16 04:53:12.345 4120 3388 Info: " + text + L"\r\n"); };
     line(), bare();
-    print(
-        "a line of the debug log", "bare lock, open, append, close", Comparison::of(4000, line, bare), 1.30);
+    print("a line of the debug log", "bare lock, open, append, close", Comparison::of(4000, line, bare), 1.30);
 
     RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
     RegDeleteTreeW(HKEY_CURRENT_USER, keyName.c_str());

@@ -54,8 +54,7 @@ DWORD OverlappedPipe::cancel() noexcept
     if (pending_) {
         // The buffer is the system's until the operation has ended, cancelled or not.
         CancelIoEx(handle_.get(), &overlapped_);
-        if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) &&
-            GetLastError() != ERROR_MORE_DATA)
+        if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) && GetLastError() != ERROR_MORE_DATA)
             bytes = 0;
         pending_ = false;
     }
@@ -179,10 +178,9 @@ void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
             rights.c_str(), SDDL_REVISION_1, &security.lpSecurityDescriptor, nullptr)) {
         descriptor.reset(security.lpSecurityDescriptor);
         constexpr DWORD bufferSize = 65'536;
-        handle.reset(
-            CreateNamedPipeW(name.c_str(), access | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-                PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, bufferSize,
-                bufferSize, 0, &security));
+        handle.reset(CreateNamedPipeW(name.c_str(), access | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
+            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, bufferSize, bufferSize,
+            0, &security));
     }
     if (!handle)
         throwOsError(GetLastError(), L"Unable to create pipe " + name, {"Con::ServerOverlappedPipe::create"});

@@ -12,10 +12,7 @@ namespace Con {
 class PipeTimeout : public vosexception
 {
 public:
-    explicit PipeTimeout(RaiseSite site)
-        : vosexception(WAIT_TIMEOUT, L"Unable to complete pipe operation", site)
-    {
-    }
+    explicit PipeTimeout(RaiseSite site) : vosexception(WAIT_TIMEOUT, L"Unable to complete pipe operation", site) {}
 };
 
 /// Whether an error code says that the other end has gone.
@@ -28,10 +25,7 @@ public:
     static constexpr DWORD defaultTimeout = 60'000;
 
     /// @param timeoutMilliseconds  how long one operation may take
-    explicit OverlappedPipe(DWORD timeoutMilliseconds = defaultTimeout) noexcept
-        : timeout_(timeoutMilliseconds)
-    {
-    }
+    explicit OverlappedPipe(DWORD timeoutMilliseconds = defaultTimeout) noexcept : timeout_(timeoutMilliseconds) {}
     OverlappedPipe(const OverlappedPipe&) = delete;
     OverlappedPipe& operator=(const OverlappedPipe&) = delete;
     /// Cancels what is under way and awaits its end.

@@ -13,8 +13,7 @@ constexpr vpipechannel::Operation getStringOperation = {
 
 /// The frame of the client's operations, which log their failures themselves.
 template <typename Describe, typename Work>
-decltype(auto) loggedOperation(
-    IServiceLog& log, const Boundary& boundary, const Describe& describe, Work work)
+decltype(auto) loggedOperation(IServiceLog& log, const Boundary& boundary, const Describe& describe, Work work)
 {
     try {
         return operation(boundary, describe, work);
@@ -44,9 +43,7 @@ KelvoSrvClient& KelvoSrvClient::getInstance(IServiceLog& log)
 
 std::wstring KelvoSrvClient::getString(const std::wstring& name)
 {
-    const auto describe = [&] {
-        return formatString(L"Unable to call getString(%s)", maskArgument(name).c_str());
-    };
+    const auto describe = [&] { return formatString(L"Unable to call getString(%s)", maskArgument(name).c_str()); };
     return loggedOperation(log_, {"KelvoSrvClient::getString"}, describe, [&](Span&) {
         vserializer::writer arguments;
         arguments.text(name);

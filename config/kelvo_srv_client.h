@@ -10,8 +10,7 @@ class KelvoSrvClient
 {
 public:
     /// @param timeoutMilliseconds  how long the service may keep silent
-    explicit KelvoSrvClient(
-        IServiceLog& log, DWORD timeoutMilliseconds = Con::OverlappedPipe::defaultTimeout);
+    explicit KelvoSrvClient(IServiceLog& log, DWORD timeoutMilliseconds = Con::OverlappedPipe::defaultTimeout);
 
     /// The process's client, made at the first call. @param log  of the first call; must live as long as the
     /// process

@@ -15,10 +15,7 @@ struct RecordingServiceLog : IServiceLog
 {
     void info(const std::wstring& message) noexcept override { lines.push_back(L"info " + message); }
     void warning(const std::wstring& message) noexcept override { lines.push_back(L"warning " + message); }
-    void error(const vexception& failure) noexcept override
-    {
-        lines.push_back(L"error " + failure.message());
-    }
+    void error(const vexception& failure) noexcept override { lines.push_back(L"error " + failure.message()); }
     std::vector<std::wstring> lines;
 };
 
@@ -57,9 +54,8 @@ TEST_F(ServiceClient, SendsTheWireFormat)
     ScriptedPipe service({{good}});
     setConfig(L"zrmpipe", service.name());
     EXPECT_EQ(L"C:Ж", ask());
-    EXPECT_EQ(
-        "\x2f\0\0\0\x10\0\0\0\x3c\xbc\x3e\xad\xb9\xe6\xcf\x4f\xab\xb9\xed\x1b\x3d\x52\x4f\x22\x17\0\0\0\x02"
-        "D\0u\0m\0p\0T\0e\0m\0p\0D\0i\0r\0"s,
+    EXPECT_EQ("\x2f\0\0\0\x10\0\0\0\x3c\xbc\x3e\xad\xb9\xe6\xcf\x4f\xab\xb9\xed\x1b\x3d\x52\x4f\x22\x17\0\0\0\x02"
+              "D\0u\0m\0p\0T\0e\0m\0p\0D\0i\0r\0"s,
         service.received());
     EXPECT_TRUE(log.lines.empty());
 }
@@ -85,8 +81,7 @@ TEST_F(ServiceClient, MakesSenseOfEveryReply)
         {"a failure", {{reply("\xff\xff\xff\xff\x03\0\0\0\x01no"s)}}, L"!no"},
         {"a broken failure", {{reply("\xff\xff\xff\xff\x09\0\0\0\x01no"s)}},
             L"!Double exception on read from serializer"},
-        {"4 GiB announced", {{"\xff\xff\xff\xff"s}},
-            L"!Invalid Protocol when read C-string from serializer."},
+        {"4 GiB announced", {{"\xff\xff\xff\xff"s}}, L"!Invalid Protocol when read C-string from serializer."},
         {"closed before the reply", {{}}, L"!Pipe is finished"},
         {"closed in the reply", {{good.substr(0, 7)}}, L"!Pipe is finished"},
     };
@@ -109,19 +104,17 @@ TEST_F(ServiceClient, EndsWhenNobodyAnswers)
     setConfig(L"PipeConnectTryCount", 2);
     EXPECT_TRUE(ask().ends_with(L" at lookup subKey=SOFTWARE\\Kelvo\\ZRM Config\\Config value=zrmpipe"));
     setConfig(L"zrmpipe", L"mendkit_test_none");
-    EXPECT_TRUE(
-        ask().ends_with(L"(Error code 2) at Unable to connect to pipe \\\\.\\pipe\\mendkit_test_none"));
+    EXPECT_TRUE(ask().ends_with(L"(Error code 2) at Unable to connect to pipe \\\\.\\pipe\\mendkit_test_none"));
 
     ScriptedPipe silent({{}, 0, 3000});
     setConfig(L"zrmpipe", silent.name());
     EXPECT_TRUE(ask(200).ends_with(L"(Error code 258) at Unable to complete pipe operation"));
 
     const ScriptedPipe busy(ScriptedPipe::Script{});
-    const UniqueFile other(CreateFileW((L"\\\\.\\pipe\\" + busy.name()).c_str(), GENERIC_READ | GENERIC_WRITE,
-        0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const UniqueFile other(CreateFileW((L"\\\\.\\pipe\\" + busy.name()).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+        nullptr, OPEN_EXISTING, 0, nullptr));
     setConfig(L"zrmpipe", busy.name());
-    EXPECT_TRUE(
-        ask().ends_with(L"(Error code 231) at Unable to connect to pipe \\\\.\\pipe\\" + busy.name()));
+    EXPECT_TRUE(ask().ends_with(L"(Error code 231) at Unable to connect to pipe \\\\.\\pipe\\" + busy.name()));
 }
 
 TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
@@ -129,17 +122,14 @@ TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
     std::mt19937 random(20261121);
     int texts = 0, failures = 0;
     for (int round = 0; round < 200'000; ++round) {
-        std::string bytes =
-            random() % 2 ? good.substr(4) : std::string("\xff\xff\xff\xff", 4) + good.substr(4);
+        std::string bytes = random() % 2 ? good.substr(4) : std::string("\xff\xff\xff\xff", 4) + good.substr(4);
         for (unsigned changes = random() % 4; changes > 0; --changes)
             bytes[random() % bytes.size()] = static_cast<char>(random());
         bytes.resize(random() % (bytes.size() + 3));
         // A heap block of just this size: a read beyond it may fault, a text beyond it shows.
         const std::vector<char> exact(bytes.begin(), bytes.end());
         try {
-            texts += vserializer::reader({exact.data(), exact.size()}).text().size() <= exact.size()
-                         ? 1
-                         : -1'000'000;
+            texts += vserializer::reader({exact.data(), exact.size()}).text().size() <= exact.size() ? 1 : -1'000'000;
         } catch (const vexception& failure) {
             ++failures;
             ASSERT_LT(failure.message().size(), 80u);

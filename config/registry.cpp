@@ -31,8 +31,7 @@ REGSAM viewAccess(int view)
 LSTATUS lookupNumber(HKEY key, const std::wstring& name, DWORD& number, const std::wstring& shownAs)
 {
     DWORD type = REG_NONE, data = 0, size = sizeof data;
-    const LSTATUS status =
-        RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
+    const LSTATUS status = RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(&data), &size);
     if (status != ERROR_SUCCESS && status != ERROR_MORE_DATA)
         return status;
     if (type != REG_DWORD)
@@ -51,16 +50,17 @@ bool isText(DWORD type)
 LSTATUS lookupText(
     HKEY key, const std::wstring& name, std::wstring& text, DWORD expected, const std::wstring& shownAs)
 {
+    const auto isUsable = [=](DWORD type) { return type == expected || (isText(type) && isText(expected)); };
     DWORD type = REG_NONE, size = 0;
     LSTATUS status = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_ANY, &type, nullptr, &size);
     std::vector<wchar_t> data;
     while (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
-        if (type != expected && !(isText(type) && isText(expected)))
+        if (!isUsable(type))
             throwInvalid(L"RegGetValue invalid type", shownAs, {"registry::lookup"});
         data.assign(size / sizeof(wchar_t) + 2, L'\0'); // one more for an odd byte, one to end the text
         size = static_cast<DWORD>((data.size() - 1) * sizeof(wchar_t));
         status = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_ANY, &type, data.data(), &size);
-        if (status == ERROR_SUCCESS && isText(type))
+        if (status == ERROR_SUCCESS && isUsable(type))
             break; // else the value changed between the two calls: again with what it is now
     }
     if (status == ERROR_SUCCESS)
@@ -73,8 +73,7 @@ template <typename Read>
 LSTATUS withKey(HKEY root, const std::wstring& subKey, int view, Read read)
 {
     UniqueRegistryKey key;
-    const LSTATUS status =
-        RegOpenKeyExW(root, subKey.c_str(), 0, KEY_QUERY_VALUE | viewAccess(view), key.receive());
+    const LSTATUS status = RegOpenKeyExW(root, subKey.c_str(), 0, KEY_QUERY_VALUE | viewAccess(view), key.receive());
     return status == ERROR_SUCCESS ? read(key.get()) : status;
 }
 
@@ -126,8 +125,8 @@ LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, 
 LSTATUS lookup(
     HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text, DWORD type, int view)
 {
-    return withKey(root, subKey, view,
-        [&](HKEY key) { return lookupText(key, name, text, type, subKey + L"\\" + name); });
+    return withKey(
+        root, subKey, view, [&](HKEY key) { return lookupText(key, name, text, type, subKey + L"\\" + name); });
 }
 
 std::wstring getstr(HKEY root, const std::wstring& subKey, const std::wstring& name, int view)

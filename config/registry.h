@@ -30,8 +30,8 @@ LSTATUS lookup(HKEY key, const std::wstring& name, std::wstring& text);
 LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, DWORD& number, int view);
 
 /// @param type  the type that the value must have; REG_SZ and REG_EXPAND_SZ stand for each other
-LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text,
-    DWORD type, int view);
+LSTATUS lookup(
+    HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text, DWORD type, int view);
 
 /// A text that must be there. @throws vosexception "lookup subKey=... value=..."; vexception as the lookups
 /// do

@@ -91,8 +91,8 @@ TEST_F(Registry, NamesWhatItCouldNotUse)
     EXPECT_EQ(L"RegQueryValueEx invalid size of 'short'", messageOf([&] { ofNumber(L"short"); }));
     EXPECT_EQ(L"RegQueryValueEx invalid type of 'Software\\Test\\binary'",
         messageOf([&] { registry::lookup(HKEY_LOCAL_MACHINE, key, L"binary", number, 1); }));
-    EXPECT_EQ(L"RegGetValue invalid type of 'number'",
-        messageOf([&] { registry::lookup(opened.get(), L"number", text); }));
+    EXPECT_EQ(
+        L"RegGetValue invalid type of 'number'", messageOf([&] { registry::lookup(opened.get(), L"number", text); }));
     EXPECT_EQ(L"RegGetValue invalid type of 'Software\\Test\\binary'",
         messageOf([&] { registry::getstr(HKEY_LOCAL_MACHINE, key, L"binary", 1); }));
     const std::wstring notFound = systemMessage(ERROR_FILE_NOT_FOUND) + L" (Error code 2) at ";
@@ -100,8 +100,7 @@ TEST_F(Registry, NamesWhatItCouldNotUse)
         messageOf([&] { registry::getstr(HKEY_LOCAL_MACHINE, key, L"none", 1); }));
     EXPECT_EQ(notFound + L"RegOpenKeyEx subKey=no\\key",
         messageOf([&] { registry::open(HKEY_LOCAL_MACHINE, L"no\\key", KEY_READ); }));
-    EXPECT_TRUE(
-        messageOf([&] { registry::set(opened.get(), L"x", 1); }).ends_with(L" at RegSetValueEx valueName=x"))
+    EXPECT_TRUE(messageOf([&] { registry::set(opened.get(), L"x", 1); }).ends_with(L" at RegSetValueEx valueName=x"))
         << "the key is open for reading only";
     EXPECT_EQ(7u, number);
     EXPECT_EQ(L"before", text);

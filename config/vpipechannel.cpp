@@ -92,9 +92,8 @@ std::string client::query(const Operation& operation, std::string_view arguments
             }
             if (dynamic_cast<const Con::PipeTimeout*>(&failure))
                 throw;
-            log_.info(
-                formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
-                    failure.fullText().c_str()));
+            log_.info(formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
+                failure.fullText().c_str()));
         } catch (const vserializer::invalidprotocol&) { // it would answer the same again
             pipe_.close();
             throw;

@@ -56,8 +56,7 @@ std::wstring reader::textOf(std::uint32_t length)
     if (characterSize == narrowCharacters)
         return toWide(data, ansiCodePage);
     if (characterSize != wideCharacters) {
-        throw invalidprotocol(
-            L"Unsupported char size when read C-string from serializer.", {"vserializer::reader"});
+        throw invalidprotocol(L"Unsupported char size when read C-string from serializer.", {"vserializer::reader"});
     }
     std::wstring text(data.size() / sizeof(wchar_t), L'\0'); // half a character at the end is none
     std::memcpy(text.data(), data.data(), text.size() * sizeof(wchar_t));

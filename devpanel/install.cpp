@@ -26,9 +26,9 @@ void installService(const std::wstring& program)
 {
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CREATE_SERVICE));
     const std::wstring commandLine = L"\"" + program + L"\" sqlserver";
-    const UniqueService service(CreateServiceW(manager.get(), L"KelvoSQLServer",
-        L"Kelvo SQL server (stand-in)", SERVICE_QUERY_STATUS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START,
-        SERVICE_ERROR_NORMAL, commandLine.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
+    const UniqueService service(CreateServiceW(manager.get(), L"KelvoSQLServer", L"Kelvo SQL server (stand-in)",
+        SERVICE_QUERY_STATUS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
+        commandLine.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
     if (!service && GetLastError() != ERROR_SERVICE_EXISTS)
         throwOsError(GetLastError(), L"CreateService", {"installPanel"});
 }
@@ -44,8 +44,7 @@ void installPanel()
 
     const std::wstring here = path::combine(moduleFileName(), L"..");
     for (const wchar_t* bin : {L"admin\\bin", L"admin\\bin64"}) {
-        for (const wchar_t* utility :
-            {L"sysinfo", L"websrvmng", L"shutdown", L"mysqlmng_adm", L"send-error-report"})
+        for (const wchar_t* utility : {L"sysinfo", L"websrvmng", L"shutdown", L"mysqlmng_adm", L"send-error-report"})
             copyTo(here + L"\\devutility.exe", path::combine(root, bin) + L"\\" + utility + L".exe");
     }
     const std::wstring program = path::combine(root, L"admin\\bin64\\devpanel.exe");

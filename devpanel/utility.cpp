@@ -77,8 +77,8 @@ void leaveChild(const char* milliseconds)
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
     std::string commandLine = std::string("x --sleep ") + milliseconds;
-    CreateProcessA(narrow(programPath()).c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr,
-        nullptr, &startup, &process);
+    CreateProcessA(narrow(programPath()).c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
+        &startup, &process);
 }
 
 int runScript(std::ifstream& script)

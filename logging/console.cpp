@@ -4,10 +4,13 @@
 
 #include <cstdio>
 
-bool writeConsole(const std::string& text) noexcept
+bool hasConsole() noexcept
 {
     const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
-    if (!output || output == INVALID_HANDLE_VALUE)
-        return true;
-    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+    return output && output != INVALID_HANDLE_VALUE;
+}
+
+bool writeConsole(const std::string& text) noexcept
+{
+    return !hasConsole() || (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0);
 }

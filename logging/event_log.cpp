@@ -15,27 +15,26 @@ namespace {
 const wchar_t logKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo";
 const wchar_t sourcesKey[] = L"System\\CurrentControlSet\\Services\\EventLog\\Kelvo\\";
 
-/// Makes the log and the source known to the system. An existing log keeps its settings: they may be the
-/// administrator's.
-void registerSource(const std::wstring& sourceName)
+/// Makes the log and the source known to the system and opens the source. An existing log keeps its settings: they
+/// may be the administrator's. @return null when the source cannot be opened
+HANDLE registerSource(const std::wstring& sourceName)
 {
     VMutex mutex(L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}");
     const std::lock_guard lock(mutex);
 
     UniqueRegistryKey log;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, logKey, 0, KEY_QUERY_VALUE, log.receive()) ==
-        ERROR_FILE_NOT_FOUND) {
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, logKey, 0, KEY_QUERY_VALUE, log.receive()) == ERROR_FILE_NOT_FOUND) {
         log = registry::create(HKEY_LOCAL_MACHINE, logKey, KEY_ALL_ACCESS);
         registry::set(log.get(), L"MaxSize", 0x800000);
         registry::set(log.get(), L"Retention", 0);
     }
 
-    const UniqueRegistryKey source =
-        registry::create(HKEY_LOCAL_MACHINE, sourcesKey + sourceName, KEY_SET_VALUE);
-    registry::set(source.get(), L"TypesSupported",
-        EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
-    registry::set(source.get(), L"EventMessageFile",
-        path::combine(config::productRoot(), L"admin\\bin64\\eventmsg.dll"));
+    const UniqueRegistryKey source = registry::create(HKEY_LOCAL_MACHINE, sourcesKey + sourceName, KEY_SET_VALUE);
+    registry::set(
+        source.get(), L"TypesSupported", EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
+    registry::set(
+        source.get(), L"EventMessageFile", path::combine(config::productRoot(), L"admin\\bin64\\eventmsg.dll"));
+    return RegisterEventSourceW(nullptr, sourceName.c_str());
 }
 
 WORD eventType(LogLevel level)
@@ -66,8 +65,7 @@ HANDLE EventLog::handle()
         return eventSource_;
     if (sourceName_.empty())
         sourceName_ = moduleTitle();
-    registerSource(sourceName_);
-    eventSource_ = RegisterEventSourceW(nullptr, sourceName_.c_str());
+    eventSource_ = registerSource(sourceName_);
     if (!eventSource_)
         throwOsError(GetLastError(), L"RegisterEventSource", {"LogManager::getEventLog", 415});
     return eventSource_;

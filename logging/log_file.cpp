@@ -16,14 +16,17 @@ constexpr wchar_t byteOrderMark = 0xfeff;
 
 void append(const std::wstring& path, const std::wstring& line)
 {
-    const RaiseSite site("LogFile::write");
-    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE,
-        FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto failed = [&](const wchar_t* call) {
+        const DWORD code = GetLastError(); // before the text is built, which may change it
+        throwOsError(code, call + (L" '" + path + L"'"), {"LogFile::write"});
+    };
+    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
-        throwOsError(GetLastError(), L"CreateFile '" + path + L"'", site);
+        failed(L"CreateFile");
     LARGE_INTEGER end;
     if (!SetFilePointerEx(file.get(), {}, &end, FILE_END))
-        throwOsError(GetLastError(), L"SetFilePointer '" + path + L"'", site);
+        failed(L"SetFilePointer");
 
     const std::wstring record = end.QuadPart == 0 ? byteOrderMark + line : line;
     // This offset makes the system append: a writer that does not take the mutex can get between two lines,
@@ -33,7 +36,7 @@ void append(const std::wstring& path, const std::wstring& line)
     const DWORD size = static_cast<DWORD>(record.size() * sizeof(wchar_t));
     DWORD written = 0;
     if (!WriteFile(file.get(), record.data(), size, &written, &atEnd) || written != size)
-        throwOsError(GetLastError(), L"WriteFile '" + path + L"'", site);
+        failed(L"WriteFile");
 }
 
 } // namespace
@@ -62,7 +65,7 @@ void LogFile::write(const std::wstring& text)
     const std::lock_guard lock(*mutex_);
     // The time is taken while the mutex is held: lines stand in the order of their stamps.
     const std::wstring file = L"kelvolog_" + name_ + VDateTime::local().compactDate() + L".log";
-    append(path::combine(directory_, file),
-        VDateTime::local().timeStamp() + L" " + std::to_wstring(GetCurrentProcessId()) + L" " +
-            std::to_wstring(GetCurrentThreadId()) + L" " + text + L"\r\n");
+    append(path::combine(directory_, file), VDateTime::local().timeStamp() + L" " +
+                                                std::to_wstring(GetCurrentProcessId()) + L" " +
+                                                std::to_wstring(GetCurrentThreadId()) + L" " + text + L"\r\n");
 }

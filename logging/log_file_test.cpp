@@ -82,8 +82,7 @@ TEST_F(Logs, FailureOfOneSinkCostsNoOtherItsRecord)
     setConfig(L"PRODUCT_ROOT_D", root.path() + L"\\missing");
     EXPECT_THROW(LogFile(L"debug", true).write(L"x"), VPathNotFoundException);
     setConfig(L"PRODUCT_ROOT_D", root.path());
-    const UniqueFile held(
-        CreateFileW(fileOf(L"debug").c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr));
+    const UniqueFile held(CreateFileW(fileOf(L"debug").c_str(), GENERIC_READ, 0, nullptr, OPEN_ALWAYS, 0, nullptr));
     EXPECT_THROW(LogFile(L"debug", true).write(L"x"), VSharingViolationException);
 
     struct Throwing : RecordingHandler
@@ -112,8 +111,8 @@ TEST_F(Logs, DebugLogTakesSevereRecordsAndWithDebugAll)
     LogManager::log(LogLevel::Crash, L"shown");
     LogManager::log(static_cast<LogLevel>(9), L"odd");
     testing::internal::GetCapturedStdout();
-    EXPECT_TRUE(std::regex_match(
-        debugLog(root.path()), std::wregex(L"\\d.* Crash: shown\r\n\\d.* Unknown level: odd\r\n")));
+    EXPECT_TRUE(
+        std::regex_match(debugLog(root.path()), std::wregex(L"\\d.* Crash: shown\r\n\\d.* Unknown level: odd\r\n")));
 
     // Creating the settings took three queries of the switch, each record one: the 17th reads it anew.
     setConfig(L"Debug", 1);

@@ -116,8 +116,7 @@ void LogManager::removeHandler(ILogHandler* handler) noexcept
 
 const char* LogManager::levelName(LogLevel level) noexcept
 {
-    constexpr const char* names[logLevelCount] = {
-        "Info", "Warning", "Result", "Error", "Unexpected", "Crash"};
+    constexpr const char* names[logLevelCount] = {"Info", "Warning", "Result", "Error", "Unexpected", "Crash"};
     const auto index = static_cast<std::size_t>(level);
     return index < logLevelCount ? names[index] : "Unknown level";
 }

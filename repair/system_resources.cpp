@@ -11,9 +11,7 @@ namespace KelvoRepair {
 
 Json::Value Adapter::getSystemResources(const std::wstring& section)
 {
-    const auto describe = [&] {
-        return formatString(L"getSystemResources(%s)", maskArgument(section).c_str());
-    };
+    const auto describe = [&] { return formatString(L"getSystemResources(%s)", maskArgument(section).c_str()); };
     return operation({"KelvoRepair::Adapter::getSystemResources"}, describe,
         [&](Span&) { return namedNumbers(helper_->execUtil(L"sysinfo", section, false)); });
 }

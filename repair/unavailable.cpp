@@ -7,8 +7,8 @@ namespace KelvoRepair {
 
 void Adapter::freeDiskSpace()
 {
-    throw vexception(L"The command is not available in this version", {"KelvoRepair::Adapter::freeDiskSpace"},
-        L"freeDiskSpace()");
+    throw vexception(
+        L"The command is not available in this version", {"KelvoRepair::Adapter::freeDiskSpace"}, L"freeDiskSpace()");
 }
 
 } // namespace KelvoRepair

@@ -159,8 +159,7 @@ extern "C" EXCEPTION_DISPOSITION __wrap___gxx_personality_seh0(
 
     const auto header = reinterpret_cast<const _Unwind_Exception*>(record->ExceptionInformation[0]);
     if (record->ExceptionCode == gccThrow && faultInFlight.object && faultInFlight.object == header + 1) {
-        const bool faultingFrame =
-            dispatcher->ControlPc == reinterpret_cast<std::uintptr_t>(faultInFlight.address);
+        const bool faultingFrame = dispatcher->ControlPc == reinterpret_cast<std::uintptr_t>(faultInFlight.address);
         if (callSiteAt(*dispatcher, dispatcher->ControlPc - !faultingFrame) == CallSite::gap)
             return ExceptionContinueSearch;
         if (faultingFrame) {

@@ -8,8 +8,7 @@ std::wstring mapped(std::wstring text, DWORD map)
 {
     const std::wstring source = text;
     const int length = static_cast<int>(text.size()); // one letter becomes one letter
-    LCMapStringEx(
-        LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0);
+    LCMapStringEx(LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0);
     return text;
 }
 

@@ -6,22 +6,47 @@
 
 namespace {
 
-constexpr std::wstring_view separators = L" \t";
+constexpr std::wstring_view whiteSpace = L" \t";
 
-void appendMasked(std::wstring& masked, std::wstring_view token)
+/// Appends a token with the values of a secret hidden. @return whether it was one
+bool appendMasked(std::wstring& masked, std::wstring_view token)
 {
     const std::size_t equals = token.find(L'=');
-    const std::wstring_view name = token.substr(0, equals);
-    const bool secret =
-        name.find(L"password") != std::wstring_view::npos || name.find(L"pwd") != std::wstring_view::npos;
-    if (!secret || equals == std::wstring_view::npos) {
+    // Quotes are for the system alone, also within a name; the other half of a pair may stand in the value.
+    std::wstring name(token.substr(0, equals));
+    std::erase(name, L'"');
+    const bool secret = equals != std::wstring_view::npos &&
+                        (name.find(L"password") != std::wstring::npos || name.find(L"pwd") != std::wstring::npos);
+    if (!secret) {
         masked += token;
-        return;
+        return false;
     }
-    // The quotes go: their other half may stand behind the "=" and is dropped with the value.
-    std::copy_if(name.begin(), name.end(), std::back_inserter(masked), [](wchar_t c) { return c != L'"'; });
+    masked += name;
     for (auto parts = std::count(token.begin(), token.end(), L'='); parts > 0; --parts)
         masked += L"=*";
+    return true;
+}
+
+/// One argument. It may be a command line in itself: a secret in one of its pieces reaches to the argument's end,
+/// since nobody knows where its value ends.
+void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
+{
+    const std::size_t length = masked.size();
+    if (appendMasked(masked, argument))
+        return;
+    for (std::size_t begin = argument.find_first_of(whiteSpace); begin != std::wstring_view::npos;
+         begin = argument.find_first_of(whiteSpace, begin)) {
+        ++begin;
+        std::wstring piece;
+        const std::wstring_view rest = argument.substr(begin);
+        const std::wstring_view name = rest.substr(0, rest.find_first_of(L" \t="));
+        if (name.size() < rest.size() && rest[name.size()] == L'=' && appendMasked(piece, rest)) {
+            masked.resize(length);
+            masked.append(argument.substr(0, begin)).append(piece);
+            masked += argument.starts_with(L'"') ? L"\"" : L"";
+            return;
+        }
+    }
 }
 
 } // namespace
@@ -29,14 +54,11 @@ void appendMasked(std::wstring& masked, std::wstring_view token)
 std::wstring maskCommandLine(std::wstring_view commandLine)
 {
     std::wstring masked;
-    masked.reserve(commandLine.size());
-    for (std::size_t begin = 0; begin < commandLine.size();) {
-        if (separators.find(commandLine[begin]) != std::wstring_view::npos) {
-            masked += commandLine[begin++];
-            continue;
-        }
+    for (std::size_t begin = commandLine.find_first_not_of(whiteSpace); begin < commandLine.size();
+         begin = commandLine.find_first_not_of(whiteSpace, begin)) {
         const std::size_t end = argumentEnd(commandLine, begin);
-        appendMasked(masked, commandLine.substr(begin, end - begin));
+        masked += masked.empty() ? L"" : L" ";
+        appendMaskedArgument(masked, commandLine.substr(begin, end - begin));
         begin = end;
     }
     return masked;
@@ -45,6 +67,6 @@ std::wstring maskCommandLine(std::wstring_view commandLine)
 std::wstring maskArgument(std::wstring_view argument)
 {
     std::wstring masked;
-    appendMasked(masked, argument);
+    appendMaskedArgument(masked, argument);
     return masked;
 }

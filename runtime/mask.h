@@ -5,9 +5,9 @@
 
 /// Hides secrets in a command line before it is shown or recorded anywhere: in a token name=value whose name
 /// contains "password" or "pwd", each part behind an "=" becomes "*" (--db-password=a=b gives
-/// --db-password=*=*). Everything else, white space included, stays as it is.
+/// --db-password=*=*). The tokens are joined with single blanks.
 /// A quoted stretch belongs to its token, by the system's own rules for command lines, so no part of a quoted
-/// secret survives; a masked token has no quotes of its own.
+/// secret survives; a masked token loses its quotes.
 std::wstring maskCommandLine(std::wstring_view commandLine);
 
 /// The same for one argument as a program receives it, which is one token whatever white space is in it.

@@ -9,13 +9,15 @@ TEST(MaskCommandLine, HidesValuesOfSecretsOnly)
         const wchar_t *line, *masked;
     } rows[] = {
         {L"", L""},
-        {L"mendkit.exe  --name=x\t--timeout=1 ", L"mendkit.exe  --name=x\t--timeout=1 "},
+        {L" mendkit.exe  --name=x\t--timeout=1 ", L"mendkit.exe --name=x --timeout=1"},
         {L"a --db-password=secret b", L"a --db-password=* b"},
         {L"--db-password=a=b", L"--db-password=*=*"},
         {L"--db-password=", L"--db-password=*"},
         {L"--db-password", L"--db-password"},
         {L"--PASSWORD=x --name=password=x", L"--PASSWORD=x --name=password=x"},
-        {L"mypwd=x\t--pwd=y", L"mypwd=*\t--pwd=*"},
+        {L"mypwd=x\t--pwd=y", L"mypwd=* --pwd=*"},
+        {L"--db-pass\"wor\"d=x", L"--db-password=*"},
+        {L"\"x=1 --pwd=a b\" c", L"\"x=1 --pwd=*\" c"},
         {L"--db-password=\"a b\" --x=1", L"--db-password=* --x=1"},
         {L"\"--db-password=a b\" --x=1", L"--db-password=* --x=1"},
         {L"--db-password=\"a\\\" b\" --x=1", L"--db-password=* --x=1"},

@@ -33,10 +33,7 @@ private:
         explicit RecordingSpan(std::vector<std::string>& events_) : events(events_) {}
         ~RecordingSpan() override { events.push_back("close"); }
         void fail(const std::string& text) override { events.push_back("fail " + text); }
-        void tag(const std::string& key, const std::string& value) override
-        {
-            events.push_back(key + ": " + value);
-        }
+        void tag(const std::string& key, const std::string& value) override { events.push_back(key + ": " + value); }
         std::vector<std::string>& events;
     };
 };
@@ -85,8 +82,7 @@ TEST_P(Ladder, TurnsEveryKindIntoAVexception)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Ladder,
-    testing::Values(
-        LadderCase{"Standard", [] { throw std::runtime_error("what"); }, "std::exception", L"what"},
+    testing::Values(LadderCase{"Standard", [] { throw std::runtime_error("what"); }, "std::exception", L"what"},
         LadderCase{"Own", [] { throw vexception(L"own", {"g"}); }, "vexception", L"own"},
         LadderCase{"Com", [] { throw _com_error(static_cast<HRESULT>(0x80040205)); }, "_com_error",
             L"IDispatch error #5 (COM Error 80040205)"},
@@ -108,8 +104,7 @@ TEST(Operation, KeepsTheClassAndTheTrailOfAVexception)
             });
         FAIL();
     } catch (const VAccessDeniedException& failure) {
-        EXPECT_TRUE(
-            failure.fullText().ends_with(L"\n   at (h line 1)\n   at (f line 3)\n   at (g line 2) g()"));
+        EXPECT_TRUE(failure.fullText().ends_with(L"\n   at (h line 1)\n   at (f line 3)\n   at (g line 2) g()"));
     }
 }
 

@@ -11,12 +11,11 @@
 std::wstring path::combine(const std::wstring& directory, const std::wstring& name)
 {
     wchar_t* combined = nullptr;
-    const HRESULT result =
-        PathAllocCombine(directory.c_str(), name.c_str(), PATHCCH_ALLOW_LONG_PATHS, &combined);
+    const HRESULT result = PathAllocCombine(directory.c_str(), name.c_str(), PATHCCH_ALLOW_LONG_PATHS, &combined);
     const UniqueLocalMemory owner(combined);
     if (FAILED(result)) {
-        throwOsError(HRESULT_CODE(result), L"PathAllocCombine '" + directory + L"' '" + name + L"'",
-            {"path::combine"});
+        throwOsError(
+            HRESULT_CODE(result), L"PathAllocCombine '" + directory + L"' '" + name + L"'", {"path::combine"});
     }
     return combined;
 }

@@ -120,8 +120,7 @@ TEST(StructuredException, LeavesOtherCodesAndThreadsWithoutTranslatorAlone)
             pointers->ExceptionRecord->ExceptionCode == EXCEPTION_ILLEGAL_INSTRUCTION ? 2 : 0;
         return EXCEPTION_CONTINUE_EXECUTION;
     });
-    EXPECT_EQ(0u, codeOf([] { RaiseException(0xe06d7363, 0, 0, nullptr); }))
-        << "another run time's C++ exception";
+    EXPECT_EQ(0u, codeOf([] { RaiseException(0xe06d7363, 0, 0, nullptr); })) << "another run time's C++ exception";
     EXPECT_EQ(0u, codeOf([] { RaiseException(0x40020099, 0, 0, nullptr); })) << "a notification";
     try {
         __asm__ volatile("ud2");

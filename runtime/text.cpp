@@ -29,9 +29,8 @@ Text convertText(std::size_t length, const wchar_t* failure, RaiseSite site, Con
 std::string toNarrow(std::wstring_view text, unsigned codePage)
 {
     // sic: "stringz"
-    return convertText<std::string>(text.size(),
-        L"Maps a wide-character (Unicode) string to a character stringz", {"toNarrow"},
-        [&](char* target, int size) {
+    return convertText<std::string>(text.size(), L"Maps a wide-character (Unicode) string to a character stringz",
+        {"toNarrow"}, [&](char* target, int size) {
             return WideCharToMultiByte(
                 codePage, 0, text.data(), static_cast<int>(text.size()), target, size, nullptr, nullptr);
         });

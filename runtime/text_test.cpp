@@ -32,8 +32,7 @@ TEST(Text, ReportsACodePageThatTheSystemDoesNotKnow)
 
 TEST(FormatString, HasTheMicrosoftMeaning)
 {
-    EXPECT_EQ(L"wide narrow 18446744073709551615 -1",
-        formatString(L"%s %S %I64u %d", L"wide", "narrow", ~0ull, -1));
+    EXPECT_EQ(L"wide narrow 18446744073709551615 -1", formatString(L"%s %S %I64u %d", L"wide", "narrow", ~0ull, -1));
     EXPECT_EQ(std::wstring(100'000, L'x'), formatString(L"%s", std::wstring(100'000, L'x').c_str()));
     EXPECT_THROW(formatString(nullptr), ArgumentException);
 }

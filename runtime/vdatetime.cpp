@@ -29,8 +29,8 @@ std::wstring VDateTime::compactDate() const
 
 std::wstring VDateTime::timeStamp() const
 {
-    return formatString(L"%04d%s%02d%s%02d %02d:%02d:%02d.%03d", time_.wYear, L"/", time_.wMonth, L"/",
-        time_.wDay, time_.wHour, time_.wMinute, time_.wSecond, time_.wMilliseconds);
+    return formatString(L"%04d%s%02d%s%02d %02d:%02d:%02d.%03d", time_.wYear, L"/", time_.wMonth, L"/", time_.wDay,
+        time_.wHour, time_.wMinute, time_.wSecond, time_.wMilliseconds);
 }
 
 std::int64_t VDateTime::operator-(const VDateTime& earlier) const

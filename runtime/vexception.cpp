@@ -3,8 +3,7 @@
 #include <string_view>
 #include <utility>
 
-vexception::vexception(std::wstring message, RaiseSite site, std::wstring context)
-    : message_(std::move(message))
+vexception::vexception(std::wstring message, RaiseSite site, std::wstring context) : message_(std::move(message))
 {
     append(site, std::move(context));
 }

@@ -28,18 +28,18 @@ struct Known
     }
 };
 
-using KnownErrors = Known<ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED,
-    ERROR_SHARING_VIOLATION, ERROR_BROKEN_PIPE, ERROR_DISK_FULL, ERROR_DIR_NOT_EMPTY, ERROR_ALREADY_EXISTS,
-    ERROR_PIPE_BUSY, ERROR_SERVICE_DOES_NOT_EXIST>;
+using KnownErrors =
+    Known<ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_BROKEN_PIPE,
+        ERROR_DISK_FULL, ERROR_DIR_NOT_EMPTY, ERROR_ALREADY_EXISTS, ERROR_PIPE_BUSY, ERROR_SERVICE_DOES_NOT_EXIST>;
 
 } // namespace
 
 std::wstring systemMessage(DWORD code)
 {
     wchar_t* buffer = nullptr;
-    const DWORD length = FormatMessageW(
-        FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-        code, 0, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);
+    const DWORD length =
+        FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+            nullptr, code, 0, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);
     const UniqueLocalMemory owner(buffer);
     if (length == 0)
         return L"Unknown error";

@@ -11,11 +11,8 @@ export WINEDEBUG=${WINEDEBUG:--all}
 # No offers to download the .NET and HTML engines, which nothing here needs; no menu entries in the home directory.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 unset DISPLAY WAYLAND_DISPLAY
-# Arguments cross from Linux to Windows in the character set of the locale.
-case ${LC_ALL:-${LC_CTYPE:-${LANG:-}}} in
-*UTF-8 | *utf8) ;;
-*) export LC_ALL=C.UTF-8 ;;
-esac
+# Arguments cross from Linux to Windows in the character set of the locale, and this is the one that is always there.
+export LC_ALL=C.UTF-8
 
 jsoncpp_version=1.9.5
 jsoncpp_sha256=f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2
@@ -56,8 +53,8 @@ ensure_packages() {
     done
     [ ${#missing[@]} -eq 0 ] && return 0
     say "Installing ${missing[*]} ..."
-    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get update
-    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y --no-install-recommends "${missing[@]}"
+    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 update
+    quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "${missing[@]}"
 }
 
 # Debian's source package of JsonCpp, without touching the machine's own list of sources.
@@ -109,11 +106,13 @@ ensure_prefix() {
     # Without a debugger a crash ends the process at once and prints nothing into captured output.
     quietly wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d '' /f
     wineserver --wait
+    mkdir "$WINEPREFIX/.fresh"
+    cp -p "$WINEPREFIX"/*.reg "$WINEPREFIX/.fresh"
     touch "$WINEPREFIX/.complete"
 }
 
 # The tests get a prefix of their own, new for each run: the files of the private one under other names (only the
-# registry, which is written in place, is copied).
+# registry, which is written in place, is copied, as it was at first).
 make_test_prefix() {
     local template=$WINEPREFIX
     WINEPREFIX=$root/build/test-prefix
@@ -121,7 +120,7 @@ make_test_prefix() {
     rm -rf "$WINEPREFIX"
     cp -al "$template" "$WINEPREFIX"
     rm "$WINEPREFIX"/*.reg
-    cp -p "$template"/*.reg "$WINEPREFIX"
+    cp -p "$template"/.fresh/*.reg "$WINEPREFIX"
 }
 
 # Wine's background processes keep the streams of whoever starts them: start them with none, so that a caller
@@ -131,6 +130,10 @@ start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
 # One set-up at a time in a checkout; the lock goes with the shell that holds it, not with Wine's processes.
 setup_and_build() {
     mkdir -p "$root/build"
+    if [ "$(stat -c %u "$root/build")" != "$(id -u)" ]; then
+        say "$root/build belongs to another user, and Wine works for its owner only: run this as that user, or remove it."
+        return 1
+    fi
     (
         flock 9
         ensure_packages "${build_packages[@]}" 9>&-

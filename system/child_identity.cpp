@@ -7,8 +7,7 @@ UniqueHandle chooseChildIdentity()
 {
     const RaiseSite site("vexecutil::start");
     UniqueHandle thread, process, primary;
-    if (!OpenThreadToken(
-            GetCurrentThread(), TOKEN_QUERY | TOKEN_DUPLICATE | TOKEN_READ, FALSE, thread.receive())) {
+    if (!OpenThreadToken(GetCurrentThread(), TOKEN_QUERY | TOKEN_DUPLICATE | TOKEN_READ, FALSE, thread.receive())) {
         const DWORD code = GetLastError();
         if (code == ERROR_NO_TOKEN)
             return primary;

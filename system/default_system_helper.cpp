@@ -34,8 +34,7 @@ bool DefaultSystemHelper::isServiceExist(const std::wstring& name)
 std::uint32_t DefaultSystemHelper::getServiceStartupType(const std::wstring& name)
 {
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::getServiceStartupType"},
-        callWith(L"getServiceStartupType(%s)", name),
-        [&](Span&) { return service::serviceStartupType(name); });
+        callWith(L"getServiceStartupType(%s)", name), [&](Span&) { return service::serviceStartupType(name); });
 }
 
 std::uint32_t DefaultSystemHelper::getServiceStatus(const std::wstring& name)
@@ -44,8 +43,7 @@ std::uint32_t DefaultSystemHelper::getServiceStatus(const std::wstring& name)
         callWith(L"getServiceStatus(%s)", name), [&](Span&) { return service::currentState(name); });
 }
 
-std::wstring DefaultSystemHelper::execUtil(
-    const std::wstring& name, const std::wstring& arguments, bool bin64)
+std::wstring DefaultSystemHelper::execUtil(const std::wstring& name, const std::wstring& arguments, bool bin64)
 {
     const auto describe = [&] {
         return formatString(L"execUtil(%s, %s)", name.c_str(), maskedArguments(arguments).c_str());
@@ -67,15 +65,14 @@ std::wstring DefaultSystemHelper::getKelvoRootDir()
 std::wstring DefaultSystemHelper::getDumpTempDir()
 {
     return operation(
-        {"KelvoRepairAdapter::DefaultSystemHelper::getDumpTempDir"},
-        [] { return std::wstring(L"getDumpTempDir()"); }, [](Span&) { return panel::dumpTempDirectory(); });
+        {"KelvoRepairAdapter::DefaultSystemHelper::getDumpTempDir"}, [] { return std::wstring(L"getDumpTempDir()"); },
+        [](Span&) { return panel::dumpTempDirectory(); });
 }
 
 std::wstring DefaultSystemHelper::getWindowsDir()
 {
     return operation(
-        {"KelvoRepairAdapter::DefaultSystemHelper::getWindowsDir"},
-        [] { return std::wstring(L"getWindowsDir()"); },
+        {"KelvoRepairAdapter::DefaultSystemHelper::getWindowsDir"}, [] { return std::wstring(L"getWindowsDir()"); },
         [](Span&) {
             wchar_t system[MAX_PATH];
             if (!SHGetSpecialFolderPathW(nullptr, system, CSIDL_SYSTEM, FALSE)) {
@@ -88,8 +85,8 @@ std::wstring DefaultSystemHelper::getWindowsDir()
 
 DiskSpace DefaultSystemHelper::getDiskSpace(const std::wstring& path)
 {
-    return operation({"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"},
-        callWith(L"getDiskSpace(%s)", path), [&](Span&) {
+    return operation(
+        {"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"}, callWith(L"getDiskSpace(%s)", path), [&](Span&) {
             ULARGE_INTEGER total{}, free{};
             if (!GetDiskFreeSpaceExW(path.c_str(), nullptr, &total, &free)) {
                 throwOsError(GetLastError(), L"GetDiskFreeSpaceEx() failed",
@@ -101,9 +98,7 @@ DiskSpace DefaultSystemHelper::getDiskSpace(const std::wstring& path)
 
 DirectoryEntries DefaultSystemHelper::listDirectory(const std::wstring& path, std::int32_t kind)
 {
-    const auto describe = [&] {
-        return formatString(L"listDirectory(%s, %d)", maskArgument(path).c_str(), kind);
-    };
+    const auto describe = [&] { return formatString(L"listDirectory(%s, %d)", maskArgument(path).c_str(), kind); };
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::listDirectory"}, describe,
         [&](Span&) { return ::listDirectory(path, static_cast<ListingKind>(kind)); });
 }

@@ -26,9 +26,8 @@ bool isGranted(PACL list, const access::Sid& user, DWORD rights)
 {
     ACCESS_ALLOWED_ACE* entry = nullptr;
     for (DWORD index = 0; GetAce(list, index, reinterpret_cast<void**>(&entry)); ++index) {
-        if (entry->Header.AceType == ACCESS_ALLOWED_ACE_TYPE &&
-            (entry->Header.AceFlags & INHERIT_ONLY_ACE) == 0 && EqualSid(&entry->SidStart, user.get()) &&
-            (entry->Mask & rights) == rights)
+        if (entry->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && (entry->Header.AceFlags & INHERIT_ONLY_ACE) == 0 &&
+            EqualSid(&entry->SidStart, user.get()) && (entry->Mask & rights) == rights)
             return true;
     }
     return false;
@@ -58,8 +57,8 @@ void grant(HANDLE object, const std::wstring& name, const access::Sid& user, DWO
     status = SetEntriesInAclW(1, &entry, list, &extended);
     const UniqueLocalMemory extendedMemory(extended);
     if (status == ERROR_SUCCESS) {
-        status = SetSecurityInfo(
-            object, SE_WINDOW_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, extended, nullptr);
+        status =
+            SetSecurityInfo(object, SE_WINDOW_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, extended, nullptr);
     }
     if (status != ERROR_SUCCESS)
         throwOsError(status, L"Unable to set a winstation (" + name + L") security", site);
@@ -90,17 +89,15 @@ void grantDesktopAccess(const access::Sid& user)
     const Unique<WindowStationTraits> station(
         OpenWindowStationW(stationName.c_str(), FALSE, READ_CONTROL | WRITE_DAC | WINSTA_ENUMDESKTOPS));
     if (!station) {
-        throwOsError(GetLastError(), L"Unable to get a winstation (" + stationName + L") security",
-            {"vexecutil::start"});
+        throwOsError(
+            GetLastError(), L"Unable to get a winstation (" + stationName + L") security", {"vexecutil::start"});
     }
-    grant(station.get(), stationName, user,
-        WINSTA_READATTRIBUTES | WINSTA_ACCESSGLOBALATOMS | WINSTA_ENUMDESKTOPS);
+    grant(station.get(), stationName, user, WINSTA_READATTRIBUTES | WINSTA_ACCESSGLOBALATOMS | WINSTA_ENUMDESKTOPS);
 
     const StationScope scope(station.get());
     const Unique<DesktopTraits> desktop(
         OpenDesktopW(desktopName.c_str(), 0, FALSE, READ_CONTROL | WRITE_DAC | DESKTOP_READOBJECTS));
     if (!desktop)
         throwOsError(GetLastError(), L"Unable to open desktop", {"vexecutil::start"});
-    grant(
-        desktop.get(), desktopName, user, DESKTOP_READOBJECTS | DESKTOP_WRITEOBJECTS | DESKTOP_CREATEWINDOW);
+    grant(desktop.get(), desktopName, user, DESKTOP_READOBJECTS | DESKTOP_WRITEOBJECTS | DESKTOP_CREATEWINDOW);
 }

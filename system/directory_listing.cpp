@@ -23,8 +23,8 @@ DirectoryEntry entryOf(const WIN32_FIND_DATAW& found)
     const bool isReparsePoint = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     return {found.cFileName, found.dwFileAttributes, isReparsePoint,
         isReparsePoint && IsReparseTagNameSurrogate(found.dwReserved0),
-        (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.ftCreationTime,
-        found.ftLastAccessTime, found.ftLastWriteTime};
+        (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.ftCreationTime, found.ftLastAccessTime,
+        found.ftLastWriteTime};
 }
 
 } // namespace

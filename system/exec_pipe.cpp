@@ -6,15 +6,14 @@ UniqueFile ExecPipe::create(Direction direction)
 {
     // A named pipe, since only these can be read with a time-out. The name is of this process and this call.
     static LONG calls = 0;
-    const std::wstring name = formatString(L"\\\\.\\pipe\\mendkit.%lu.%ld.%llu", GetCurrentProcessId(),
-        InterlockedIncrement(&calls), GetTickCount64());
+    const std::wstring name = formatString(
+        L"\\\\.\\pipe\\mendkit.%lu.%ld.%llu", GetCurrentProcessId(), InterlockedIncrement(&calls), GetTickCount64());
     const bool toChild = direction == Direction::toChild;
     pipe_.create(name, toChild ? PIPE_ACCESS_OUTBOUND : PIPE_ACCESS_INBOUND);
 
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     // Children set the state of their standard handles, for which one direction alone does not suffice.
-    const DWORD access =
-        toChild ? GENERIC_READ | FILE_WRITE_ATTRIBUTES : GENERIC_WRITE | FILE_READ_ATTRIBUTES;
+    const DWORD access = toChild ? GENERIC_READ | FILE_WRITE_ATTRIBUTES : GENERIC_WRITE | FILE_READ_ATTRIBUTES;
     UniqueFile childEnd(CreateFileW(name.c_str(), access, 0, &inherit, OPEN_EXISTING, 0, nullptr));
     if (!childEnd)
         throwOsError(GetLastError(), L"Unable to connect to pipe " + name, {"ExecPipe::create"});
@@ -27,8 +26,7 @@ std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
     if (!pipe_.beginRead(buffer, size))
         return 0;
     const HANDLE either[] = {pipe_.completion(), process_};
-    WaitForMultipleObjects(
-        process_ ? 2 : 1, either, FALSE, INFINITE); // a utility may take as long as it takes
+    WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, INFINITE); // a utility may take as long as it takes
     try {
         return pipe_.complete(silenceAfterEnd);
     } catch (const Con::PipeTimeout&) {

@@ -34,8 +34,8 @@ std::string readAll(ExecPipe& pipe)
 }
 
 /// One run; `code` gets the exit code as soon as there is one.
-void run(const std::wstring& name, const std::wstring& arguments, const std::wstring& shown,
-    std::wstring* output, const std::string* input, bool bin64, std::uint32_t& code)
+void run(const std::wstring& name, const std::wstring& arguments, const std::wstring& shown, std::wstring* output,
+    const std::string* input, bool bin64, std::uint32_t& code)
 {
     vexecutil runner;
     const DWORD started = GetTickCount();
@@ -63,8 +63,7 @@ void run(const std::wstring& name, const std::wstring& arguments, const std::wst
 
 std::wstring findUtilPath(const std::wstring& name, bool bin64)
 {
-    const std::wstring directory =
-        path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
+    const std::wstring directory = path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
     std::wstring path = path::combine(directory, endsInExe(name) ? name : name + L".exe");
     const DWORD attributes = GetFileAttributesW(path.c_str());
     if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY))
@@ -72,8 +71,8 @@ std::wstring findUtilPath(const std::wstring& name, bool bin64)
     return path;
 }
 
-void startKelvoUtilInternal(const std::wstring& name, const std::wstring& arguments, const std::string* input,
-    vexecutil& runner, bool bin64)
+void startKelvoUtilInternal(
+    const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64)
 {
     const auto call = [&](const wchar_t* format, const std::wstring& what) {
         return formatString(format, what.c_str(), maskedArguments(arguments).c_str());
@@ -87,8 +86,7 @@ void startKelvoUtilInternal(const std::wstring& name, const std::wstring& argume
         runner.hideWindow = 1;
         runner.pipeStdin = input != nullptr;
         writeToUtilExecLog(true, runner.path, arguments, 0);
-        LogManager::log(
-            LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskedArguments(arguments).c_str());
+        LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskedArguments(arguments).c_str());
         runner.start();
         if (input)
             runner.stdinPipe.write(input->data(), input->size(), lastWrite);

@@ -14,8 +14,8 @@ std::wstring findUtilPath(const std::wstring& name, bool bin64);
 /// Fills the runner for a hidden run with captured output and starts it.
 /// @param input  bytes for its standard input, null for none
 /// @throws vexception
-void startKelvoUtilInternal(const std::wstring& name, const std::wstring& arguments, const std::string* input,
-    vexecutil& runner, bool bin64);
+void startKelvoUtilInternal(
+    const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64);
 
 /// Runs a utility to its end, however long it takes.
 /// @param output        gets what it wrote, standard output and error merged, from the ANSI code page; may be

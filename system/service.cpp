@@ -20,8 +20,7 @@ public:
         : handle_(OpenSCManagerW(machine, database, access))
     {
         if (!handle_)
-            throwOsError(
-                GetLastError(), L"OpenSCManager", {"`anonymous-namespace'::servicemanager::servicemanager"});
+            throwOsError(GetLastError(), L"OpenSCManager", {"`anonymous-namespace'::servicemanager::servicemanager"});
     }
 
     /// Empty when the service cannot be opened; GetLastError tells why.
@@ -33,6 +32,13 @@ public:
 private:
     UniqueService handle_;
 };
+
+/// The system's last error as the failure of a call for the service.
+[[noreturn]] void throwFailure(const wchar_t* call, const std::wstring& name, RaiseSite site)
+{
+    const DWORD code = GetLastError(); // before the text is built, which may change it
+    throwOsError(code, call + name + L"'", site);
+}
 
 void logStatus(const SERVICE_STATUS& status)
 {
@@ -67,8 +73,7 @@ DWORD queryStatusService(
         if (!service)
             throwOsError(GetLastError(), L"OpenService '" + name + L"'", {"service::queryStatusService"});
         if (!QueryServiceStatus(service.get(), &status))
-            throwOsError(
-                GetLastError(), L"QueryServiceStatus '" + name + L"'", {"service::queryStatusService"});
+            throwOsError(GetLastError(), L"QueryServiceStatus '" + name + L"'", {"service::queryStatusService"});
     } catch (...) {
         if (dumpServiceStatus)
             logStatus(status);
@@ -81,7 +86,7 @@ DWORD currentState(const std::wstring& name)
 {
     SERVICE_STATUS status{};
     if (queryStatusService(status, name, nullptr, nullptr) != 0)
-        throwOsError(GetLastError(), L"query status of service '" + name + L"'", {"service::currentState"});
+        throwFailure(L"query status of service '", name, {"service::currentState"});
     return status.dwCurrentState;
 }
 
@@ -91,7 +96,7 @@ DWORD serviceStartupType(const std::wstring& name, const wchar_t* machine, const
     const servicemanager manager(SC_MANAGER_CONNECT, machine, database);
     const UniqueService service = manager.open(name, SERVICE_QUERY_CONFIG);
     if (!service)
-        throwOsError(GetLastError(), L"OpenService '" + name + L"'", site);
+        throwFailure(L"OpenService '", name, site);
 
     constexpr DWORD firstSize = 260;
     std::vector<BYTE> buffer(firstSize); // from operator new, so aligned for any record

@@ -30,8 +30,8 @@ struct StandardHandles
 UniqueFile openInheritable(const std::wstring& path, DWORD access, DWORD disposition)
 {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    UniqueFile file(CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
-        disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+    UniqueFile file(CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, disposition,
+        FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
         throwOsError(GetLastError(), L"CreateFile '" + path + L"'", {"vexecutil::start"});
     return file;
@@ -42,8 +42,7 @@ UniqueFile inheritableCopy(HANDLE handle)
 {
     HANDLE copy = INVALID_HANDLE_VALUE;
     if (handle && handle != INVALID_HANDLE_VALUE) {
-        DuplicateHandle(
-            GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, TRUE, DUPLICATE_SAME_ACCESS);
+        DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, TRUE, DUPLICATE_SAME_ACCESS);
     }
     return UniqueFile(copy);
 }
@@ -178,8 +177,8 @@ void vexecutil::start()
     BOOL created = FALSE;
     if (identity) {
         grantDesktopAccess(access::userOf(identity.get()));
-        created = CreateProcessAsUserW(identity.get(), executable.c_str(), scratch.data(), nullptr, nullptr,
-            inherit, flags, environmentBlock, nullptr, &startup.StartupInfo, &started);
+        created = CreateProcessAsUserW(identity.get(), executable.c_str(), scratch.data(), nullptr, nullptr, inherit,
+            flags, environmentBlock, nullptr, &startup.StartupInfo, &started);
     } else {
         created = CreateProcessW(executable.c_str(), scratch.data(), nullptr, nullptr, inherit, flags,
             environmentBlock, nullptr, &startup.StartupInfo, &started);

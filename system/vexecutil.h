@@ -13,8 +13,8 @@ public:
     std::wstring arguments;               ///< handed to the child as they are
     std::int32_t hideWindow = 0;          ///< above 0: no console window
     const wchar_t* environment = nullptr; ///< a wide environment block, null for the parent's; not owned
-    std::wstring path;       ///< of the executable, absolute; empty: `arguments` is the whole command line
-    bool pipeStderr = false; ///< a pipe for standard error
+    std::wstring path;             ///< of the executable, absolute; empty: `arguments` is the whole command line
+    bool pipeStderr = false;       ///< a pipe for standard error
     bool stderrToStdout = false;   ///< standard error goes where standard output goes
     bool pipeStdin = false;        ///< a pipe for standard input
     bool captureStdout = false;    ///< a pipe for standard output

@@ -11,9 +11,8 @@ struct ChildResult
     std::string output; // raw bytes: lines end in CR LF
 };
 
-/// Starts a program and captures what it writes; it dies with this process.
-/// @param output  what the child gets as standard output instead of the capture: null for the capture
-ChildResult runChild(const std::wstring& program, const std::wstring& arguments, void* output = nullptr);
+/// Runs a program to its end. @param capture  false: it gets the standard handles of this process
+ChildResult runChild(const std::wstring& program, const std::wstring& arguments, bool capture = true);
 
 /// The programs of the build, as paths: mendkit.exe, the stand-ins in test/.
 std::wstring builtProgram(const std::wstring& relative);

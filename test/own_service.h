@@ -14,11 +14,11 @@ public:
         : name(L"mendkit_test_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(state)),
           manager_(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS))
     {
-        const std::wstring path = L"\"" + builtProgram(L"test\\test_service.exe") + L"\" " +
-                                  std::to_wstring(state) + std::wstring(pathPadding, L' ');
+        const std::wstring path = L"\"" + builtProgram(L"test\\test_service.exe") + L"\" " + std::to_wstring(state) +
+                                  std::wstring(pathPadding, L' ');
         service_.reset(CreateServiceW(manager_.get(), name.c_str(), name.c_str(), SERVICE_ALL_ACCESS,
-            SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, path.c_str(), nullptr,
-            nullptr, nullptr, nullptr, nullptr));
+            SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, path.c_str(), nullptr, nullptr,
+            nullptr, nullptr, nullptr));
         EXPECT_TRUE(service_) << GetLastError();
         if (state != 0) {
             EXPECT_TRUE(StartServiceW(service_.get(), 0, nullptr)) << GetLastError();
@@ -26,8 +26,8 @@ public:
             for (int tries = 0; tries < 500 && status.dwCurrentState != state; ++tries, Sleep(10))
                 QueryServiceStatus(service_.get(), &status);
         }
-        ChangeServiceConfigW(service_.get(), SERVICE_NO_CHANGE, startType, SERVICE_NO_CHANGE, nullptr,
-            nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+        ChangeServiceConfigW(service_.get(), SERVICE_NO_CHANGE, startType, SERVICE_NO_CHANGE, nullptr, nullptr,
+            nullptr, nullptr, nullptr, nullptr, nullptr);
     }
 
     ~OwnService()

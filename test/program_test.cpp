@@ -43,13 +43,12 @@ protected:
     static void configure(const std::wstring& name, const Value& value)
     {
         registry::set(
-            registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(), name,
-            value);
+            registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(), name, value);
     }
 
-    static ChildResult run(const std::wstring& arguments, HANDLE output = nullptr)
+    static ChildResult run(const std::wstring& arguments, bool capture = true)
     {
-        return runChild(builtProgram(L"app\\mendkit.exe"), arguments, output);
+        return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
     const TempDirectory root;
@@ -64,9 +63,8 @@ std::string statusOf(const std::string& name, const std::string& status)
 
 TEST_F(Program, AnswersForRealServices)
 {
-    const OwnService running(SERVICE_DEMAND_START, SERVICE_RUNNING),
-        paused(SERVICE_AUTO_START, SERVICE_PAUSED), stopped(SERVICE_DEMAND_START, 0),
-        disabled(SERVICE_DISABLED, SERVICE_START_PENDING);
+    const OwnService running(SERVICE_DEMAND_START, SERVICE_RUNNING), paused(SERVICE_AUTO_START, SERVICE_PAUSED),
+        stopped(SERVICE_DEMAND_START, 0), disabled(SERVICE_DISABLED, SERVICE_START_PENDING);
     const struct
     {
         std::wstring name;
@@ -91,8 +89,7 @@ TEST_F(Program, HasFixedTextsAndExitCodesForEveryCall)
     } rows[] = {
         {L"", 1, usage},
         {L"--help --name=x", 0, usage},
-        {L"--bogus", 1,
-            "command --bogus not supported. Possible commands:\r\n" + allCommands + "\r\n   at ("},
+        {L"--bogus", 1, "command --bogus not supported. Possible commands:\r\n" + allCommands + "\r\n   at ("},
         {L"\"--db-password=a b\"", 1, "command --db-password=* not supported. Possible commands:\r\n"},
         {L"--Help", 1, "command --Help not supported. Possible commands:\r\n"},
         {L"--get-service-status", 1,
@@ -126,17 +123,16 @@ TEST_F(Program, LogsTheCommandFromStartToEnd)
     const std::wstring line = L"'\"[^\"]*mendkit.exe\" --get-service-status --name=";
     const std::wstring place = L"\\([A-Za-z:]+ line \\d+\\)";
     EXPECT_TRUE(std::regex_match(log,
-        std::wregex(
-            stamp + L"Info: Start command: " + line + L"no_such_service --internal-package-name=x'\r\n" +
-            stamp + L"Result: \\{\n\t\"name\" : \"no_such_service\",\n\t\"status\" : \"invalid\"\n\\}\n\r\n" +
-            stamp + L"Info: End command " + line +
-            L"no_such_service --internal-package-name=x' with code: 0\r\n" + stamp +
-            L"Info: Start command: " + line + L" --db-password=\\*'\r\n" + stamp +
-            L"Error: Unexpected parameter --db-password. Possible parameters:\n    --name\n   at "
-            L"\\(Params::check "
-            L"line 105\\)\n   at \\(vconsoleapp::start line 95\\) Unable to execute console command: "
-            L"'--get-service-status'\n   at \\(vconsoleapp::run line 117\\) Unable to execute command: " +
-            line + L" --db-password=\\*'\r\n")))
+        std::wregex(stamp + L"Info: Start command: " + line + L"no_such_service --internal-package-name=x'\r\n" +
+                    stamp + L"Result: \\{\n\t\"name\" : \"no_such_service\",\n\t\"status\" : \"invalid\"\n\\}\n\r\n" +
+                    stamp + L"Info: End command " + line +
+                    L"no_such_service --internal-package-name=x' with code: 0\r\n" + stamp +
+                    L"Info: Start command: " + line + L" --db-password=\\*'\r\n" + stamp +
+                    L"Error: Unexpected parameter --db-password. Possible parameters:\n    --name\n   at "
+                    L"\\(Params::check "
+                    L"line 105\\)\n   at \\(vconsoleapp::start line 95\\) Unable to execute console command: "
+                    L"'--get-service-status'\n   at \\(vconsoleapp::run line 117\\) Unable to execute command: " +
+                    line + L" --db-password=\\*'\r\n")))
         << testing::PrintToString(log);
 }
 
@@ -162,12 +158,16 @@ TEST_F(Program, AnswersWhateverIsWrongWithItsLogs)
 
 TEST_F(Program, FailsWhenItsAnswerIsLost)
 {
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
     UniqueFile reader, writer;
-    CreatePipe(reader.receive(), writer.receive(), &inherit, 0);
+    CreatePipe(reader.receive(), writer.receive(), nullptr, 0);
     reader.reset(); // nobody reads any more
-    EXPECT_EQ(1u, run(L"--get-service-status --name=no_such_service", writer.get()).exitCode);
-    EXPECT_EQ(1u, run(L"--help", writer.get()).exitCode);
+    const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
+    SetStdHandle(STD_OUTPUT_HANDLE, writer.get());
+    const std::uint32_t answer = run(L"--get-service-status --name=no_such_service", false).exitCode;
+    const std::uint32_t usageCode = run(L"--help", false).exitCode;
+    SetStdHandle(STD_OUTPUT_HANDLE, own);
+    EXPECT_EQ(1u, answer);
+    EXPECT_EQ(1u, usageCode);
     const std::wstring log = debugLog(root.path());
     EXPECT_NE(std::wstring::npos, log.find(L"Error: Unable to write the answer to standard output\n")) << log;
 }

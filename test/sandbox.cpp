@@ -47,8 +47,8 @@ std::string readFile(const std::wstring& path)
 
 std::wstring debugLog(const std::wstring& productRoot)
 {
-    const std::string bytes = readFile(path::combine(
-        productRoot, L"admin\\logs\\kelvolog_debug" + VDateTime::local().compactDate() + L".log"));
+    const std::string bytes = readFile(
+        path::combine(productRoot, L"admin\\logs\\kelvolog_debug" + VDateTime::local().compactDate() + L".log"));
     std::wstring text(bytes.size() / 2, L'\0');
     memcpy(text.data(), bytes.data(), text.size() * 2);
     return text.substr(text.starts_with(L'\xfeff') ? 1 : 0);

@@ -12,18 +12,15 @@ class ScriptedPipe
 public:
     struct Script
     {
-        std::vector<std::string>
-            reply;                 // written piece by piece once the request is there; then the pipe closes
-        std::size_t pieceSize = 0; // cut the pieces to this size
-        DWORD silence = 0;         // milliseconds before the reply
+        std::vector<std::string> reply; // written piece by piece once the request is there; then the pipe closes
+        std::size_t pieceSize = 0;      // cut the pieces to this size
+        DWORD silence = 0;              // milliseconds before the reply
     };
 
     explicit ScriptedPipe(Script script, bool messages = false)
-        : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" +
-                std::to_wstring(++count())),
+        : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++count())),
           pipe_(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
-              messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0,
-              nullptr)),
+              messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr)),
           thread_([this, script = std::move(script)] { serve(script); })
     {
     }
@@ -31,8 +28,8 @@ public:
     ~ScriptedPipe()
     {
         // Frees a thread that still waits for its client.
-        const UniqueFile client(CreateFileW(
-            (L"\\\\.\\pipe\\" + name_).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        const UniqueFile client(
+            CreateFileW((L"\\\\.\\pipe\\" + name_).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
         thread_.join();
     }
 

@@ -1,0 +1,125 @@
+#include "repair/adapter.h"
+
+#include "repair/json_text.h"
+#include "repair/sysinfo_output.h"
+#include "test/fake_system_helper.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Calls = std::vector<std::wstring>;
+
+struct Adapter : testing::Test
+{
+    const std::shared_ptr<FakeSystemHelper> helper = std::make_shared<FakeSystemHelper>();
+    KelvoRepair::Adapter adapter{helper};
+};
+
+/// The answer without its white space.
+std::wstring flat(std::wstring text)
+{
+    std::erase_if(text, [](wchar_t c) { return c == L'\n' || c == L'\t'; });
+    return text;
+}
+
+} // namespace
+
+TEST_F(Adapter, AsksOnlyWhatAServicesStatusNeeds)
+{
+    const struct
+    {
+        bool exists;
+        std::uint32_t startType, state;
+        std::wstring status; // empty: no member
+        std::size_t calls;
+    } rows[] = {{false, 2, 4, L"invalid", 1}, {true, 4, 4, L"disabled", 2}, {true, 2, 1, L"stopped", 3},
+        {true, 3, 2, L"starting", 3}, {true, 0, 3, L"stopping", 3}, {true, 1, 4, L"running", 3},
+        {true, 2, 5, L"continuing", 3}, {true, 2, 6, L"pausing", 3}, {true, 2, 7, L"paused", 3}, {true, 2, 0, L"", 3},
+        {true, 2, 8, L"", 3}};
+    for (const auto& row : rows) {
+        helper->exists = row.exists;
+        helper->startType = row.startType;
+        helper->state = row.state;
+        helper->calls.clear();
+        const std::wstring status = row.status.empty() ? L"" : L",\n\t\"status\" : \"" + row.status + L"\"";
+        EXPECT_EQ(L"{\n\t\"name\" : \"Ж\"" + status + L"\n}\n", adapter.getServiceStatus(L"Ж"));
+        EXPECT_EQ(row.calls, helper->calls.size());
+    }
+}
+
+TEST_F(Adapter, FailsWithTheCallInTheTrail)
+{
+    helper->failing = L"exist a --pwd=b";
+    try {
+        adapter.getServiceStatus(L"a --pwd=b");
+        FAIL();
+    } catch (const VAccessDeniedException& failure) {
+        ASSERT_EQ(2u, failure.trail().size());
+        EXPECT_STREQ("KelvoRepair::Adapter::getServiceStatus", failure.trail()[1].site.function);
+        EXPECT_EQ(L"getServiceStatus(a --pwd=*)", failure.trail()[1].context);
+    }
+}
+
+TEST_F(Adapter, GathersTheFiguresOfThreeRuns)
+{
+    helper->outputs = {{L"loadavg", L"0.57 0.40 0.33 1/2 3"}, {L"memory", L"Total: 8388608\r\nFree: 7\n"}};
+    EXPECT_EQ(L"{\"cpu\" : {\"last15min\" : 33,\"last1min\" : 57,\"last5min\" : 40,\"unit\" : \"%\"},"
+              L"\"memory\" : {\"free\" : 7,\"total\" : 8388608},\"swap\" : {}}",
+        flat(adapter.getSystemResources()));
+    EXPECT_EQ((Calls{L"sysinfo loadavg", L"sysinfo memory", L"sysinfo swap"}), helper->calls);
+    helper->failing = L"sysinfo swap";
+    EXPECT_THROW(adapter.getSystemResources(), VAccessDeniedException);
+}
+
+TEST_F(Adapter, HandsChangesToTheUtilities)
+{
+    adapter.freeSystemResources();
+    adapter.repairKelvoSqlServer();
+    EXPECT_EQ(L"{\"message\" : \"Server is going to restart\"}", flat(adapter.reboot(~0u)));
+    EXPECT_EQ((Calls{L"websrvmng --restart-vhosts-app-pools 64", L"mysqlmng_adm --repair",
+                  L"shutdown --reboot --timeout=4294967295"}),
+        helper->calls);
+    helper->failing = L"shutdown --reboot --timeout=0";
+    EXPECT_THROW(adapter.reboot(0), VAccessDeniedException);
+}
+
+TEST_F(Adapter, ReportsEachVolumeOnceInOrder)
+{
+    helper->volumes = {{L"C:\\", {10, 3}}, {L"D:\\", {5, 6}}};
+    const std::wstring c = L"{\"free\" : 3,\"total\" : 10,\"used\" : 7,\"volume\" : \"C:\\\\\"}";
+    EXPECT_EQ(L"[" + c + L"]", flat(adapter.getDiskSpace()));
+    helper->root = L"d:\\Panel";
+    EXPECT_EQ(L"[" + c + L",{\"free\" : 6,\"total\" : 5,\"used\" : 18446744073709551615,\"volume\" : \"D:\\\\\"}]",
+        flat(adapter.getDiskSpace()));
+    EXPECT_EQ(
+        (Calls{L"root", L"dumps", L"space C:\\", L"root", L"dumps", L"space C:\\", L"space D:\\"}), helper->calls);
+    helper->dumps = L"relative";
+    EXPECT_THROW(adapter.getDiskSpace(), vexception);
+}
+
+TEST(SysinfoOutput, MakesTheBestOfAnyText)
+{
+    const auto flatJson = [](const Json::Value& value) { return flat(styledText(value)); };
+    EXPECT_EQ(
+        L"{\"cached\" : 0,\"free mem \" : 12}", flatJson(namedNumbers(L"no colon\rCached:abc\n\nFree Mem : 12")));
+    EXPECT_EQ(L"{\"a\" : 18446744073709551615,\"ä\" : 3}",
+        flatJson(namedNumbers(L"A: 99999999999999999999\nÄ: 1\nä:3x\n")));
+    for (const wchar_t* text : {L"", L"x", L"nan nan nan", L"1e30 -1e30 inf"})
+        EXPECT_EQ(flatJson(loadAverages(L"0 0 0")), flatJson(loadAverages(text)));
+    EXPECT_EQ(4294967246u, loadAverages(L"-0.5")["last1min"].asUInt());
+    EXPECT_EQ(0u, loadAverages(L"1.5")["last5min"].asUInt());
+}
+
+TEST(StyledText, HasTheLayoutOfTheLibraryAndLettersAsTheyAre)
+{
+    Json::Value value(Json::arrayValue);
+    value.append(Json::Value(Json::objectValue));
+    value[0]["empty"] = Json::Value(Json::arrayValue);
+    value[0]["large"] = Json::Value::maxLargestUInt;
+    value[0]["text"] = "quote \" backslash \\ slash / tab \t control \x01 del \x7f";
+    value[0]["nested"]["list"].append("x");
+    const std::string styled = value.toStyledString();
+    EXPECT_EQ(std::wstring(styled.begin(), styled.end()), styledText(value));
+    EXPECT_EQ(L"\"Ж\xd83d\xde00\xfffd\"\n", styledText(jsonText(L"Ж\xd83d\xde00\xd83d")));
+}
