@@ -3,13 +3,18 @@
 
 #include "bench/stopwatch.h"
 
+#include "config/kelvo_srv_client.h"
 #include "config/product_config.h"
 #include "config/registry.h"
 #include "logging/log_manager.h"
 #include "runtime/vdatetime.h"
+#include "system/kelvo_util.h"
+
+#include <psapi.h>
 
 #include <cstdio>
 #include <string>
+#include <thread>
 
 namespace {
 
@@ -31,8 +36,10 @@ void run(const std::wstring& program, const std::wstring& arguments)
     startup.hStdOutput = startup.hStdError = nowhere.get();
     std::wstring commandLine = L"\"" + program + L"\" " + arguments;
     PROCESS_INFORMATION process{};
-    if (!CreateProcessW(
-            program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+    while (!CreateProcessW(
+        program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+        if (GetLastError() == ERROR_INTERNAL_ERROR) // Wine fails about one start in some thousands with this
+            continue;
         std::printf("cannot start %ls: %lu\n", program.c_str(), GetLastError());
         ExitProcess(1);
     }
@@ -47,6 +54,35 @@ void run(const std::wstring& program, const std::wstring& arguments)
     }
 }
 
+/// HKEY_LOCAL_MACHINE replaced by an empty key for the life of a scope.
+class RegistrySandbox
+{
+public:
+    RegistrySandbox()
+        : keyName_(L"Software\\mendkit_bench_" + std::to_wstring(GetCurrentProcessId())),
+          root_(registry::create(HKEY_CURRENT_USER, keyName_, KEY_ALL_ACCESS))
+    {
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, root_.get());
+    }
+    RegistrySandbox(const RegistrySandbox&) = delete;
+    RegistrySandbox& operator=(const RegistrySandbox&) = delete;
+    ~RegistrySandbox()
+    {
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
+    }
+
+    template <typename Value>
+    void set(const wchar_t* name, const Value& value) const
+    {
+        registry::set(registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE).get(), name, value);
+    }
+
+private:
+    std::wstring keyName_;
+    UniqueRegistryKey root_;
+};
+
 void benchServiceStatus(const std::wstring& build)
 {
     const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-service-status --name=PlugPlay"); };
@@ -55,6 +91,120 @@ void benchServiceStatus(const std::wstring& build)
     mendkit(), sc(), bare(); // files and services warm
     print("--get-service-status", "sc query", Comparison::of(60, mendkit, sc), 0.99);
     print("--get-service-status", "bare program, same calls", Comparison::of(200, mendkit, bare), 1.10);
+}
+
+/// Serves the pipe of the management service for as long as the bench runs: each request gets the same reply.
+void serveReplies(const std::wstring& name)
+{
+    const UniqueFile pipe(CreateNamedPipeW(
+        (L"\\\\.\\pipe\\" + name).c_str(), PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr));
+    const std::string reply("\x0b\0\0\0\x07\0\0\0\x02"
+                            "C\0:\0\\\0",
+        15);
+    char request[4096];
+    DWORD bytes = 0;
+    for (;;) {
+        ConnectNamedPipe(pipe.get(), nullptr);
+        while (ReadFile(pipe.get(), request, 4, &bytes, nullptr) && bytes == 4) {
+            DWORD length;
+            memcpy(&length, request, sizeof length);
+            ReadFile(pipe.get(), request, length, &bytes, nullptr);
+            WriteFile(pipe.get(), reply.data(), static_cast<DWORD>(reply.size()), &bytes, nullptr);
+        }
+        DisconnectNamedPipe(pipe.get());
+    }
+}
+
+struct SilentLog : IServiceLog
+{
+    void info(const std::wstring&) noexcept override {}
+    void warning(const std::wstring&) noexcept override {}
+    void error(const vexception&) noexcept override {}
+};
+
+void benchPipe()
+{
+    const std::wstring name = L"mendkit_bench_" + std::to_wstring(GetCurrentProcessId()), bareName = name + L"_bare";
+    const RegistrySandbox sandbox;
+    sandbox.set(L"zrmpipe", name);
+    std::thread(serveReplies, name).detach();
+    std::thread(serveReplies, bareName).detach();
+    Sleep(100);
+    SilentLog log;
+    KelvoSrvClient service(log);
+    const auto client = [&] { service.getString(L"PRODUCT_ROOT_D"); };
+
+    const UniqueFile pipe(CreateFileW(
+        (L"\\\\.\\pipe\\" + bareName).c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const std::string request = "\x35" + std::string(3, '\0') + std::string(0x35, 'x');
+    const auto bare = [&] {
+        DWORD bytes = 0, length = 0;
+        char reply[64];
+        WriteFile(pipe.get(), request.data(), static_cast<DWORD>(request.size()), &bytes, nullptr);
+        ReadFile(pipe.get(), &length, sizeof length, &bytes, nullptr);
+        ReadFile(pipe.get(), reply, length, &bytes, nullptr);
+    };
+    client(), bare();
+    print("getString over the pipe", "bare write, read, read", Comparison::of(3000, client, bare), 1.10);
+}
+
+/// What a program prints, read by a bare loop through a pipe of the system's.
+std::size_t readBare(const std::wstring& commandLine)
+{
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    UniqueFile reader, writer;
+    CreatePipe(reader.receive(), writer.receive(), &inherit, 0);
+    SetHandleInformation(reader.get(), HANDLE_FLAG_INHERIT, 0);
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    startup.hStdOutput = startup.hStdError = writer.get();
+    PROCESS_INFORMATION process{};
+    std::wstring scratch = commandLine;
+    CreateProcessW(
+        nullptr, scratch.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr, nullptr, &startup, &process);
+    writer.reset();
+    char part[1024];
+    std::size_t total = 0;
+    for (DWORD bytes = 0; ReadFile(reader.get(), part, sizeof part, &bytes, nullptr) && bytes > 0;)
+        total += bytes;
+    WaitForSingleObject(process.hProcess, INFINITE);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return total;
+}
+
+void benchUtilities(const std::wstring& build)
+{
+    const std::wstring devpanel = build + L"\\devpanel\\devpanel.exe",
+                       bin = L"C:\\Program Files\\Kelvo Panel\\admin\\bin\\";
+    run(devpanel, L"install");
+    run(devpanel, L"ensure");
+
+    std::FILE* const script = _wfopen((bin + L"websrvmng.script").c_str(), L"w");
+    std::fputs("bytes 67108864\n", script);
+    std::fclose(script);
+    std::size_t captured = 0;
+    const auto utility = [&] {
+        std::wstring output;
+        execKelvoUtil(L"websrvmng", L"", &output, true, nullptr, false);
+        captured = output.size();
+    };
+    const auto bare = [&] { readBare(L"\"" + bin + L"websrvmng.exe\" "); };
+    PROCESS_MEMORY_COUNTERS before{}, after{};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &before, sizeof before);
+    utility();
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &after, sizeof after);
+    print("a utility printing 64 MiB", "bare loop, 1024 bytes a read", Comparison::of(3, utility, bare), 1.10);
+    std::printf("peak memory for its output: %.2f times the bytes (aim 4)\n",
+        static_cast<double>(after.PeakWorkingSetSize - before.WorkingSetSize) / static_cast<double>(captured));
+    DeleteFileW((bin + L"websrvmng.script").c_str());
+
+    const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-system-resources"); };
+    const auto three = [&] { run(build + L"\\bench\\bare_system_resources.exe", L""); };
+    run(devpanel, L"ensure");
+    mendkit(), three();
+    print("--get-system-resources", "bare program, three utilities", Comparison::of(40, mendkit, three), 1.05);
 }
 
 /// What a line of the debug log cannot do without.
@@ -81,12 +231,9 @@ void benchLogLine()
     const std::wstring admin = root + L"\\admin", logs = admin + L"\\logs", bareLog = logs + L"\\bare.log";
     for (const std::wstring& directory : {root, admin, logs})
         CreateDirectoryW(directory.c_str(), nullptr);
-    const std::wstring keyName = L"Software\\mendkit_bench_" + std::to_wstring(GetCurrentProcessId());
-    const UniqueRegistryKey sandbox = registry::create(HKEY_CURRENT_USER, keyName, KEY_ALL_ACCESS);
-    RegOverridePredefKey(HKEY_LOCAL_MACHINE, sandbox.get());
-    const UniqueRegistryKey key = registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE);
-    registry::set(key.get(), L"Debug", 1);
-    registry::set(key.get(), L"PRODUCT_ROOT_D", root);
+    const RegistrySandbox sandbox;
+    sandbox.set(L"Debug", 1);
+    sandbox.set(L"PRODUCT_ROOT_D", root);
 
     LogManager::settings().eventLog[0] = false; // the file alone
     const std::wstring text(80, L'x');
@@ -95,8 +242,6 @@ void benchLogLine()
     line(), bare();
     print("a line of the debug log", "bare lock, open, append, close", Comparison::of(4000, line, bare), 1.30);
 
-    RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-    RegDeleteTreeW(HKEY_CURRENT_USER, keyName.c_str());
     DeleteFileW((logs + L"\\kelvolog_debug" + VDateTime::local().compactDate() + L".log").c_str());
     DeleteFileW(bareLog.c_str());
     for (const std::wstring& directory : {logs, admin, root})
@@ -109,7 +254,9 @@ int wmain(int argc, wchar_t** argv)
 {
     if (argc < 2)
         return 1;
+    benchPipe();
     benchServiceStatus(argv[1]);
     benchLogLine();
+    benchUtilities(argv[1]);
     return 0;
 }

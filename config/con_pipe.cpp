@@ -93,9 +93,7 @@ void OverlappedPipe::beginWrite(const void* data, std::size_t size)
 std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
 {
     const RaiseSite site("Con::OverlappedPipe::complete");
-    const DWORD state = HasOverlappedIoCompleted(&overlapped_)
-                            ? WAIT_OBJECT_0
-                            : WaitForSingleObject(event_.get(), timeoutMilliseconds);
+    const DWORD state = hasEnded() ? WAIT_OBJECT_0 : WaitForSingleObject(event_.get(), timeoutMilliseconds);
     if (state == WAIT_TIMEOUT) {
         if (const DWORD bytes = cancel()) // it ended just before it could be cancelled
             return bytes;
@@ -108,7 +106,8 @@ std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
     }
     pending_ = false;
     DWORD bytes = 0;
-    if (GetOverlappedResult(handle_.get(), &overlapped_, &bytes, FALSE))
+    // Waits for nothing: it has ended. But the event may be set a moment before the record says so.
+    if (GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE))
         return bytes;
     const DWORD code = GetLastError();
     if (code == ERROR_MORE_DATA) // the rest of a message, for the next read

@@ -46,6 +46,8 @@ public:
     /// Awaits the end of the operation, and cancels it when it takes longer. @return bytes; 0: the pipe is
     /// finished
     std::size_t complete(DWORD timeoutMilliseconds);
+    /// Whether the operation that was begun has ended already.
+    bool hasEnded() const noexcept { return HasOverlappedIoCompleted(&overlapped_); }
     /// Signalled when the operation that is under way has ended. // weak
     HANDLE completion() const noexcept { return event_.get(); }
 

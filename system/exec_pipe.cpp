@@ -22,28 +22,17 @@ UniqueFile ExecPipe::create(Direction direction)
 
 std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
 {
-    constexpr DWORD silenceAfterEnd = 500;
-    if (!pipe_.beginRead(buffer, size))
-        return 0;
-    const HANDLE either[] = {pipe_.completion(), process_};
-    WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, INFINITE); // a utility may take as long as it takes
-    try {
-        return pipe_.complete(silenceAfterEnd);
-    } catch (const Con::PipeTimeout&) {
-        return 0;
-    }
+    // No time-out while it runs: a utility may take as long as it takes.
+    return pipe_.beginRead(buffer, size) ? completeOrEnd(INFINITE) : 0;
 }
 
 void ExecPipe::write(const void* data, std::size_t size, unsigned flags)
 {
-    constexpr DWORD longest = Con::OverlappedPipe::defaultTimeout;
     constexpr unsigned lastWrite = 1;
     auto at = static_cast<const char*>(data);
     while (size > 0) {
         pipe_.beginWrite(at, size);
-        const HANDLE either[] = {pipe_.completion(), process_};
-        WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, longest);
-        const std::size_t bytes = pipe_.complete(0);
+        const std::size_t bytes = completeOrEnd(Con::OverlappedPipe::defaultTimeout);
         if (bytes == 0)
             throwOsError(ERROR_NO_DATA, L"Unable to write to pipe", {"ExecPipe::write"});
         at += bytes;
@@ -51,4 +40,20 @@ void ExecPipe::write(const void* data, std::size_t size, unsigned flags)
     }
     if (flags & lastWrite)
         pipe_.close();
+}
+
+std::size_t ExecPipe::completeOrEnd(DWORD timeoutMilliseconds)
+{
+    constexpr DWORD silenceAfterEnd = 500;
+    if (pipe_.hasEnded()) // mostly so while the child writes faster than we read: saves the wait
+        return pipe_.complete(0);
+    const HANDLE either[] = {pipe_.completion(), process_};
+    const DWORD ended = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
+    try {
+        return pipe_.complete(ended == WAIT_OBJECT_0 + 1 ? silenceAfterEnd : 0);
+    } catch (const Con::PipeTimeout&) {
+        if (ended != WAIT_OBJECT_0 + 1)
+            throw;
+        return 0;
+    }
 }

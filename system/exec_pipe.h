@@ -31,12 +31,14 @@ public:
     std::size_t read(void* buffer, std::size_t size, unsigned flags);
 
     /// Writes all of it. @param flags  1: this is the last write, the pipe is closed behind it
-    /// @throws vosexception "Unable to write to pipe"; Con::PipeTimeout when the child has ended without
-    /// taking it,
-    ///         or takes nothing for a minute
+    /// @throws vosexception "Unable to write to pipe", also when the process ends; Con::PipeTimeout when the child
+    ///         takes nothing for a minute
     void write(const void* data, std::size_t size, unsigned flags);
 
 private:
+    /// Awaits the end of the operation, or of the process and then of half a second. @return 0 at the end
+    std::size_t completeOrEnd(DWORD timeoutMilliseconds);
+
     Con::ServerOverlappedPipe pipe_;
     HANDLE process_ = nullptr;
 };

@@ -172,6 +172,41 @@ TEST_F(Program, FailsWhenItsAnswerIsLost)
     EXPECT_NE(std::wstring::npos, log.find(L"Error: Unable to write the answer to standard output\n")) << log;
 }
 
+TEST_F(Program, AnswersEveryCommandBesideAPanel)
+{
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel";
+    EXPECT_NE(
+        std::string::npos, run(L"--get-disk-space").output.find("value=zrmpipe\r\n   at (registry::getstr line"));
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    EXPECT_NE(
+        std::string::npos, run(L"--reboot --timeout=5").output.find(" at Unable to connect to pipe \\\\.\\pipe\\"));
+    DeleteFileW((panel + L"\\var\\devpanel.log").c_str());
+    ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+    const std::string figures = "{\"free\" : #,\"total\" : #,\"used\" : #}";
+    const std::string resources = "{\"cpu\" : {\"last#min\" : #,\"last#min\" : #,\"last#min\" : #,\"unit\" : \"%\"},"
+                                  "\"memory\" : " +
+                                  figures + ",\"swap\" : " + figures + "}";
+    const struct
+    {
+        const wchar_t* command;
+        std::string answer;
+    } rows[] = {
+        {L"--get-system-resources", resources},
+        {L"--free-system-resources", resources},
+        {L"--get-disk-space", "[{\"free\" : #,\"total\" : #,\"used\" : #,\"volume\" : \"C:\\\\\"}]"},
+        {L"--reboot --timeout=15s", "{\"message\" : \"Server is going to restart\"}"},
+        {L"--repair-kelvo-sql-server", "{\"name\" : \"KelvoSQLServer\",\"status\" : \"stopped\"}"},
+    };
+    for (const auto& row : rows) {
+        const ChildResult result = run(row.command);
+        const std::string flat = std::regex_replace(result.output, std::regex("[\r\n\t]"), "");
+        EXPECT_EQ(row.answer, std::regex_replace(flat, std::regex("[0-9]+"), "#"));
+        EXPECT_EQ(0u, result.exitCode);
+    }
+    EXPECT_EQ("websrvmng --restart-vhosts-app-pools\r\nshutdown --reboot --timeout=15\r\nmysqlmng_adm --repair\r\n",
+        readFile(panel + L"\\var\\devpanel.log"));
+}
+
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
     configure(L"Debug", 1);
