@@ -7,13 +7,13 @@ UniqueHandle chooseChildIdentity()
 {
     const RaiseSite site("vexecutil::start");
     UniqueHandle thread, process, primary;
-    if (!OpenThreadToken(GetCurrentThread(), TOKEN_QUERY | TOKEN_DUPLICATE | TOKEN_READ, FALSE, thread.receive())) {
+    if (!OpenThreadToken(GetCurrentThread(), TOKEN_READ | TOKEN_DUPLICATE, FALSE, thread.receive())) {
         const DWORD code = GetLastError();
         if (code == ERROR_NO_TOKEN)
             return primary;
         throwOsError(code, L"Unable to open a thread token", site);
     }
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY | TOKEN_READ | TOKEN_DUPLICATE, process.receive()))
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_READ | TOKEN_DUPLICATE, process.receive()))
         throwOsError(GetLastError(), L"Unable to open a process token", site);
     if (access::isAdministrator(thread.get()) == access::isAdministrator(process.get()))
         return primary;
