@@ -32,6 +32,11 @@ OverlappedPipe::~OverlappedPipe()
     cancel();
 }
 
+bool OverlappedPipe::isFinished() const noexcept
+{
+    return !PeekNamedPipe(handle_.get(), nullptr, 0, nullptr, nullptr, nullptr);
+}
+
 void OverlappedPipe::open(UniqueFile handle)
 {
     close();
@@ -121,7 +126,6 @@ std::size_t OverlappedPipe::read(void* buffer, std::size_t size)
 {
     while (beginRead(buffer, size)) {
         const std::size_t bytes = complete(timeout_);
-        // An empty message is no end; only the pipe's state tells.
         if (bytes > 0 || !PeekNamedPipe(handle_.get(), nullptr, 0, nullptr, nullptr, nullptr))
             return bytes;
     }
@@ -168,7 +172,7 @@ void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
 {
     // The default access list lets everybody read; the pipes of this program are for its own user. The owner
     // is named because clients look at it, and Wine takes the user's group where none is given.
-    const std::wstring user = access::userOf(access::tokenOf(GetCurrentProcess(), TOKEN_QUERY).get()).text();
+    const std::wstring user = access::userOf(access::effectiveToken(TOKEN_QUERY).get()).text();
     const std::wstring rights = L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")";
     SECURITY_ATTRIBUTES security{sizeof security, nullptr, FALSE};
     UniqueLocalMemory descriptor;
@@ -192,7 +196,7 @@ bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
     if (ConnectNamedPipe(handle(), prepare()))
         return true;
     const DWORD code = GetLastError();
-    if (code == ERROR_PIPE_CONNECTED)
+    if (code == ERROR_PIPE_CONNECTED || code == ERROR_NO_DATA) // here, or here and gone again
         return true;
     if (code != ERROR_IO_PENDING)
         throwOsError(code, L"Unable to wait while pipe has been connected", site);
@@ -203,7 +207,7 @@ bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
             formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
     }
     cancel();
-    return state == WAIT_OBJECT_0;
+    return state == WAIT_OBJECT_0 || !isFinished(); // one may have come while we gave up
 }
 
 void ServerOverlappedPipe::disconnect() noexcept

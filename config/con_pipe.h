@@ -48,6 +48,8 @@ public:
     std::size_t complete(DWORD timeoutMilliseconds);
     /// Whether the operation that was begun has ended already.
     bool hasEnded() const noexcept { return HasOverlappedIoCompleted(&overlapped_); }
+    /// Whether the other end has gone and nothing is left to read; a read of no bytes may also be an empty write.
+    bool isFinished() const noexcept;
     /// Signalled when the operation that is under way has ended. // weak
     HANDLE completion() const noexcept { return event_.get(); }
 

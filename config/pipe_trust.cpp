@@ -22,28 +22,28 @@ UniqueHandle serverToken(HANDLE pipe)
     if (!GetNamedPipeServerProcessId(pipe, &id))
         return UniqueHandle();
     const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
-    return process ? access::tokenOf(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE) : UniqueHandle();
+    UniqueHandle token;
+    if (process)
+        OpenProcessToken(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.receive());
+    return token;
 }
 
 bool isTrusted(HANDLE pipe)
 {
-    const access::Sid owner = ownerOf(pipe);
     const auto isMachine = [](const access::Sid& sid) {
         return sid == access::Sid::wellKnown(WinLocalSystemSid) ||
                sid == access::Sid::wellKnown(WinBuiltinAdministratorsSid) ||
-               sid == access::userOf(access::tokenOf(GetCurrentProcess(), TOKEN_QUERY).get());
+               sid == access::userOf(access::effectiveToken(TOKEN_QUERY).get());
     };
-    if (owner && isMachine(owner))
-        return true;
-    // Some user's pipe, or nobody knows whose: it depends on who that user is, which its server's token
-    // tells.
+    const access::Sid owner = ownerOf(pipe);
     const UniqueHandle token = serverToken(pipe);
-    if (!token)
-        return false;
+    if (!token) // the service's process may be closed to us
+        return owner && isMachine(owner);
+    // The owner is that of the pipe's first instance; who may write to it may also serve one more. So the process
+    // at the other end counts as well wherever it can be asked.
     const access::Sid user = access::userOf(token.get());
-    if (owner && !(owner == user))
-        return false;
-    return isMachine(user) || access::isAdministrator(token.get());
+    const bool trustedUser = isMachine(user) || access::isAdministrator(token.get());
+    return trustedUser && (!owner || owner == user || isMachine(owner));
 }
 
 } // namespace

@@ -84,19 +84,21 @@ std::string client::query(const Operation& operation, std::string_view arguments
             connect();
         try {
             return exchange(message);
-        } catch (const vosexception& failure) {
-            pipe_.close();
-            if (Con::isPipeFinished(failure.code())) {
-                log_.warning(L"Connection to Kelvo Management Service is broken: Pipe is finished");
-                throw vexception(L"Pipe is finished", {"vpipechannel::client::query", 252});
-            }
-            if (dynamic_cast<const Con::PipeTimeout*>(&failure))
-                throw;
-            log_.info(formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
-                failure.fullText().c_str()));
         } catch (const vserializer::invalidprotocol&) { // it would answer the same again
             pipe_.close();
             throw;
+        } catch (const Con::PipeTimeout&) {
+            pipe_.close();
+            throw;
+        } catch (const vexception& failure) {
+            pipe_.close();
+            const auto* const system = dynamic_cast<const vosexception*>(&failure);
+            if (system && Con::isPipeFinished(system->code())) {
+                log_.warning(L"Connection to Kelvo Management Service is broken: Pipe is finished");
+                throw vexception(L"Pipe is finished", {"vpipechannel::client::query", 252});
+            }
+            log_.info(formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
+                failure.fullText().c_str()));
         } catch (const std::bad_alloc&) {
             pipe_.close();
             throw;

@@ -66,6 +66,17 @@ bool isAdministrator(HANDLE token)
     return member != FALSE;
 }
 
+UniqueHandle effectiveToken(DWORD rights)
+{
+    UniqueHandle token;
+    if (OpenThreadToken(GetCurrentThread(), rights, TRUE, token.receive()))
+        return token;
+    const DWORD code = GetLastError();
+    if (code != ERROR_NO_TOKEN)
+        throwOsError(code, L"OpenThreadToken", {"access::effectiveToken"});
+    return tokenOf(GetCurrentProcess(), rights);
+}
+
 UniqueHandle tokenOf(HANDLE process, DWORD rights)
 {
     UniqueHandle token;

@@ -34,6 +34,9 @@ Sid userOf(HANDLE token);
 /// enabled group of administrators. @throws vosexception "DuplicateToken", "CheckTokenMembership"
 bool isAdministrator(HANDLE token);
 
+/// The token that the calling thread acts under: its own, else the process's. @throws vosexception
+UniqueHandle effectiveToken(DWORD rights);
+
 /// The token of a process. @throws vosexception "OpenProcessToken"
 UniqueHandle tokenOf(HANDLE process, DWORD rights);
 

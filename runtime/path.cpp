@@ -44,6 +44,8 @@ std::wstring path::root(const std::wstring& path)
     if (!PathStripToRootW(buffer.data()))
         throw vexception(L"Unable to find the root of path (" + path + L")", {"VFileName::root"});
     buffer.resize(wcsnlen(buffer.c_str(), buffer.size()));
+    if (!buffer.ends_with(L'\\')) // a share has none; questions about a volume need one
+        buffer += L'\\';
     return buffer;
 }
 

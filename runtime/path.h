@@ -17,7 +17,7 @@ std::wstring normalise(std::wstring path);
 /// Whether the path says by itself where it leads: "X:\..." or "\\...".
 bool isAbsolute(std::wstring_view path) noexcept;
 
-/// "C:\" of "C:\a\b", "\\server\share" of a network path.
+/// "C:\" of "C:\a\b", "\\server\share\" of a network path.
 /// @throws vexception for a path without a root
 std::wstring root(const std::wstring& path);
 

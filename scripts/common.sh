@@ -127,18 +127,37 @@ make_test_prefix() {
 # who reads our standard error to its end is not kept waiting by them.
 start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
 
-# One set-up at a time in a checkout; the lock goes with the shell that holds it, not with Wine's processes.
+# Puts the stand-in for the panel into the private prefix.
+ensure_panel() {
+    local program
+    for program in "$build_dir"/devpanel/*.exe; do
+        if [ "$program" -nt "$WINEPREFIX/.panel" ]; then
+            quietly wine "$build_dir/devpanel/devpanel.exe" install
+            touch "$WINEPREFIX/.panel"
+        fi
+    done
+}
+
+# Runs a function, one at a time in a checkout. The lock goes with the shell that holds it, not with what it starts.
+locked() {
+    (
+        flock 9
+        "$@" 9>&-
+    ) 9>"$root/build/.lock"
+}
+
+setup() {
+    ensure_packages "${build_packages[@]}"
+    ensure_jsoncpp
+    build "$@"
+    ensure_prefix
+}
+
 setup_and_build() {
     mkdir -p "$root/build"
     if [ "$(stat -c %u "$root/build")" != "$(id -u)" ]; then
         say "$root/build belongs to another user, and Wine works for its owner only: run this as that user, or remove it."
         return 1
     fi
-    (
-        flock 9
-        ensure_packages "${build_packages[@]}" 9>&-
-        ensure_jsoncpp 9>&-
-        build "$@" 9>&-
-        ensure_prefix 9>&-
-    ) 9>"$root/build/.lock" >&2
+    locked setup "$@" >&2
 }

@@ -2,6 +2,13 @@
 
 #include "runtime/format.h"
 
+namespace {
+
+/// How long somebody else may go on talking after the process has ended.
+constexpr ULONGLONG longestAfterEnd = 10'000;
+
+} // namespace
+
 UniqueFile ExecPipe::create(Direction direction)
 {
     // A named pipe, since only these can be read with a time-out. The name is of this process and this call.
@@ -22,8 +29,13 @@ UniqueFile ExecPipe::create(Direction direction)
 
 std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
 {
-    // No time-out while it runs: a utility may take as long as it takes.
-    return pipe_.beginRead(buffer, size) ? completeOrEnd(INFINITE) : 0;
+    while (pipe_.beginRead(buffer, size)) {
+        // No time-out while it runs: a utility may take as long as it takes.
+        const std::size_t bytes = completeOrEnd(INFINITE);
+        if (bytes > 0 || isOver() || pipe_.isFinished())
+            return bytes;
+    }
+    return 0;
 }
 
 void ExecPipe::write(const void* data, std::size_t size, unsigned flags)
@@ -42,18 +54,27 @@ void ExecPipe::write(const void* data, std::size_t size, unsigned flags)
         pipe_.close();
 }
 
+bool ExecPipe::isOver() const noexcept
+{
+    return silent_ || (endedAt_ != 0 && GetTickCount64() - endedAt_ > longestAfterEnd);
+}
+
 std::size_t ExecPipe::completeOrEnd(DWORD timeoutMilliseconds)
 {
     constexpr DWORD silenceAfterEnd = 500;
     if (pipe_.hasEnded()) // mostly so while the child writes faster than we read: saves the wait
-        return pipe_.complete(0);
+        return isOver() ? 0 : pipe_.complete(0);
     const HANDLE either[] = {pipe_.completion(), process_};
-    const DWORD ended = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
+    const DWORD signalled = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
+    const bool processEnded = signalled == WAIT_OBJECT_0 + 1;
+    if (processEnded && endedAt_ == 0)
+        endedAt_ = GetTickCount64();
     try {
-        return pipe_.complete(ended == WAIT_OBJECT_0 + 1 ? silenceAfterEnd : 0);
+        return pipe_.complete(processEnded ? silenceAfterEnd : 0);
     } catch (const Con::PipeTimeout&) {
-        if (ended != WAIT_OBJECT_0 + 1)
+        if (!processEnded)
             throw;
+        silent_ = true;
         return 0;
     }
 }

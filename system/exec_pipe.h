@@ -24,9 +24,8 @@ public:
     explicit operator bool() const noexcept { return static_cast<bool>(pipe_); }
 
     /// Reads what is there, up to `size` bytes, waiting for the first one. Flags: none so far.
-    /// @return 0 at the end: nobody has the other end any more, or the process has ended and nothing came for
-    /// half
-    ///         a second (somebody that it started still has the other end)
+    /// @return 0 at the end: nobody has the other end any more; or the process has ended and somebody that it started
+    ///         still has the other end, but wrote nothing for half a second, or wrote on for ten seconds
     /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"
     std::size_t read(void* buffer, std::size_t size, unsigned flags);
 
@@ -39,6 +38,11 @@ private:
     /// Awaits the end of the operation, or of the process and then of half a second. @return 0 at the end
     std::size_t completeOrEnd(DWORD timeoutMilliseconds);
 
+    /// Whether what comes after the process's end has come.
+    bool isOver() const noexcept;
+
     Con::ServerOverlappedPipe pipe_;
     HANDLE process_ = nullptr;
+    ULONGLONG endedAt_ = 0; // ticks, 0 while it runs
+    bool silent_ = false;
 };

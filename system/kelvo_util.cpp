@@ -8,6 +8,8 @@
 #include "system/panel_directories.h"
 #include "system/util_exec_log.h"
 
+#include <vector>
+
 namespace {
 
 constexpr unsigned lastWrite = 1;
@@ -20,42 +22,50 @@ bool endsInExe(const std::wstring& name)
 }
 
 /// What the child writes, to the end.
-std::string readAll(ExecPipe& pipe)
+std::vector<char> readAll(ExecPipe& pipe)
 {
-    std::string bytes;
+    std::vector<char> bytes;
     char part[1024];
     while (const std::size_t count = pipe.read(part, sizeof part, 0)) {
-        // Doubling, as the string would on its own, costs too much memory for a large output.
+        // Doubling, as the vector would on its own, costs too much memory for a large output.
         if (bytes.capacity() - bytes.size() < count)
             bytes.reserve(bytes.size() + bytes.size() / 4 + sizeof part);
-        bytes.append(part, count);
+        bytes.insert(bytes.end(), part, part + count);
     }
     return bytes;
 }
 
-/// One run; `code` gets the exit code as soon as there is one.
-void run(const std::wstring& name, const std::wstring& arguments, const std::wstring& shown, std::wstring* output,
-    const std::string* input, bool bin64, std::uint32_t& code)
+/// The rest of a run, once the child is started; `code` gets the exit code as soon as there is one.
+void finish(
+    vexecutil& runner, const std::wstring& name, const std::wstring& shown, std::wstring& output, std::uint32_t& code)
 {
-    vexecutil runner;
-    const DWORD started = GetTickCount();
-    startKelvoUtilInternal(name, arguments, input, runner, bin64);
-
-    std::wstring text;
     {
         // Drained before waiting: a full pipe would block the child for ever.
-        const std::string bytes = readAll(runner.stdoutPipe);
-        text = toWide(bytes, ansiCodePage);
+        const std::vector<char> bytes = readAll(runner.stdoutPipe);
+        output = toWide({bytes.data(), bytes.size()}, ansiCodePage);
     }
     runner.waitForExit(INFINITE); // the utilities decide themselves how long they take
     code = runner.exitCode();
     if (code != 0) {
         throw vexception(L"Execute " + name + L" " + shown + L" failed with error code " +
-                             std::to_wstring(static_cast<std::int32_t>(code)) + L": " + text,
+                             std::to_wstring(static_cast<std::int32_t>(code)) + L": " + output,
             {"execKelvoUtil"});
     }
-    if (output)
-        *output = std::move(text);
+}
+
+void run(const std::wstring& name, const std::wstring& arguments, const std::wstring& shown, std::wstring* output,
+    const std::string* input, bool bin64, std::uint32_t& code)
+{
+    vexecutil runner;
+    const DWORD started = GetTickCount();
+    try {
+        startKelvoUtilInternal(name, arguments, input, runner, bin64);
+        std::wstring unwanted;
+        finish(runner, name, shown, output ? *output : unwanted, code);
+    } catch (...) {
+        runner.terminate(); // nothing is left running that nobody looks after
+        throw;
+    }
     writeToUtilExecLog(false, runner.path, arguments, GetTickCount() - started);
 }
 

@@ -37,13 +37,14 @@ UniqueFile openInheritable(const std::wstring& path, DWORD access, DWORD disposi
     return file;
 }
 
-/// A handle of ours as the child can have it; null stays null.
+/// A handle of ours as the child can have it; none, or one that is no longer valid, becomes none.
 UniqueFile inheritableCopy(HANDLE handle)
 {
-    HANDLE copy = INVALID_HANDLE_VALUE;
-    if (handle && handle != INVALID_HANDLE_VALUE) {
-        DuplicateHandle(GetCurrentProcess(), handle, GetCurrentProcess(), &copy, 0, TRUE, DUPLICATE_SAME_ACCESS);
-    }
+    HANDLE copy = nullptr;
+    const HANDLE self = GetCurrentProcess();
+    if (!handle || handle == INVALID_HANDLE_VALUE ||
+        !DuplicateHandle(self, handle, self, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS))
+        return UniqueFile();
     return UniqueFile(copy);
 }
 
@@ -171,7 +172,7 @@ void vexecutil::start()
 
     const UniqueHandle identity = chooseChildIdentity();
     PROCESS_INFORMATION started{};
-    const BOOL inherit = redirected || inheritHandles;
+    const BOOL inherit = inheritHandles || (list && !list->empty());
     auto* const environmentBlock = const_cast<wchar_t*>(environment);
     std::wstring scratch = commandLine; // the system may write to it
     BOOL created = FALSE;
@@ -207,6 +208,13 @@ bool vexecutil::waitForExit(DWORD timeoutMilliseconds) const
     default:
         throwOsError(GetLastError(), L"Lock object", {"vexecutil::waitForExit"});
     }
+}
+
+void vexecutil::terminate() noexcept
+{
+    constexpr DWORD itsEnd = 5000;
+    if (process && TerminateProcess(process.get(), 1))
+        WaitForSingleObject(process.get(), itsEnd);
 }
 
 std::uint32_t vexecutil::exitCode() const

@@ -36,6 +36,9 @@ public:
     /// @return whether the child has ended within the time @throws vosexception "Lock object"
     bool waitForExit(DWORD timeoutMilliseconds) const;
 
+    /// Ends the child if it still runs. Never throws.
+    void terminate() noexcept;
+
     /// 259 while the child runs. @throws vosexception "GetExitCodeProcess"
     std::uint32_t exitCode() const;
 };
