@@ -1,7 +1,7 @@
 #include "config/kelvo_srv_client.h"
 
 #include "config/vserializer.h"
-#include "runtime/vosexception.h"
+#include "test/failure.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
 
@@ -25,11 +25,10 @@ protected:
     /// What getString makes of a service: the text, or the message of its failure behind "!".
     std::wstring ask(DWORD timeout = 5000)
     {
-        try {
-            return KelvoSrvClient(log, timeout).getString(L"DumpTempDir");
-        } catch (const vexception& failure) {
-            return L"!" + failure.message();
-        }
+        std::wstring text;
+        const std::wstring failure =
+            failureOf([&] { text = KelvoSrvClient(log, timeout).getString(L"DumpTempDir"); });
+        return failure == L"nothing thrown" ? text : L"!" + messageIn(failure);
     }
 
     RecordingServiceLog log;
@@ -62,35 +61,33 @@ TEST_F(ServiceClient, SendsTheWireFormat)
 
 TEST_F(ServiceClient, MakesSenseOfEveryReply)
 {
-    const struct
+    struct Row
     {
         const char* name;
         ScriptedPipe::Script script;
         std::wstring outcome;
         bool messages = false;
-    } rows[] = {
-        {"byte by byte", {{good}, 1}, L"C:Ж"},
-        {"a message-type pipe", {{good.substr(0, 6), good.substr(6)}}, L"C:Ж", true},
-        {"narrow", {{reply("\x03\0\0\0\x01xy"s.substr(0, 7))}}, L"xy"},
-        {"empty text", {{reply("\0\0\0\0"s)}}, L""},
-        {"half a character", {{reply("\x04\0\0\0\x02x\0y"s)}}, L"x"},
-        {"empty reply", {{reply("")}}, unexpectedEnd},
-        {"text longer than the reply", {{reply("\xf0\0\0\0\x02x\0"s)}}, unexpectedEnd},
-        {"unknown character size", {{reply("\x02\0\0\0\x04x"s)}},
-            L"!Unsupported char size when read C-string from serializer."},
-        {"a failure", {{reply("\xff\xff\xff\xff\x03\0\0\0\x01no"s)}}, L"!no"},
-        {"a broken failure", {{reply("\xff\xff\xff\xff\x09\0\0\0\x01no"s)}},
-            L"!Double exception on read from serializer"},
-        {"4 GiB announced", {{"\xff\xff\xff\xff"s}}, L"!Invalid Protocol when read C-string from serializer."},
-        {"closed before the reply", {{}}, L"!Pipe is finished"},
-        {"closed in the reply", {{good.substr(0, 7)}}, L"!Pipe is finished"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [name, script, outcome, messages] :
+        std::initializer_list<Row>{{"byte by byte", {{good}, 1}, L"C:Ж"},
+            {"a message-type pipe", {{good.substr(0, 6), good.substr(6)}}, L"C:Ж", true},
+            {"narrow", {{reply("\x03\0\0\0\x01xy"s.substr(0, 7))}}, L"xy"},
+            {"empty text", {{reply("\0\0\0\0"s)}}, L""}, {"half a character", {{reply("\x04\0\0\0\x02x\0y"s)}}, L"x"},
+            {"empty reply", {{reply("")}}, unexpectedEnd},
+            {"text longer than the reply", {{reply("\xf0\0\0\0\x02x\0"s)}}, unexpectedEnd},
+            {"unknown character size", {{reply("\x02\0\0\0\x04x"s)}},
+                L"!Unsupported char size when read C-string from serializer."},
+            {"a failure", {{reply("\xff\xff\xff\xff\x03\0\0\0\x01no"s)}}, L"!no"},
+            {"a broken failure", {{reply("\xff\xff\xff\xff\x09\0\0\0\x01no"s)}},
+                L"!Double exception on read from serializer"},
+            {"4 GiB announced", {{"\xff\xff\xff\xff"s}}, L"!Invalid Protocol when read C-string from serializer."},
+            {"closed before the reply", {{}}, L"!Pipe is finished"},
+            {"closed in the reply", {{good.substr(0, 7)}}, L"!Pipe is finished"}}) {
         log.lines.clear();
-        ScriptedPipe service(row.script, row.messages);
+        ScriptedPipe service(script, messages);
         setConfig(L"zrmpipe", service.name());
-        EXPECT_EQ(row.outcome, ask()) << row.name;
-        if (row.outcome == L"!Pipe is finished") {
+        EXPECT_EQ(outcome, ask()) << name;
+        if (outcome == L"!Pipe is finished") {
             EXPECT_EQ((std::vector<std::wstring>{
                           L"warning Connection to Kelvo Management Service is broken: Pipe is finished",
                           L"error Pipe is finished"}),

@@ -4,30 +4,21 @@
 
 TEST(MaskCommandLine, HidesValuesOfSecretsOnly)
 {
-    const struct
-    {
-        const wchar_t *line, *masked;
-    } rows[] = {
-        {L"", L""},
-        {L" mendkit.exe  --name=x\t--timeout=1 ", L"mendkit.exe --name=x --timeout=1"},
-        {L"a --db-password=secret b", L"a --db-password=* b"},
-        {L"--db-password=a=b", L"--db-password=*=*"},
-        {L"--db-password=", L"--db-password=*"},
-        {L"--db-password", L"--db-password"},
-        {L"--PASSWORD=x --name=password=x", L"--PASSWORD=x --name=password=x"},
-        {L"mypwd=x\t--pwd=y", L"mypwd=* --pwd=*"},
-        {L"--db-pass\"wor\"d=x", L"--db-password=*"},
-        {L"\"x=1 --pwd=a b\" c", L"\"x=1 --pwd=*\" c"},
-        {L"--db-password=\"a b\" --x=1", L"--db-password=* --x=1"},
-        {L"\"--db-password=a b\" --x=1", L"--db-password=* --x=1"},
-        {L"--db-password=\"a\\\" b\" --x=1", L"--db-password=* --x=1"},
-        {L"--db-password=\"a\\\\\" --x=1", L"--db-password=* --x=1"},
-        {L"--db-password=\"a b", L"--db-password=*"},
-        {L"\"C:\\a b\\mendkit.exe\" \"--name=a b\"", L"\"C:\\a b\\mendkit.exe\" \"--name=a b\""},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(std::wstring(row.masked), maskCommandLine(row.line));
-        EXPECT_EQ(std::wstring(row.masked), maskCommandLine(row.masked)) << "masked twice";
+    for (const auto& [line, masked] : std::initializer_list<std::pair<const wchar_t*, std::wstring>>{{L"", L""},
+             {L"a --db-password=secret b", L"a --db-password=* b"},
+             {L" mendkit.exe  --name=x\t--timeout=1 ", L"mendkit.exe --name=x --timeout=1"},
+             {L"--db-password=a=b", L"--db-password=*=*"}, {L"--db-password=", L"--db-password=*"},
+             {L"--db-password", L"--db-password"}, {L"mypwd=x\t--pwd=y", L"mypwd=* --pwd=*"},
+             {L"--PASSWORD=x --name=password=x", L"--PASSWORD=x --name=password=x"},
+             {L"--db-pass\"wor\"d=x", L"--db-password=*"}, {L"\"x=1 --pwd=a b\" c", L"\"x=1 --pwd=*\" c"},
+             {L"--db-password=\"a b\" --x=1", L"--db-password=* --x=1"},
+             {L"\"--db-password=a b\" --x=1", L"--db-password=* --x=1"},
+             {L"--db-password=\"a\\\" b\" --x=1", L"--db-password=* --x=1"},
+             {L"--db-password=\"a\\\\\" --x=1", L"--db-password=* --x=1"},
+             {L"--db-password=\"a b", L"--db-password=*"},
+             {L"\"C:\\a b\\mendkit.exe\" \"--name=a b\"", L"\"C:\\a b\\mendkit.exe\" \"--name=a b\""}}) {
+        EXPECT_EQ(masked, maskCommandLine(line));
+        EXPECT_EQ(masked, maskCommandLine(masked)) << "masked twice";
     }
 }
 

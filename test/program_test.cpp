@@ -24,12 +24,7 @@ const std::string allCommands =
 class Program : public testing::Test
 {
 protected:
-    Program()
-    {
-        makeDirectory(root.path() + L"\\admin");
-        makeDirectory(root.path() + L"\\admin\\logs");
-        configure(L"PRODUCT_ROOT_D", root.path());
-    }
+    Program() { configure(L"PRODUCT_ROOT_D", root.path()); }
     ~Program() override
     {
         HKEY software = nullptr;
@@ -51,7 +46,7 @@ protected:
         return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
-    const TempDirectory root;
+    const ProductRoot root;
 };
 
 std::string statusOf(const std::string& name, const std::string& status)
@@ -65,48 +60,35 @@ TEST_F(Program, AnswersForRealServices)
 {
     const OwnService running(SERVICE_DEMAND_START, SERVICE_RUNNING), paused(SERVICE_AUTO_START, SERVICE_PAUSED),
         stopped(SERVICE_DEMAND_START, 0), disabled(SERVICE_DISABLED, SERVICE_START_PENDING);
-    const struct
-    {
-        std::wstring name;
-        const char* status;
-    } rows[] = {{running.name, "running"}, {paused.name, "paused"}, {stopped.name, "stopped"},
-        {disabled.name, "disabled"}, {L"no_such_service", "invalid"}};
-    for (const auto& row : rows) {
-        const ChildResult result = run(L"--get-service-status --name=" + row.name);
-        EXPECT_EQ(statusOf(std::string(row.name.begin(), row.name.end()), row.status), result.output);
+    for (const auto& [name, status] : {std::pair{running.name, "running"}, {paused.name, "paused"},
+             {stopped.name, "stopped"}, {disabled.name, "disabled"}, {L"no_such_service", "invalid"}}) {
+        const ChildResult result = run(L"--get-service-status --name=" + name);
+        EXPECT_EQ(statusOf(std::string(name.begin(), name.end()), status), result.output);
         EXPECT_EQ(0u, result.exitCode);
     }
-    EXPECT_EQ(L"", debugLog(root.path())) << "nothing to log unless asked to or failing";
+    EXPECT_EQ(L"", root.log()) << "nothing to log unless asked to or failing";
 }
 
 TEST_F(Program, HasFixedTextsAndExitCodesForEveryCall)
 {
-    const struct
-    {
-        const wchar_t* arguments;
-        std::uint32_t exitCode;
-        std::string output; // of failures, the first of their lines
-    } rows[] = {
-        {L"", 1, usage},
-        {L"--help --name=x", 0, usage},
-        {L"--bogus", 1, "command --bogus not supported. Possible commands:\r\n" + allCommands + "\r\n   at ("},
-        {L"\"--db-password=a b\"", 1, "command --db-password=* not supported. Possible commands:\r\n"},
-        {L"--Help", 1, "command --Help not supported. Possible commands:\r\n"},
-        {L"--get-service-status", 1,
-            "Missing required parameter --name. Possible parameters:\r\n    --name\r\n   at ("},
-        {L"--get-service-status --name=x --whatever=1", 1,
-            "Unexpected parameter --whatever. Possible parameters:\r\n    --name\r\n   at (Params::check "
-            "line 105)\r\n"},
-        {L"--reboot", 1, "Missing required parameter --timeout. Possible parameters:\r\n    --timeout\r\n"},
-        {L"--get-service-status --name=\x416\xd83d\xde00\x1 --internal-package-name=x", 0,
-            statusOf("\xd0\x96\xf0\x9f\x98\x80\\u0001", "invalid")},
-        {L"--get-service-status --name=\xd83d", 0, statusOf("\xef\xbf\xbd", "invalid")},
-    };
-    for (const auto& row : rows) {
-        const ChildResult result = run(row.arguments);
-        const bool whole = result.exitCode == 0 || *row.arguments == L'\0';
-        EXPECT_EQ(row.output, whole ? result.output : result.output.substr(0, row.output.size()));
-        EXPECT_EQ(row.exitCode, result.exitCode);
+    const std::string commands = "not supported. Possible commands:\r\n", list = "Possible parameters:\r\n    --";
+    for (const auto& [arguments, exitCode, output] : // of failures, the first of their lines
+        std::initializer_list<std::tuple<std::wstring, std::uint32_t, std::string>>{{L"", 1, usage},
+            {L"--help --name=x", 0, usage},
+            {L"--bogus", 1, "command --bogus " + commands + allCommands + "\r\n   at ("},
+            {L"\"--db-password=a b\"", 1, "command --db-password=* " + commands},
+            {L"--Help", 1, "command --Help " + commands},
+            {L"--get-service-status", 1, "Missing required parameter --name. " + list + "name\r\n   at ("},
+            {L"--get-service-status --name=x --whatever=1", 1,
+                "Unexpected parameter --whatever. " + list + "name\r\n   at (Params::check line 105)\r\n"},
+            {L"--reboot", 1, "Missing required parameter --timeout. " + list + "timeout\r\n"},
+            {L"--get-service-status --name=\x416\xd83d\xde00\x1 --internal-package-name=x", 0,
+                statusOf("\xd0\x96\xf0\x9f\x98\x80\\u0001", "invalid")},
+            {L"--get-service-status --name=\xd83d", 0, statusOf("\xef\xbf\xbd", "invalid")}}) {
+        const ChildResult result = run(arguments);
+        const bool whole = result.exitCode == 0 || arguments.empty();
+        EXPECT_EQ(output, whole ? result.output : result.output.substr(0, output.size()));
+        EXPECT_EQ(exitCode, result.exitCode);
         EXPECT_EQ(std::string::npos, result.output.find("a b")) << "a secret";
     }
     // No service has such a name: Windows refuses the question, Wine answers it.
@@ -118,42 +100,41 @@ TEST_F(Program, LogsTheCommandFromStartToEnd)
     configure(L"Debug", 1);
     run(L"--get-service-status --name=no_such_service --internal-package-name=x");
     run(L"--get-service-status --name= --db-password=\"s 3\"");
-    const std::wstring log = debugLog(root.path());
+    const std::wstring log = root.log();
     const std::wstring stamp = L"\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\d+ \\d+ ";
     const std::wstring line = L"'\"[^\"]*mendkit.exe\" --get-service-status --name=";
-    const std::wstring place = L"\\([A-Za-z:]+ line \\d+\\)";
     EXPECT_TRUE(std::regex_match(log,
-        std::wregex(stamp + L"Info: Start command: " + line + L"no_such_service --internal-package-name=x'\r\n" +
-                    stamp + L"Result: \\{\n\t\"name\" : \"no_such_service\",\n\t\"status\" : \"invalid\"\n\\}\n\r\n" +
-                    stamp + L"Info: End command " + line +
-                    L"no_such_service --internal-package-name=x' with code: 0\r\n" + stamp +
-                    L"Info: Start command: " + line + L" --db-password=\\*'\r\n" + stamp +
-                    L"Error: Unexpected parameter --db-password. Possible parameters:\n    --name\n   at "
-                    L"\\(Params::check "
-                    L"line 105\\)\n   at \\(vconsoleapp::start line 95\\) Unable to execute console command: "
-                    L"'--get-service-status'\n   at \\(vconsoleapp::run line 117\\) Unable to execute command: " +
-                    line + L" --db-password=\\*'\r\n")))
+        std::wregex(
+            L"\xfeff" + stamp + L"Info: Start command: " + line + L"no_such_service --internal-package-name=x'\r\n" +
+            stamp + L"Result: \\{\n\t\"name\" : \"no_such_service\",\n\t\"status\" : \"invalid\"\n\\}\n\r\n" + stamp +
+            L"Info: End command " + line + L"no_such_service --internal-package-name=x' with code: 0\r\n" + stamp +
+            L"Info: Start command: " + line + L" --db-password=\\*'\r\n" + stamp +
+            L"Error: Unexpected parameter --db-password. Possible parameters:\n    --name\n   at "
+            L"\\(Params::check line 105\\)\n   at \\(vconsoleapp::start line 95\\) Unable to execute console "
+            L"command: '--get-service-status'\n   at \\(vconsoleapp::run line 117\\) Unable to execute command: " +
+            line + L" --db-password=\\*'\r\n")))
         << testing::PrintToString(log);
 }
 
 TEST_F(Program, AnswersWhateverIsWrongWithItsLogs)
 {
     const std::string expected = statusOf("no_such_service", "invalid");
-    const auto answers = [&] {
+    const auto check = [&] {
         const ChildResult result = run(L"--get-service-status --name=no_such_service");
-        return result.output == expected && result.exitCode == 0;
+        EXPECT_EQ(expected, result.output);
+        EXPECT_EQ(0u, result.exitCode);
     };
-    configure(L"Debug", std::wstring(L"not a number"));
-    EXPECT_TRUE(answers());
+    configure(L"Debug", L"not a number");
+    check();
     configure(L"Debug", 1);
-    configure(L"log_debug_enabled", std::wstring(L"x"));
-    EXPECT_TRUE(answers());
+    configure(L"log_debug_enabled", L"x");
+    check();
     configure(L"log_debug_enabled", 1);
     configure(L"PRODUCT_ROOT_D", 5);
-    EXPECT_TRUE(answers());
-    configure(L"PRODUCT_ROOT_D", std::wstring(L"X:\\missing"));
-    EXPECT_TRUE(answers());
-    EXPECT_EQ(L"", debugLog(root.path()));
+    check();
+    configure(L"PRODUCT_ROOT_D", L"X:\\missing");
+    check();
+    EXPECT_EQ(L"", root.log());
 }
 
 TEST_F(Program, FailsWhenItsAnswerIsLost)
@@ -168,7 +149,7 @@ TEST_F(Program, FailsWhenItsAnswerIsLost)
     SetStdHandle(STD_OUTPUT_HANDLE, own);
     EXPECT_EQ(1u, answer);
     EXPECT_EQ(1u, usageCode);
-    const std::wstring log = debugLog(root.path());
+    const std::wstring log = root.log();
     EXPECT_NE(std::wstring::npos, log.find(L"Error: Unable to write the answer to standard output\n")) << log;
 }
 
@@ -186,21 +167,14 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
     const std::string resources = "{\"cpu\" : {\"last#min\" : #,\"last#min\" : #,\"last#min\" : #,\"unit\" : \"%\"},"
                                   "\"memory\" : " +
                                   figures + ",\"swap\" : " + figures + "}";
-    const struct
-    {
-        const wchar_t* command;
-        std::string answer;
-    } rows[] = {
-        {L"--get-system-resources", resources},
-        {L"--free-system-resources", resources},
-        {L"--get-disk-space", "[{\"free\" : #,\"total\" : #,\"used\" : #,\"volume\" : \"C:\\\\\"}]"},
-        {L"--reboot --timeout=15s", "{\"message\" : \"Server is going to restart\"}"},
-        {L"--repair-kelvo-sql-server", "{\"name\" : \"KelvoSQLServer\",\"status\" : \"stopped\"}"},
-    };
-    for (const auto& row : rows) {
-        const ChildResult result = run(row.command);
+    for (const auto& [command, answer] : std::initializer_list<std::pair<const wchar_t*, std::string>>{
+             {L"--get-system-resources", resources}, {L"--free-system-resources", resources},
+             {L"--get-disk-space", "[{\"free\" : #,\"total\" : #,\"used\" : #,\"volume\" : \"C:\\\\\"}]"},
+             {L"--reboot --timeout=15s", "{\"message\" : \"Server is going to restart\"}"},
+             {L"--repair-kelvo-sql-server", "{\"name\" : \"KelvoSQLServer\",\"status\" : \"stopped\"}"}}) {
+        const ChildResult result = run(command);
         const std::string flat = std::regex_replace(result.output, std::regex("[\r\n\t]"), "");
-        EXPECT_EQ(row.answer, std::regex_replace(flat, std::regex("[0-9]+"), "#"));
+        EXPECT_EQ(answer, std::regex_replace(flat, std::regex("[0-9]+"), "#"));
         EXPECT_EQ(0u, result.exitCode);
     }
     EXPECT_EQ("websrvmng --restart-vhosts-app-pools\r\nshutdown --reboot --timeout=15\r\nmysqlmng_adm --repair\r\n",
@@ -213,13 +187,13 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
     constexpr int count = 30;
     const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", count);
     EXPECT_EQ(count, std::count(codes.begin(), codes.end(), 0u));
-    const std::wstring log = debugLog(root.path());
-    EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff')) << "one byte-order mark, at the start";
+    const std::wstring log = root.log();
+    EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff', 1)) << "one byte-order mark, at the start";
     const std::wregex record(
         L"\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} \\d+ \\d+ (Info|Result): [^\r]*\r\n");
     std::size_t length = 0, records = 0;
     for (std::wsregex_iterator at(log.begin(), log.end(), record), end; at != end; ++at, ++records)
         length += static_cast<std::size_t>(at->length());
-    EXPECT_EQ(log.size(), length);
+    EXPECT_EQ(log.size(), 1 + length);
     EXPECT_EQ(3u * count, records);
 }

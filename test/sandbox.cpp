@@ -2,7 +2,6 @@
 
 #include "config/product_config.h"
 #include "config/registry.h"
-#include "runtime/path.h"
 #include "runtime/vdatetime.h"
 
 #include <fstream>
@@ -16,42 +15,41 @@ UniqueRegistryKey configKey()
 
 } // namespace
 
-TempDirectory::TempDirectory()
+ProductRoot::ProductRoot()
 {
     wchar_t base[MAX_PATH], name[MAX_PATH];
     GetTempPathW(MAX_PATH, base);
     GetTempFileNameW(base, L"mk", 0, name);
     DeleteFileW(name);
-    path_ = makeDirectory(name);
+    path_ = name + std::wstring(L" ä Ж");
+    for (const wchar_t* part : {L"", L"\\admin", L"\\admin\\bin", L"\\admin\\bin64", L"\\admin\\logs"})
+        EXPECT_TRUE(CreateDirectoryW((path_ + part).c_str(), nullptr)) << GetLastError();
 }
 
-TempDirectory::~TempDirectory()
+ProductRoot::~ProductRoot()
 {
     if (testing::Test::HasFailure())
         return; // kept to be looked at
-    const std::wstring remove = L"cmd /c rd /s /q \"" + path_ + L"\"";
-    _wsystem(remove.c_str());
+    _wsystem((L"cmd /c rd /s /q \"" + path_ + L"\"").c_str());
 }
 
-std::wstring makeDirectory(const std::wstring& path)
+std::wstring ProductRoot::log(const std::wstring& name) const
 {
-    EXPECT_TRUE(CreateDirectoryW(path.c_str(), nullptr)) << GetLastError();
-    return path;
+    const std::string bytes = readFile(logFile(name));
+    std::wstring text((bytes.size() + 1) / 2, L'\0');
+    memcpy(text.data(), bytes.data(), bytes.size());
+    return text;
+}
+
+std::wstring ProductRoot::logFile(const std::wstring& name) const
+{
+    return path_ + L"\\admin\\logs\\kelvolog_" + name + VDateTime::local().compactDate() + L".log";
 }
 
 std::string readFile(const std::wstring& path)
 {
     std::ifstream file(path.c_str(), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-std::wstring debugLog(const std::wstring& productRoot)
-{
-    const std::string bytes = readFile(
-        path::combine(productRoot, L"admin\\logs\\kelvolog_debug" + VDateTime::local().compactDate() + L".log"));
-    std::wstring text(bytes.size() / 2, L'\0');
-    memcpy(text.data(), bytes.data(), text.size() * 2);
-    return text.substr(text.starts_with(L'\xfeff') ? 1 : 0);
 }
 
 RegistrySandbox::RegistrySandbox()

@@ -6,23 +6,23 @@
 
 #include <string>
 
-/// A fresh directory of the test's own; removed with its files when the test has passed.
-class TempDirectory
+/// A fresh product root of the test's own; removed with its files when the test has passed.
+class ProductRoot
 {
 public:
-    TempDirectory();
-    ~TempDirectory();
+    ProductRoot();
+    ~ProductRoot();
     const std::wstring& path() const { return path_; }
+    std::wstring logFile(const std::wstring& name) const;
+    /// A log of today as it is, with its byte-order mark; empty when there is none.
+    std::wstring log(const std::wstring& name = L"debug") const;
 
 private:
     std::wstring path_;
 };
 
-std::wstring makeDirectory(const std::wstring& path);
 /// The whole file; empty when it cannot be opened.
 std::string readFile(const std::wstring& path);
-/// The debug log of today below a product root, without its byte-order mark; each record on a line.
-std::wstring debugLog(const std::wstring& productRoot);
 
 /// HKEY_LOCAL_MACHINE replaced by an empty key for the life of the test.
 class RegistrySandbox : public testing::Test

@@ -15,7 +15,7 @@ void report(DWORD state)
     SERVICE_STATUS status{};
     status.dwServiceType = SERVICE_WIN32_OWN_PROCESS;
     status.dwCurrentState = state;
-    status.dwControlsAccepted = SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_PAUSE_CONTINUE;
+    status.dwControlsAccepted = SERVICE_ACCEPT_STOP;
     SetServiceStatus(handle, &status);
 }
 
