@@ -26,7 +26,7 @@ void copyTo(const std::wstring& source, const std::wstring& target)
 void installService(const std::wstring& program)
 {
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CREATE_SERVICE));
-    const std::wstring commandLine = L"\"" + program + L"\" sqlserver";
+    const std::wstring commandLine = L"\"" + program + L"\" service";
     const UniqueService service(CreateServiceW(manager.get(), L"KelvoSQLServer", L"Kelvo SQL server (stand-in)",
         SERVICE_QUERY_STATUS, SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
         commandLine.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));

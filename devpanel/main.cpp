@@ -1,4 +1,4 @@
-// Stands in for the panel on machines that have none: devpanel install | ensure | serve | sqlserver
+// Stands in for the panel on machines that have none: devpanel install | ensure | serve | service [state]
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
@@ -13,6 +13,7 @@ namespace {
 
 SERVICE_STATUS_HANDLE serviceHandle;
 HANDLE stopped;
+DWORD wantedState = SERVICE_RUNNING;
 
 void report(DWORD state)
 {
@@ -23,15 +24,16 @@ void report(DWORD state)
     SetServiceStatus(serviceHandle, &status);
 }
 
-/// The service KelvoSQLServer: runs until it is stopped, a minute at the longest.
-void WINAPI sqlServer(DWORD, wchar_t**)
+/// A service that is in the wanted state until it is stopped, a minute at the longest.
+void WINAPI runService(DWORD, wchar_t**)
 {
     stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-    serviceHandle = RegisterServiceCtrlHandlerW(L"KelvoSQLServer", [](DWORD control) {
+    serviceHandle = RegisterServiceCtrlHandlerW(L"", [](DWORD control) {
         if (control == SERVICE_CONTROL_STOP)
             SetEvent(stopped);
     });
-    report(SERVICE_RUNNING);
+    report(SERVICE_RUNNING); // the service control manager takes no other state first
+    report(wantedState);
     WaitForSingleObject(stopped, 60'000);
     report(SERVICE_STOPPED);
 }
@@ -48,9 +50,11 @@ int wmain(int argc, wchar_t** argv)
             ensurePipe();
         } else if (mode == L"serve") {
             servePipe();
-        } else if (mode == L"sqlserver") {
+        } else if (mode == L"service") {
+            if (argc > 2)
+                wantedState = static_cast<DWORD>(_wtoi(argv[2]));
             wchar_t name[] = L"";
-            const SERVICE_TABLE_ENTRYW table[] = {{name, sqlServer}, {nullptr, nullptr}};
+            const SERVICE_TABLE_ENTRYW table[] = {{name, runService}, {nullptr, nullptr}};
             return StartServiceCtrlDispatcherW(table) ? 0 : 1;
         } else {
             return 1;

@@ -210,7 +210,7 @@ bool vexecutil::waitForExit(DWORD timeoutMilliseconds) const
     }
 }
 
-void vexecutil::terminate() noexcept
+void vexecutil::terminate() const noexcept
 {
     constexpr DWORD itsEnd = 5000;
     if (process && TerminateProcess(process.get(), 1))

@@ -37,7 +37,7 @@ public:
     bool waitForExit(DWORD timeoutMilliseconds) const;
 
     /// Ends the child if it still runs. Never throws.
-    void terminate() noexcept;
+    void terminate() const noexcept;
 
     /// 259 while the child runs. @throws vosexception "GetExitCodeProcess"
     std::uint32_t exitCode() const;

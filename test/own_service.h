@@ -14,8 +14,8 @@ public:
         : name(L"mendkit_test_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(state)),
           manager_(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS))
     {
-        const std::wstring path = L"\"" + builtProgram(L"test\\test_service.exe") + L"\" " + std::to_wstring(state) +
-                                  std::wstring(pathPadding, L' ');
+        const std::wstring path = L"\"" + builtProgram(L"devpanel\\devpanel.exe") + L"\" service " +
+                                  std::to_wstring(state) + std::wstring(pathPadding, L' ');
         service_.reset(CreateServiceW(manager_.get(), name.c_str(), name.c_str(), SERVICE_ALL_ACCESS,
             SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, path.c_str(), nullptr, nullptr,
             nullptr, nullptr, nullptr));
