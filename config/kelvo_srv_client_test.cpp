@@ -1,6 +1,5 @@
 #include "config/kelvo_srv_client.h"
 
-#include "config/vserializer.h"
 #include "test/failure.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
@@ -34,16 +33,8 @@ protected:
     RecordingServiceLog log;
 };
 
-/// A reply: its length, then the bytes.
-std::string reply(const std::string& bytes)
-{
-    vserializer::writer writer;
-    writer.number(static_cast<std::uint32_t>(bytes.size()));
-    return writer.message() + bytes;
-}
-
-const std::string good = reply("\x07\0\0\0\x02"
-                               "C\0:\0\x16\x04"s);
+const std::string good = serviceReply("\x07\0\0\0\x02"
+                                      "C\0:\0\x16\x04"s);
 const std::wstring unexpectedEnd = L"!Unexpected end of data when read from serializer.";
 
 } // namespace
@@ -71,14 +62,15 @@ TEST_F(ServiceClient, MakesSenseOfEveryReply)
     for (const auto& [name, script, outcome, messages] :
         std::initializer_list<Row>{{"byte by byte", {{good}, 1}, L"C:Ж"},
             {"a message-type pipe", {{good.substr(0, 6), good.substr(6)}}, L"C:Ж", true},
-            {"narrow", {{reply("\x03\0\0\0\x01xy"s.substr(0, 7))}}, L"xy"},
-            {"empty text", {{reply("\0\0\0\0"s)}}, L""}, {"half a character", {{reply("\x04\0\0\0\x02x\0y"s)}}, L"x"},
-            {"empty reply", {{reply("")}}, unexpectedEnd},
-            {"text longer than the reply", {{reply("\xf0\0\0\0\x02x\0"s)}}, unexpectedEnd},
-            {"unknown character size", {{reply("\x02\0\0\0\x04x"s)}},
+            {"narrow", {{serviceReply("\x03\0\0\0\x01xy"s.substr(0, 7))}}, L"xy"},
+            {"empty text", {{serviceReply("\0\0\0\0"s)}}, L""},
+            {"half a character", {{serviceReply("\x04\0\0\0\x02x\0y"s)}}, L"x"},
+            {"empty reply", {{serviceReply("")}}, unexpectedEnd},
+            {"text longer than the reply", {{serviceReply("\xf0\0\0\0\x02x\0"s)}}, unexpectedEnd},
+            {"unknown character size", {{serviceReply("\x02\0\0\0\x04x"s)}},
                 L"!Unsupported char size when read C-string from serializer."},
-            {"a failure", {{reply("\xff\xff\xff\xff\x03\0\0\0\x01no"s)}}, L"!no"},
-            {"a broken failure", {{reply("\xff\xff\xff\xff\x09\0\0\0\x01no"s)}},
+            {"a failure", {{serviceReply("\xff\xff\xff\xff\x03\0\0\0\x01no"s)}}, L"!no"},
+            {"a broken failure", {{serviceReply("\xff\xff\xff\xff\x09\0\0\0\x01no"s)}},
                 L"!Double exception on read from serializer"},
             {"4 GiB announced", {{"\xff\xff\xff\xff"s}}, L"!Invalid Protocol when read C-string from serializer."},
             {"closed before the reply", {{}}, L"!Pipe is finished"},

@@ -27,16 +27,6 @@ bool mutexExists(const wchar_t* name)
 
 } // namespace
 
-TEST_F(Logs, LinesAreAppendedBehindOneByteOrderMark)
-{
-    LogFile(L"a", true).write(L"first Ж");
-    LogFile(L"a", true).write(L"second\n");
-    const std::wstring stamp = L"\\d{4}/\\d\\d/\\d\\d \\d\\d:\\d\\d:\\d\\d\\.\\d{3} " +
-                               std::to_wstring(GetCurrentProcessId()) + L" " + std::to_wstring(GetCurrentThreadId());
-    EXPECT_TRUE(std::regex_match(
-        root.log(L"a"), std::wregex(L"\xfeff" + stamp + L" first Ж\r\n" + stamp + L" second\n\r\n")));
-}
-
 TEST_F(Logs, AreWrittenOnlyWhenEnabled)
 {
     setConfig(L"log_off_enabled", 0);
@@ -103,7 +93,9 @@ TEST_F(Logs, EventSourceIsRegisteredOnceAndAnExistingLogKeepsItsSettings)
     DWORD types = 0, size = 0;
     EventLog().report(LogLevel::Error, std::wstring(100'000, L'x'));
     registry::lookup(HKEY_LOCAL_MACHINE, log + L"\\mendkit_logging_test", L"TypesSupported", types, 0);
+    registry::lookup(HKEY_LOCAL_MACHINE, log, L"MaxSize", size, 0);
     EXPECT_EQ(7u, types);
+    EXPECT_EQ(0x800000u, size);
     EXPECT_EQ(root.path() + L"\\admin\\bin64\\eventmsg.dll",
         registry::getstr(HKEY_LOCAL_MACHINE, log + L"\\mendkit_logging_test", L"EventMessageFile", 0));
     registry::set(registry::open(HKEY_LOCAL_MACHINE, log, KEY_WRITE).get(), L"MaxSize", 5);

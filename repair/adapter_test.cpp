@@ -64,16 +64,6 @@ TEST_F(Adapter, GathersTheFiguresOfThreeRuns)
     EXPECT_EQ((Calls{L"sysinfo loadavg", L"sysinfo memory", L"sysinfo swap"}), helper->calls);
 }
 
-TEST_F(Adapter, HandsChangesToTheUtilities)
-{
-    adapter.freeSystemResources();
-    adapter.repairKelvoSqlServer();
-    EXPECT_EQ(L"{\"message\" : \"Server is going to restart\"}", flat(adapter.reboot(~0u)));
-    EXPECT_EQ((Calls{L"websrvmng --restart-vhosts-app-pools 64", L"mysqlmng_adm --repair",
-                  L"shutdown --reboot --timeout=4294967295"}),
-        helper->calls);
-}
-
 TEST_F(Adapter, ReportsEachVolumeOnceInOrder)
 {
     helper->volumes = {{L"C:\\", {10, 3}}, {L"D:\\", {5, 6}}};

@@ -69,19 +69,6 @@ TEST(Operation, TurnsEveryKindOfFailureIntoAVexception)
     }
 }
 
-TEST(Operation, KeepsTheClassAndTheTrailOfAVexception)
-{
-    const auto inner = [](Span&) { throwOsError(ERROR_ACCESS_DENIED, L"", {"h", 1}); };
-    EXPECT_TRUE(failureOf<VAccessDeniedException>([&] {
-        operation(
-            {"g", 2}, [] { return std::wstring(L"g()"); },
-            [&](Span&) {
-                operation(
-                    {"f", 3}, []() -> std::wstring { throw std::bad_alloc(); }, inner);
-            });
-    }).ends_with(L"\n   at (h line 1)\n   at (f line 3)\n   at (g line 2) g()"));
-}
-
 TEST(Operation, DescribesOnlyWhatFailedOrIsTraced)
 {
     int described = 0;

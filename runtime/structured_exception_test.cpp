@@ -81,9 +81,10 @@ TEST(StructuredException, IsCaughtInTheFunctionOfTheFaultAndRunsDestructors)
         } catch (...) {
             ++caught;
         }
+        caught += codeOf([&] { Counted{destroyed}, writeBadAddress(); }) != 0 ? 1 : 0;
     }
-    EXPECT_EQ(3, caught);
-    EXPECT_EQ(3, destroyed);
+    EXPECT_EQ(6, caught);
+    EXPECT_EQ(6, destroyed);
 }
 
 TEST(StructuredException, LeavesOtherCodesAndThreadsWithoutTranslatorAlone)

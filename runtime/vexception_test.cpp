@@ -11,16 +11,6 @@ TEST(VOsException, SaysCodeAndCallAndWhere)
     EXPECT_EQ(L"Unknown error (Error code 4294967295)", vosexception(~0u, L"", {"f"}).message());
 }
 
-TEST(VException, KeepsItsTrailInOrder)
-{
-    vexception failure(L"m", {"a", 1});
-    failure.append({"b", 2}, L"b(x)");
-    const int line = __LINE__ + 1;
-    failure.append({"c"}, L"");
-    EXPECT_EQ(L"m\n   at (a line 1)\n   at (b line 2) b(x)\n   at (c line " + std::to_wstring(line) + L")",
-        failure.fullText());
-}
-
 TEST(VOsException, IsOfTheClassOfItsCode)
 {
     EXPECT_THROW(throwOsError(ERROR_ACCESS_DENIED, L"", {"f"}), VAccessDeniedException);

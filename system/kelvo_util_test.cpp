@@ -1,6 +1,5 @@
 #include "system/kelvo_util.h"
 
-#include "config/vserializer.h"
 #include "system/default_system_helper.h"
 #include "test/child_process.h"
 #include "test/failure.h"
@@ -32,10 +31,9 @@ protected:
 
     static ScriptedPipe::Script answer(const std::wstring& text)
     {
-        vserializer::writer body, reply;
+        vserializer::writer body;
         body.text(text);
-        reply.number(static_cast<std::uint32_t>(body.message().size()));
-        return {{reply.message() + body.message()}};
+        return {{serviceReply(body.message())}};
     }
 
     /// What the utility printed, or the message of the failure behind "!".

@@ -1,5 +1,11 @@
 #pragma once
 
+#include "runtime/module.h"
+#include "runtime/path.h"
+#include "system/vexecutil.h"
+
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -11,11 +17,64 @@ struct ChildResult
     std::string output; // raw bytes: lines end in CR LF
 };
 
-/// Runs a program to its end. @param capture  false: it gets the standard handles of this process
-ChildResult runChild(const std::wstring& program, const std::wstring& arguments, bool capture = true);
+/// Wine fails about one start in some thousands with this error; Windows has no such habit.
+inline void startPatiently(vexecutil& child)
+{
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        try {
+            return child.start();
+        } catch (const vosexception& failure) {
+            if (failure.code() != ERROR_INTERNAL_ERROR)
+                throw;
+        }
+    }
+    child.start();
+}
 
-/// The programs of the build, as paths: mendkit.exe, the stand-ins in test/.
-std::wstring builtProgram(const std::wstring& relative);
+inline std::uint32_t waitFor(const vexecutil& child)
+{
+    EXPECT_TRUE(child.waitForExit(50'000));
+    return child.exitCode();
+}
+
+/// Runs a program to its end. @param capture  false: it gets the standard handles of this process
+inline ChildResult runChild(const std::wstring& program, const std::wstring& arguments, bool capture = true)
+try {
+    vexecutil child;
+    child.path = program;
+    child.arguments = arguments;
+    child.captureStdout = child.stderrToStdout = capture;
+    child.inheritHandles = !capture;
+    startPatiently(child);
+    ChildResult result{};
+    char buffer[4096];
+    while (const std::size_t count = capture ? child.stdoutPipe.read(buffer, sizeof buffer, 0) : 0)
+        result.output.append(buffer, count);
+    result.exitCode = waitFor(child);
+    return result;
+} catch (const vexception& failure) { // GoogleTest would not say what it was
+    ADD_FAILURE() << testing::PrintToString(failure.fullText());
+    throw;
+}
 
 /// Starts the same call many times at once; the exit codes.
-std::vector<std::uint32_t> runMany(const std::wstring& program, const std::wstring& arguments, int count);
+inline std::vector<std::uint32_t> runMany(const std::wstring& program, const std::wstring& arguments, int count)
+{
+    std::vector<vexecutil> children(static_cast<std::size_t>(count));
+    std::vector<std::uint32_t> codes;
+    for (vexecutil& child : children) {
+        child.path = program;
+        child.arguments = arguments;
+        child.stdoutFile = L"NUL";
+        startPatiently(child);
+    }
+    for (const vexecutil& child : children)
+        codes.push_back(waitFor(child));
+    return codes;
+}
+
+/// A program of the build, by its path there.
+inline std::wstring builtProgram(const std::wstring& relative)
+{
+    return path::combine(moduleFileName(), L"..\\..\\" + relative);
+}

@@ -24,7 +24,7 @@ const std::string allCommands =
 class Program : public testing::Test
 {
 protected:
-    Program() { configure(L"PRODUCT_ROOT_D", root.path()); }
+    Program() { setConfig(L"PRODUCT_ROOT_D", root.path()); }
     ~Program() override
     {
         HKEY software = nullptr;
@@ -32,13 +32,6 @@ protected:
         RegDeleteTreeW(software, L"Kelvo");
         RegCloseKey(software);
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
-    }
-
-    template <typename Value>
-    static void configure(const std::wstring& name, const Value& value)
-    {
-        registry::set(
-            registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(), name, value);
     }
 
     static ChildResult run(const std::wstring& arguments, bool capture = true)
@@ -97,7 +90,7 @@ TEST_F(Program, HasFixedTextsAndExitCodesForEveryCall)
 
 TEST_F(Program, LogsTheCommandFromStartToEnd)
 {
-    configure(L"Debug", 1);
+    setConfig(L"Debug", 1);
     run(L"--get-service-status --name=no_such_service --internal-package-name=x");
     run(L"--get-service-status --name= --db-password=\"s 3\"");
     const std::wstring log = root.log();
@@ -124,15 +117,15 @@ TEST_F(Program, AnswersWhateverIsWrongWithItsLogs)
         EXPECT_EQ(expected, result.output);
         EXPECT_EQ(0u, result.exitCode);
     };
-    configure(L"Debug", L"not a number");
+    setConfig(L"Debug", L"not a number");
     check();
-    configure(L"Debug", 1);
-    configure(L"log_debug_enabled", L"x");
+    setConfig(L"Debug", 1);
+    setConfig(L"log_debug_enabled", L"x");
     check();
-    configure(L"log_debug_enabled", 1);
-    configure(L"PRODUCT_ROOT_D", 5);
+    setConfig(L"log_debug_enabled", 1);
+    setConfig(L"PRODUCT_ROOT_D", 5);
     check();
-    configure(L"PRODUCT_ROOT_D", L"X:\\missing");
+    setConfig(L"PRODUCT_ROOT_D", L"X:\\missing");
     check();
     EXPECT_EQ(L"", root.log());
 }
@@ -170,20 +163,21 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
     for (const auto& [command, answer] : std::initializer_list<std::pair<const wchar_t*, std::string>>{
              {L"--get-system-resources", resources}, {L"--free-system-resources", resources},
              {L"--get-disk-space", "[{\"free\" : #,\"total\" : #,\"used\" : #,\"volume\" : \"C:\\\\\"}]"},
-             {L"--reboot --timeout=15s", "{\"message\" : \"Server is going to restart\"}"},
+             {L"--reboot --timeout=-1s", "{\"message\" : \"Server is going to restart\"}"},
              {L"--repair-kelvo-sql-server", "{\"name\" : \"KelvoSQLServer\",\"status\" : \"stopped\"}"}}) {
         const ChildResult result = run(command);
         const std::string flat = std::regex_replace(result.output, std::regex("[\r\n\t]"), "");
         EXPECT_EQ(answer, std::regex_replace(flat, std::regex("[0-9]+"), "#"));
         EXPECT_EQ(0u, result.exitCode);
     }
-    EXPECT_EQ("websrvmng --restart-vhosts-app-pools\r\nshutdown --reboot --timeout=15\r\nmysqlmng_adm --repair\r\n",
+    EXPECT_EQ(
+        "websrvmng --restart-vhosts-app-pools\r\nshutdown --reboot --timeout=4294967295\r\nmysqlmng_adm --repair\r\n",
         readFile(panel + L"\\var\\devpanel.log"));
 }
 
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
-    configure(L"Debug", 1);
+    setConfig(L"Debug", 1);
     constexpr int count = 30;
     const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", count);
     EXPECT_EQ(count, std::count(codes.begin(), codes.end(), 0u));

@@ -1,40 +1,82 @@
 #pragma once
 
-#include <windows.h>
+#include "config/product_config.h"
+#include "config/registry.h"
+#include "runtime/vdatetime.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
+
+/// The whole file; empty when it cannot be opened.
+inline std::string readFile(const std::wstring& path)
+{
+    std::ifstream file(path.c_str(), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
 
 /// A fresh product root of the test's own; removed with its files when the test has passed.
 class ProductRoot
 {
 public:
-    ProductRoot();
-    ~ProductRoot();
+    ProductRoot()
+    {
+        wchar_t base[MAX_PATH], name[MAX_PATH];
+        GetTempPathW(MAX_PATH, base);
+        GetTempFileNameW(base, L"mk", 0, name);
+        DeleteFileW(name);
+        path_ = name + std::wstring(L" ä Ж");
+        for (const wchar_t* part : {L"", L"\\admin", L"\\admin\\bin", L"\\admin\\bin64", L"\\admin\\logs"})
+            EXPECT_TRUE(CreateDirectoryW((path_ + part).c_str(), nullptr)) << GetLastError();
+    }
+    ~ProductRoot()
+    {
+        if (!testing::Test::HasFailure()) // else kept to be looked at
+            _wsystem((L"cmd /c rd /s /q \"" + path_ + L"\"").c_str());
+    }
+
     const std::wstring& path() const { return path_; }
-    std::wstring logFile(const std::wstring& name) const;
+    std::wstring logFile(const std::wstring& name) const
+    {
+        return path_ + L"\\admin\\logs\\kelvolog_" + name + VDateTime::local().compactDate() + L".log";
+    }
     /// A log of today as it is, with its byte-order mark; empty when there is none.
-    std::wstring log(const std::wstring& name = L"debug") const;
+    std::wstring log(const std::wstring& name = L"debug") const
+    {
+        const std::string bytes = readFile(logFile(name));
+        std::wstring text((bytes.size() + 1) / 2, L'\0');
+        memcpy(text.data(), bytes.data(), bytes.size());
+        return text;
+    }
 
 private:
     std::wstring path_;
 };
 
-/// The whole file; empty when it cannot be opened.
-std::string readFile(const std::wstring& path);
+/// Sets a value of the product's configuration key, in the 32-bit view.
+template <typename Value>
+void setConfig(const std::wstring& name, const Value& value)
+{
+    registry::set(
+        registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(), name, value);
+}
 
 /// HKEY_LOCAL_MACHINE replaced by an empty key for the life of the test.
 class RegistrySandbox : public testing::Test
 {
 protected:
-    RegistrySandbox();
-    ~RegistrySandbox() override;
-
-    /// Values of the product's configuration key, in the 32-bit view.
-    static void setConfig(const std::wstring& name, DWORD number);
-    static void setConfig(const std::wstring& name, const std::wstring& text);
+    RegistrySandbox()
+    {
+        const UniqueRegistryKey key = registry::create(HKEY_CURRENT_USER, keyName_, KEY_ALL_ACCESS);
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, key.get());
+    }
+    ~RegistrySandbox() override
+    {
+        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+        RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
+    }
 
 private:
-    std::wstring keyName_;
+    const std::wstring keyName_ = L"Software\\mendkit_test_" + std::to_wstring(GetCurrentProcessId());
 };

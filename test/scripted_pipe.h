@@ -1,10 +1,19 @@
 #pragma once
 
+#include "config/vserializer.h"
 #include "runtime/handles.h"
 
 #include <string>
 #include <thread>
 #include <vector>
+
+/// A reply of the management service: its length, then the bytes.
+inline std::string serviceReply(const std::string& bytes)
+{
+    vserializer::writer writer;
+    writer.number(static_cast<std::uint32_t>(bytes.size()));
+    return writer.message() + bytes;
+}
 
 /// A pipe that serves one client as a script says, on a thread of the test.
 class ScriptedPipe
@@ -18,7 +27,7 @@ public:
     };
 
     explicit ScriptedPipe(Script script, bool messages = false)
-        : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++count())),
+        : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++count)),
           pipe_(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
               messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr)),
           thread_([this, script = std::move(script)] { serve(script); })
@@ -54,11 +63,7 @@ private:
         pipe_.reset();
     }
 
-    static int& count()
-    {
-        static int created = 0;
-        return created;
-    }
+    inline static int count = 0;
 
     std::wstring name_;
     UniqueFile pipe_;
