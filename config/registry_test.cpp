@@ -100,14 +100,3 @@ TEST_F(Registry, CachedNumbersAreReadEverySixteenthTime)
         EXPECT_THROW(cached.query(), vexception);
     }
 }
-
-TEST_F(Registry, SwitchesSurviveValuesOfTheWrongType)
-{
-    for (const wchar_t* name : {L"Debug", L"PipeConnectTryCount"})
-        setConfig(name, L"1");
-    EXPECT_FALSE(config::isDebug());
-    EXPECT_EQ(10u, config::pipeConnectTryCount(10));
-    setConfig(L"PipeConnectTryCount", 3);
-    for (int query = 2; query <= 17; ++query)
-        EXPECT_EQ(10u, config::pipeConnectTryCount(10)) << "not tried again";
-}

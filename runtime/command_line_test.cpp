@@ -34,9 +34,3 @@ TEST(CommandLine, QuotesWhatTheSystemReadsBack)
         ASSERT_EQ(expected, splitArguments(line)) << testing::PrintToString(line);
     }
 }
-
-TEST(CommandLine, QuotesOnlyWhereNeeded)
-{
-    EXPECT_EQ(L"--restart-vhosts-app-pools", quoteArgument(L"--restart-vhosts-app-pools"));
-    EXPECT_EQ(L"\"--timeout=5\"", quoteArgument(L"--timeout=5"));
-}

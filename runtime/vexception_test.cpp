@@ -10,11 +10,3 @@ TEST(VOsException, SaysCodeAndCallAndWhere)
     EXPECT_EQ(system + L" (Error code 5) at OpenService 'x'\n   at (service::exist line 7)", failure.fullText());
     EXPECT_EQ(L"Unknown error (Error code 4294967295)", vosexception(~0u, L"", {"f"}).message());
 }
-
-TEST(VOsException, IsOfTheClassOfItsCode)
-{
-    EXPECT_THROW(throwOsError(ERROR_ACCESS_DENIED, L"", {"f"}), VAccessDeniedException);
-    EXPECT_THROW(throwOsError(ERROR_FILE_NOT_FOUND, L"", {"f"}), VFileNotFoundException);
-    EXPECT_THROW(throwOsError(ERROR_SERVICE_DOES_NOT_EXIST, L"", {"f"}), VServiceDoesNotExistException);
-    EXPECT_THROW(throwOsError(ERROR_INVALID_NAME, L"", {"f"}), vosexception);
-}
