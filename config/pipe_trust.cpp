@@ -1,19 +1,19 @@
 #include "config/pipe_trust.h"
 
-#include "runtime/access.h"
+#include "runtime/identity.h"
 
 #include <aclapi.h>
 
 namespace {
 
-access::Sid ownerOf(HANDLE pipe)
+identity::Sid ownerOf(HANDLE pipe)
 {
     PSID owner = nullptr;
     PSECURITY_DESCRIPTOR descriptor = nullptr;
     const DWORD status = GetSecurityInfo(
         pipe, SE_KERNEL_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr, &descriptor);
     const UniqueLocalMemory memory(descriptor);
-    return status == ERROR_SUCCESS ? access::Sid(owner) : access::Sid();
+    return status == ERROR_SUCCESS ? identity::Sid(owner) : identity::Sid();
 }
 
 UniqueHandle serverToken(HANDLE pipe)
@@ -30,19 +30,19 @@ UniqueHandle serverToken(HANDLE pipe)
 
 bool isTrusted(HANDLE pipe)
 {
-    const auto isMachine = [](const access::Sid& sid) {
-        return sid == access::Sid::wellKnown(WinLocalSystemSid) ||
-               sid == access::Sid::wellKnown(WinBuiltinAdministratorsSid) ||
-               sid == access::userOf(access::effectiveToken(TOKEN_QUERY).get());
+    const auto isMachine = [](const identity::Sid& sid) {
+        return sid == identity::Sid::wellKnown(WinLocalSystemSid) ||
+               sid == identity::Sid::wellKnown(WinBuiltinAdministratorsSid) ||
+               sid == identity::userOf(identity::effectiveToken(TOKEN_QUERY).get());
     };
-    const access::Sid owner = ownerOf(pipe);
+    const identity::Sid owner = ownerOf(pipe);
     const UniqueHandle token = serverToken(pipe);
     if (!token) // the service's process may be closed to us
         return owner && isMachine(owner);
     // The owner is that of the pipe's first instance; who may write to it may also serve one more. So the process
     // at the other end counts as well wherever it can be asked.
-    const access::Sid user = access::userOf(token.get());
-    const bool trustedUser = isMachine(user) || access::isAdministrator(token.get());
+    const identity::Sid user = identity::userOf(token.get());
+    const bool trustedUser = isMachine(user) || identity::isAdministrator(token.get());
     return trustedUser && (!owner || owner == user || isMachine(owner));
 }
 

@@ -51,7 +51,7 @@ std::string replyTo(const std::string& message)
 
 } // namespace
 
-void servePipe()
+void servePipe(DWORD silenceMilliseconds)
 {
     constexpr DWORD idle = 5000;
     Con::ServerOverlappedPipe pipe(idle);
@@ -64,6 +64,7 @@ void servePipe()
         try {
             for (std::string message = readMessage(pipe); !message.empty(); message = readMessage(pipe)) {
                 const std::string reply = replyTo(message);
+                Sleep(silenceMilliseconds);
                 pipe.write(reply.data(), reply.size());
             }
         } catch (const vexception&) { // this client's fault or misfortune; the next one may fare better

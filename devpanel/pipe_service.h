@@ -1,12 +1,15 @@
 #pragma once
 
+#include <windows.h>
+
 // The stand-in for the panel's management service.
 
 inline constexpr wchar_t panelRoot[] = L"C:\\Program Files\\Kelvo Panel";
 inline constexpr wchar_t panelPipe[] = L"kelvo_devpanel";
 
 /// Serves the pipe until nobody has asked for some seconds. Returns at once when somebody else serves it.
-void servePipe();
+/// @param silenceMilliseconds  before each reply
+void servePipe(DWORD silenceMilliseconds);
 
 /// Makes sure that the pipe is served for the next seconds.
 void ensurePipe();

@@ -1,6 +1,6 @@
 #include "system/child_identity.h"
 
-#include "runtime/access.h"
+#include "runtime/identity.h"
 #include "runtime/vosexception.h"
 
 UniqueHandle chooseChildIdentity()
@@ -15,7 +15,7 @@ UniqueHandle chooseChildIdentity()
     }
     if (!OpenProcessToken(GetCurrentProcess(), TOKEN_READ | TOKEN_DUPLICATE, process.receive()))
         throwOsError(GetLastError(), L"Unable to open a process token", site);
-    if (access::isAdministrator(thread.get()) == access::isAdministrator(process.get()))
+    if (identity::isAdministrator(thread.get()) == identity::isAdministrator(process.get()))
         return primary;
     if (!DuplicateTokenEx(
             thread.get(), MAXIMUM_ALLOWED, nullptr, SecurityImpersonation, TokenPrimary, primary.receive()))

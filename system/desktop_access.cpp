@@ -22,7 +22,7 @@ struct DesktopTraits
     static void close(Type desktop) noexcept { CloseDesktop(desktop); }
 };
 
-bool isGranted(PACL list, const access::Sid& user, DWORD rights)
+bool isGranted(PACL list, const identity::Sid& user, DWORD rights)
 {
     ACCESS_ALLOWED_ACE* entry = nullptr;
     for (DWORD index = 0; GetAce(list, index, reinterpret_cast<void**>(&entry)); ++index) {
@@ -33,7 +33,7 @@ bool isGranted(PACL list, const access::Sid& user, DWORD rights)
     return false;
 }
 
-void grant(HANDLE object, const std::wstring& name, const access::Sid& user, DWORD rights)
+void grant(HANDLE object, const std::wstring& name, const identity::Sid& user, DWORD rights)
 {
     const RaiseSite site("vexecutil::start");
     PACL list = nullptr;
@@ -83,7 +83,7 @@ private:
 
 } // namespace
 
-void grantDesktopAccess(const access::Sid& user)
+void grantDesktopAccess(const identity::Sid& user)
 {
     const std::wstring stationName = L"winsta0", desktopName = L"default";
     const Unique<WindowStationTraits> station(

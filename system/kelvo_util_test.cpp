@@ -1,5 +1,6 @@
 #include "system/kelvo_util.h"
 
+#include "runtime/identity.h"
 #include "system/default_system_helper.h"
 #include "test/child_process.h"
 #include "test/failure.h"
@@ -136,4 +137,27 @@ TEST_F(Utility, HasOnlyItsStandardHandles)
     TerminateProcess(child.process.get(), 5);
     EXPECT_TRUE(child.waitForExit(5000));
     EXPECT_EQ(5u, child.exitCode());
+}
+
+TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
+{
+    const UniqueHandle own = identity::tokenOf(GetCurrentProcess(), TOKEN_ALL_ACCESS);
+    const identity::Sid administrators = identity::Sid::wellKnown(WinBuiltinAdministratorsSid);
+    SID_AND_ATTRIBUTES disabled{administrators.get(), 0};
+    UniqueHandle lesser;
+    ASSERT_TRUE(CreateRestrictedToken(own.get(), 0, 1, &disabled, 0, nullptr, 0, nullptr, lesser.receive()));
+    for (const auto& [token, isAdministrator] : {std::pair{lesser.get(), false}, {own.get(), true}}) {
+        UniqueHandle acting;
+        ASSERT_TRUE(DuplicateToken(token, SecurityImpersonation, acting.receive()));
+        vexecutil child;
+        child.path = root + L"\\admin\\bin\\util.exe";
+        child.suspended = true;
+        SetThreadToken(nullptr, acting.get());
+        const std::wstring failure = failureOf([&] { child.start(); });
+        RevertToSelf();
+        ASSERT_EQ(L"nothing thrown", failure);
+        EXPECT_EQ(isAdministrator,
+            identity::isAdministrator(identity::tokenOf(child.process.get(), TOKEN_QUERY | TOKEN_DUPLICATE).get()));
+        child.terminate();
+    }
 }

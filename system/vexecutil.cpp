@@ -1,7 +1,7 @@
 #include "system/vexecutil.h"
 
-#include "runtime/access.h"
 #include "runtime/command_line.h"
+#include "runtime/identity.h"
 #include "runtime/mask.h"
 #include "runtime/path.h"
 #include "system/child_identity.h"
@@ -170,15 +170,15 @@ void vexecutil::start()
     if (!workingDirectory.empty() && !SetCurrentDirectoryW(workingDirectory.c_str()))
         throwOsError(GetLastError(), L"SetCurrentDirectory '" + workingDirectory + L"'", site);
 
-    const UniqueHandle identity = chooseChildIdentity();
+    const UniqueHandle token = chooseChildIdentity();
     PROCESS_INFORMATION started{};
     const BOOL inherit = inheritHandles || (list && !list->empty());
     auto* const environmentBlock = const_cast<wchar_t*>(environment);
     std::wstring scratch = commandLine; // the system may write to it
     BOOL created = FALSE;
-    if (identity) {
-        grantDesktopAccess(access::userOf(identity.get()));
-        created = CreateProcessAsUserW(identity.get(), executable.c_str(), scratch.data(), nullptr, nullptr, inherit,
+    if (token) {
+        grantDesktopAccess(identity::userOf(token.get()));
+        created = CreateProcessAsUserW(token.get(), executable.c_str(), scratch.data(), nullptr, nullptr, inherit,
             flags, environmentBlock, nullptr, &startup.StartupInfo, &started);
     } else {
         created = CreateProcessW(executable.c_str(), scratch.data(), nullptr, nullptr, inherit, flags,
@@ -186,7 +186,7 @@ void vexecutil::start()
     }
     if (!created) {
         const DWORD code = GetLastError();
-        const std::wstring call = identity ? L"CreateProcessAsUser '" : L"CreateProcess '";
+        const std::wstring call = token ? L"CreateProcessAsUser '" : L"CreateProcess '";
         throwOsError(code, call + maskCommandLine(commandLine) + L"'", site);
     }
     process.reset(started.hProcess);

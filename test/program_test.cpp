@@ -175,6 +175,29 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
         readFile(panel + L"\\var\\devpanel.log"));
 }
 
+TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
+{
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    vexecutil service, command;
+    service.path = devpanel;
+    service.arguments = L"serve 20000";
+    startPatiently(service);
+    while (!WaitNamedPipeW(L"\\\\.\\pipe\\kelvo_devpanel", 100))
+        Sleep(10);
+    command.path = builtProgram(L"app\\mendkit.exe");
+    command.arguments = L"--get-disk-space";
+    command.captureStdout = true;
+    startPatiently(command);
+    EXPECT_FALSE(command.waitForExit(500));
+    service.terminate();
+    char output[1024] = "";
+    command.stdoutPipe.read(output, sizeof output - 1, 0);
+    EXPECT_TRUE(std::string(output).starts_with("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
+        << output;
+    EXPECT_EQ(1u, waitFor(command));
+}
+
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
     setConfig(L"Debug", 1);

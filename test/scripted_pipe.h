@@ -37,8 +37,9 @@ public:
     ~ScriptedPipe()
     {
         // Frees a thread that still waits for its client.
-        const UniqueFile client(
-            CreateFileW((L"\\\\.\\pipe\\" + name_).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+        UniqueFile(
+            CreateFileW((L"\\\\.\\pipe\\" + name_).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr))
+            .reset();
         thread_.join();
     }
 

@@ -1,10 +1,10 @@
-#include "runtime/access.h"
+#include "runtime/identity.h"
 
 #include "runtime/vosexception.h"
 
 #include <sddl.h>
 
-namespace access {
+namespace identity {
 
 Sid::Sid(PSID sid)
 {
@@ -20,7 +20,7 @@ Sid Sid::wellKnown(WELL_KNOWN_SID_TYPE type)
     DWORD size = SECURITY_MAX_SID_SIZE;
     sid.bytes_.resize(size);
     if (!CreateWellKnownSid(type, nullptr, sid.bytes_.data(), &size))
-        throwOsError(GetLastError(), L"CreateWellKnownSid", {"access::Sid::wellKnown"});
+        throwOsError(GetLastError(), L"CreateWellKnownSid", {"identity::Sid::wellKnown"});
     sid.bytes_.resize(size);
     return sid;
 }
@@ -39,7 +39,7 @@ std::wstring Sid::text() const
 {
     wchar_t* text = nullptr;
     if (!ConvertSidToStringSidW(get(), &text))
-        throwOsError(GetLastError(), L"ConvertSidToStringSid", {"access::Sid::text"});
+        throwOsError(GetLastError(), L"ConvertSidToStringSid", {"identity::Sid::text"});
     const UniqueLocalMemory owner(text);
     return text;
 }
@@ -50,7 +50,7 @@ Sid userOf(HANDLE token)
     GetTokenInformation(token, TokenUser, nullptr, 0, &size);
     std::vector<BYTE> buffer(size);
     if (!GetTokenInformation(token, TokenUser, buffer.data(), size, &size))
-        throwOsError(GetLastError(), L"GetTokenInformation", {"access::userOf"});
+        throwOsError(GetLastError(), L"GetTokenInformation", {"identity::userOf"});
     return Sid(reinterpret_cast<const TOKEN_USER*>(buffer.data())->User.Sid);
 }
 
@@ -59,10 +59,10 @@ bool isAdministrator(HANDLE token)
     // The membership test takes impersonation tokens only.
     UniqueHandle copy;
     if (!DuplicateToken(token, SecurityIdentification, copy.receive()))
-        throwOsError(GetLastError(), L"DuplicateToken", {"access::isAdministrator"});
+        throwOsError(GetLastError(), L"DuplicateToken", {"identity::isAdministrator"});
     BOOL member = FALSE;
     if (!CheckTokenMembership(copy.get(), Sid::wellKnown(WinBuiltinAdministratorsSid).get(), &member))
-        throwOsError(GetLastError(), L"CheckTokenMembership", {"access::isAdministrator"});
+        throwOsError(GetLastError(), L"CheckTokenMembership", {"identity::isAdministrator"});
     return member != FALSE;
 }
 
@@ -73,7 +73,7 @@ UniqueHandle effectiveToken(DWORD rights)
         return token;
     const DWORD code = GetLastError();
     if (code != ERROR_NO_TOKEN)
-        throwOsError(code, L"OpenThreadToken", {"access::effectiveToken"});
+        throwOsError(code, L"OpenThreadToken", {"identity::effectiveToken"});
     return tokenOf(GetCurrentProcess(), rights);
 }
 
@@ -81,8 +81,8 @@ UniqueHandle tokenOf(HANDLE process, DWORD rights)
 {
     UniqueHandle token;
     if (!OpenProcessToken(process, rights, token.receive()))
-        throwOsError(GetLastError(), L"OpenProcessToken", {"access::tokenOf"});
+        throwOsError(GetLastError(), L"OpenProcessToken", {"identity::tokenOf"});
     return token;
 }
 
-} // namespace access
+} // namespace identity

@@ -6,7 +6,7 @@
 #include <vector>
 
 /// Who somebody is: security identifiers, tokens and groups.
-namespace access {
+namespace identity {
 
 /// A security identifier in memory of its own; empty for none.
 class Sid
@@ -40,4 +40,4 @@ UniqueHandle effectiveToken(DWORD rights);
 /// The token of a process. @throws vosexception "OpenProcessToken"
 UniqueHandle tokenOf(HANDLE process, DWORD rights);
 
-} // namespace access
+} // namespace identity
