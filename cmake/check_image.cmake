@@ -18,7 +18,7 @@ require("Entry 5 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Base Relocation" "the relocation 
 # All of these are loaded by every process or come from the loader's own list of system DLLs, so nobody can put
 # another one of the name beside the program. A DLL more is also a slower start: think before adding one.
 # (Delay-loaded ones do not stand here; they are found by the program's own rule, the system directory alone.)
-set(expected ADVAPI32.dll KERNEL32.dll msvcrt.dll)
+set(expected ADVAPI32.dll KERNEL32.dll msvcrt.dll ntdll.dll)
 string(REGEX MATCHALL "DLL Name: [^\n\r]+" names "${headers}")
 list(TRANSFORM names REPLACE "DLL Name: " "")
 list(REMOVE_DUPLICATES names)

@@ -34,12 +34,15 @@ public:
     /// [{"free", "total", "used", "volume"}]: bytes, for each volume that the panel uses, in the order of letters.
     std::wstring getDiskSpace();
 
+    /// Empties the temporary directories of the panel and, on a volume that it uses, of the system. What cannot be
+    /// removed is logged as a Warning and left; a directory that cannot be read ends the operation.
     void freeDiskSpace();
 
     /// {"message"}: has the panel's utility restart the machine after the time; does not wait for it.
     std::wstring reboot(std::uint32_t timeoutSeconds);
 
 private:
+    void cleanDirectory(const std::wstring& path, std::int32_t kind);
     Json::Value getSystemResources(const std::wstring& section);
 
     std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper_;

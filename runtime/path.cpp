@@ -41,6 +41,10 @@ bool path::isAbsolute(std::wstring_view path) noexcept
 std::wstring path::root(const std::wstring& path)
 {
     std::wstring buffer = path;
+    if (buffer.starts_with(L"\\\\?\\UNC\\")) // the system's call does not know the literal form
+        buffer.replace(0, 7, L"\\");
+    else if (buffer.starts_with(L"\\\\?\\"))
+        buffer.erase(0, 4);
     if (!PathStripToRootW(buffer.data()))
         throw vexception(L"Unable to find the root of path (" + path + L")", {"VFileName::root"});
     buffer.resize(wcsnlen(buffer.c_str(), buffer.size()));

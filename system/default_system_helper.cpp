@@ -8,6 +8,7 @@
 #include "system/directory_listing.h"
 #include "system/kelvo_util.h"
 #include "system/panel_directories.h"
+#include "system/removal.h"
 #include "system/service.h"
 #include "system/util_exec_log.h"
 
@@ -101,6 +102,18 @@ DirectoryEntries DefaultSystemHelper::listDirectory(const std::wstring& path, st
     const auto describe = [&] { return formatString(L"listDirectory(%s, %d)", maskArgument(path).c_str(), kind); };
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::listDirectory"}, describe,
         [&](Span&) { return ::listDirectory(path, static_cast<ListingKind>(kind)); });
+}
+
+void DefaultSystemHelper::removeDirectory(const std::wstring& path)
+{
+    changingOperation({"KelvoRepairAdapter::DefaultSystemHelper::removeDirectory"},
+        callWith(L"removeDirectory(%s)", path), [&] { ::removeDirectory(path); });
+}
+
+void DefaultSystemHelper::removeFile(const std::wstring& path)
+{
+    changingOperation({"KelvoRepairAdapter::DefaultSystemHelper::removeFile"}, callWith(L"removeFile(%s)", path),
+        [&] { ::removeFile(path); });
 }
 
 } // namespace KelvoRepairAdapter

@@ -17,6 +17,8 @@ public:
     std::wstring getWindowsDir() override;
     DiskSpace getDiskSpace(const std::wstring& path) override;
     DirectoryEntries listDirectory(const std::wstring& path, std::int32_t kind) override;
+    void removeDirectory(const std::wstring& path) override;
+    void removeFile(const std::wstring& path) override;
 };
 
 } // namespace KelvoRepairAdapter

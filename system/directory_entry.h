@@ -12,7 +12,7 @@ struct DirectoryEntry
     std::wstring name; // without its directory
     std::uint32_t attributes;
     bool isReparsePoint;
-    bool isNameSurrogate; // a link: a reparse point that stands for another name
+    bool isNameSurrogate; // a link: a reparse point that stands for another name, or whose tag cannot be told
     std::uint64_t size;
     FILETIME creationTime, lastAccessTime, lastWriteTime; // UTC
 

@@ -1,53 +1,31 @@
 #include "system/directory_listing.h"
 
-#include "runtime/handles.h"
-#include "runtime/path.h"
+#include "logging/log_manager.h"
 #include "runtime/vosexception.h"
-
-namespace {
-
-struct SearchTraits
-{
-    using Type = HANDLE;
-    static Type empty() noexcept { return INVALID_HANDLE_VALUE; }
-    static void close(Type search) noexcept { FindClose(search); }
-};
-
-bool isMissing(DWORD code)
-{
-    return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
-}
-
-DirectoryEntry entryOf(const WIN32_FIND_DATAW& found)
-{
-    const bool isReparsePoint = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    return {found.cFileName, found.dwFileAttributes, isReparsePoint,
-        isReparsePoint && IsReparseTagNameSurrogate(found.dwReserved0),
-        (std::uint64_t{found.nFileSizeHigh} << 32) | found.nFileSizeLow, found.ftCreationTime, found.ftLastAccessTime,
-        found.ftLastWriteTime};
-}
-
-} // namespace
+#include "system/cleaned_directory.h"
+#include "system/cleaning.h"
 
 DirectoryEntries listDirectory(const std::wstring& path, ListingKind kind)
 {
-    const auto failed = [&](DWORD code) {
-        throwOsError(code, L"Unable to read directory (" + path + L")", {"RunTime::File::findFirstFile"});
-    };
     DirectoryEntries directories, files;
-    if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES && isMissing(GetLastError()))
-        return directories;
-
-    WIN32_FIND_DATAW found;
-    const Unique<SearchTraits> search(FindFirstFileW(path::combine(path, L"*.*").c_str(), &found));
-    DWORD code = search ? ERROR_SUCCESS : GetLastError();
-    while (code == ERROR_SUCCESS) {
-        DirectoryEntry entry = entryOf(found);
-        (entry.isDirectory() ? directories : files).push_back(std::move(entry));
-        code = FindNextFileW(search.get(), &found) ? ERROR_SUCCESS : GetLastError();
+    const DirectoryAt* directory = nullptr;
+    DWORD code = cleaning::openDirectory(path, directory);
+    if (code == untrustedLink) {
+        LogManager::log(LogLevel::Warning,
+            L"The directory '%s' is, or lies behind, a link that others than the administrators may change. It is "
+            L"left "
+            L"alone",
+            path.c_str());
+        return files;
+    }
+    std::vector<DirectoryEntry> piece;
+    for (bool first = true; code == ERROR_SUCCESS; first = false) {
+        code = cleaning::source().list(directory->object.get(), first, piece);
+        for (DirectoryEntry& entry : piece)
+            (entry.isDirectory() ? directories : files).push_back(std::move(entry));
     }
     if (code != ERROR_NO_MORE_FILES && !isMissing(code))
-        failed(code);
+        throwOsError(code, L"Unable to read directory (" + path + L")", {"RunTime::File::findFirstFile"});
 
     switch (kind) {
     case ListingKind::directories:

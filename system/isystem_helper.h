@@ -33,6 +33,12 @@ public:
     virtual DiskSpace getDiskSpace(const std::wstring& path) = 0;
     /// @param kind  a ListingKind; another number lists nothing
     virtual DirectoryEntries listDirectory(const std::wstring& path, std::int32_t kind) = 0;
+
+    /// Removes a directory with everything in it; links are removed as such, never followed. One that is no longer
+    /// there counts as removed.
+    virtual void removeDirectory(const std::wstring& path) = 0;
+    /// Removes a file, or a directory link as such.
+    virtual void removeFile(const std::wstring& path) = 0;
 };
 
 } // namespace KelvoRepairAdapter

@@ -23,12 +23,14 @@ struct FakeSystemHelper : KelvoRepairAdapter::ISystemHelper
     }
     std::wstring getKelvoRootDir() override { return note(L"root"), root; }
     std::wstring getDumpTempDir() override { return note(L"dumps"), dumps; }
-    std::wstring getWindowsDir() override { return note(L"windows"), L"C:\\Windows"; }
+    std::wstring getWindowsDir() override { return note(L"windows"), windows; }
     DiskSpace getDiskSpace(const std::wstring& path) override { return note(L"space " + path), volumes[path]; }
-    DirectoryEntries listDirectory(const std::wstring& path, std::int32_t) override
+    DirectoryEntries listDirectory(const std::wstring& path, std::int32_t kind) override
     {
-        return note(L"list " + path), DirectoryEntries();
+        return note(L"list " + std::to_wstring(kind) + L" " + path), entries[path];
     }
+    void removeDirectory(const std::wstring& path) override { note(L"rd " + path); }
+    void removeFile(const std::wstring& path) override { note(L"del " + path); }
 
     void note(const std::wstring& call)
     {
@@ -39,8 +41,9 @@ struct FakeSystemHelper : KelvoRepairAdapter::ISystemHelper
 
     bool exists = true;
     std::uint32_t startType = 2, state = 4;
-    std::wstring root = L"c:\\Panel", dumps = L"C:\\dumps", failing;
+    std::wstring root = L"c:\\Panel", dumps = L"C:\\dumps", windows = L"C:\\Windows", failing;
     std::map<std::wstring, std::wstring> outputs;
     std::map<std::wstring, DiskSpace> volumes;
+    std::map<std::wstring, DirectoryEntries> entries;
     std::vector<std::wstring> calls;
 };

@@ -1,0 +1,64 @@
+#include "repair/cleaning_table.h"
+
+#include "logging/log_manager.h"
+#include "runtime/letter_case.h"
+#include "runtime/path.h"
+
+namespace KelvoRepair {
+
+namespace {
+
+std::wstring withoutTrailingSeparators(std::wstring path)
+{
+    while (path.ends_with(L'\\'))
+        path.pop_back();
+    return path;
+}
+
+/// Whether the first directory is the second one or one above it.
+bool holds(const std::wstring& directory, const std::wstring& other)
+{
+    return upperCase(other + L'\\').starts_with(upperCase(directory + L'\\'));
+}
+
+/// Whether a directory whose path comes from outside may be emptied.
+bool mayBeCleaned(const std::wstring& directory, const std::wstring& root, const std::wstring& windows)
+{
+    if (!path::isAbsolute(directory) || holds(directory, withoutTrailingSeparators(path::root(directory))))
+        return false;
+    for (const std::wstring& needed : {root, windows, path::combine(windows, L"System32")}) {
+        if (holds(directory, withoutTrailingSeparators(needed)))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+CleaningTable cleaningTable(const std::wstring& root, const std::wstring& dumps, const std::wstring& windows)
+{
+    CleaningTable table;
+    table.emplace(path::combine(root, L"PrivateTemp"), ListingKind::directoriesThenFiles);
+    table.emplace(path::combine(root, L"MGX\\tmp"), ListingKind::directoriesThenFiles);
+    table.emplace(path::combine(root, L"tmp"), ListingKind::files);
+    table.emplace(path::combine(root, L"tmp\\aps"), ListingKind::directoriesThenFiles);
+    table.emplace(path::combine(root, L"tmp\\horde"), ListingKind::directoriesThenFiles);
+
+    const auto isOnVolumeOf = [&](const std::wstring& directory) {
+        return upperCase(path::root(windows)) == upperCase(path::root(directory));
+    };
+    bool isSystemVolumeUsed = isOnVolumeOf(root);
+    const std::wstring dumpDirectory = withoutTrailingSeparators(dumps);
+    if (mayBeCleaned(dumpDirectory, root, windows)) {
+        table.emplace(dumpDirectory, ListingKind::directoriesThenFiles);
+        isSystemVolumeUsed = isSystemVolumeUsed || isOnVolumeOf(dumpDirectory);
+    } else {
+        LogManager::log(LogLevel::Warning,
+            L"The directory of temporary dumps '%s' is not one that may be emptied. It is left alone", dumps.c_str());
+    }
+    if (isSystemVolumeUsed)
+        table.emplace(path::combine(windows, L"Temp"), ListingKind::directoriesThenFiles);
+    return table;
+}
+
+} // namespace KelvoRepair

@@ -1,0 +1,54 @@
+#include "logging/log_manager.h"
+#include "repair/adapter.h"
+#include "repair/cleaning_table.h"
+#include "runtime/format.h"
+#include "runtime/mask.h"
+#include "runtime/operation.h"
+
+namespace KelvoRepair {
+
+namespace {
+
+/// An entry's path. Joined as text: its name must stay as it is, dots and blanks at its end included.
+std::wstring entryPath(const std::wstring& directory, const std::wstring& name)
+{
+    return directory.ends_with(L'\\') ? directory + name : directory + L'\\' + name;
+}
+
+} // namespace
+
+void Adapter::freeDiskSpace()
+{
+    const auto describe = [] { return std::wstring(L"freeDiskSpace()"); };
+    changingOperation({"KelvoRepair::Adapter::freeDiskSpace"}, describe, [&] {
+        const std::wstring root = helper_->getKelvoRootDir();
+        const std::wstring dumps = helper_->getDumpTempDir();
+        for (const auto& [path, kind] : cleaningTable(root, dumps, helper_->getWindowsDir()))
+            cleanDirectory(path, static_cast<std::int32_t>(kind));
+    });
+}
+
+void Adapter::cleanDirectory(const std::wstring& path, std::int32_t kind)
+{
+    const auto describe = [&] { return formatString(L"cleanDirectory(%s, %d)", maskArgument(path).c_str(), kind); };
+    changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describe, [&] {
+        for (const DirectoryEntry& entry : helper_->listDirectory(path, kind)) {
+            if (std::wstring_view(L"..").find(entry.name) != std::wstring_view::npos)
+                continue; // the directory itself and the one above it
+            const std::wstring inside = entryPath(path, entry.name);
+            try {
+                const auto describeEntry = [&] { return L"Remove '" + maskArgument(inside) + L"'"; };
+                changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describeEntry, [&] {
+                    if (entry.isDirectory() && !entry.isNameSurrogate)
+                        helper_->removeDirectory(inside);
+                    else
+                        helper_->removeFile(inside);
+                });
+            } catch (const vexception& failure) { // what is in use stays; its neighbours need not
+                LogManager::log(LogLevel::Warning, failure);
+            }
+        }
+    });
+}
+
+} // namespace KelvoRepair

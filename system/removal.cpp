@@ -1,0 +1,38 @@
+#include "system/removal.h"
+
+#include "runtime/vosexception.h"
+#include "system/cleaned_directory.h"
+#include "system/cleaning.h"
+#include "system/tree_removal.h"
+
+namespace {
+
+void remove(const std::wstring& path, DWORD (TreeRemoval::*how)(const DirectoryAt&, std::wstring_view))
+{
+    constexpr DWORD longestWait = 2000;
+    static RemovalPatience patience(longestWait);
+    TreeRemoval removal(cleaning::source(), patience);
+    const std::size_t separator = path.rfind(L'\\');
+    const DirectoryAt* parent = nullptr;
+    std::wstring failed = path;
+    DWORD code =
+        separator == std::wstring::npos ? ERROR_BAD_PATHNAME : cleaning::directory(path.substr(0, separator), parent);
+    if (code == ERROR_SUCCESS) {
+        code = (removal.*how)(*parent, std::wstring_view(path).substr(separator + 1));
+        failed = path.substr(0, separator + 1) + removal.failed();
+    }
+    if (code != ERROR_SUCCESS && !isMissing(code))
+        throwOsError(code, L"Unable to remove path (" + failed + L")", {"RunTime::File::remove"});
+}
+
+} // namespace
+
+void removeFile(const std::wstring& path)
+{
+    remove(path, &TreeRemoval::removeEntry);
+}
+
+void removeDirectory(const std::wstring& path)
+{
+    remove(path, &TreeRemoval::removeTree);
+}

@@ -1,0 +1,120 @@
+#include "system/tree_removal.h"
+
+#include "system/cleaned_directory.h"
+#include "test/scripted_directory_source.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+/// \vol\clean\top with directories, files and links, and beside it what must stay.
+struct Tree
+{
+    ScriptedSource source;
+    Node *clean = source.add(source.volume, L"clean"), *outside = source.add(source.volume, L"outside");
+    Node *top = source.add(clean, L"top"), *inner = source.add(top, L"inner");
+
+    Tree()
+    {
+        for (Node* const directory :
+            {top, inner, outside, source.add(outside, L"top"), source.add(outside, L"inner")}) {
+            for (const wchar_t* name : {L"a", L"b"})
+                source.add(directory, name, Node::Type::file);
+        }
+        source.link(top, L"junction", outside);
+        source.link(inner, L"deep", outside);
+        source.add(outside, L"canary", Node::Type::file);
+    }
+
+    DWORD removeTop()
+    {
+        DirectoryAt parent{OpenObject(source), {}};
+        RemovalPatience patience(0);
+        const DWORD code = openCleanedDirectory(source, L"X:\\clean", parent);
+        return code == ERROR_SUCCESS ? TreeRemoval(source, patience).removeTree(parent, L"top") : code;
+    }
+};
+
+using Attack = void (*)(Tree& tree);
+
+/// What somebody with all rights in the cleaned directory may do between two of our steps. Stronger than Windows lets
+/// him be: what we hold open does not hinder him.
+const Attack attacks[] = {
+    [](Tree& t) { t.source.replaceByLink(t.top, t.outside); },
+    [](Tree& t) { t.source.replaceByLink(t.inner, t.outside); },
+    [](Tree& t) { t.source.turnIntoLink(t.top, t.outside); },
+    [](Tree& t) { t.source.turnIntoLink(t.inner, t.outside); },
+    [](Tree& t) { t.source.turnIntoLink(t.clean, t.outside); },
+    [](Tree& t) { t.source.replaceByLink(t.clean, t.outside); },
+    [](Tree& t) { t.source.replaceByLink(ScriptedSource::find(t.inner, L"a"), t.outside); },
+    [](Tree& t) { t.source.add(t.inner, L"late", Node::Type::file); },
+    [](Tree& t) { t.source.detach(ScriptedSource::find(t.inner, L"b")); }, [](Tree& t) { t.source.detach(t.inner); },
+    [](Tree&) {}, // nobody there
+};
+
+} // namespace
+
+TEST(TreeRemoval, NeverLeavesItsDirectoryWhateverHappensBetweenItsSteps)
+{
+    int steps = 1;
+    for (const Attack& attack : attacks) {
+        int removals = 0;
+        for (int at = 0; at <= steps; ++at) {
+            Tree tree;
+            const std::wstring before = tree.source.content(tree.outside);
+            tree.source.disturb = [&](int step) {
+                if (step == at)
+                    attack(tree);
+            };
+            removals += tree.removeTop() == ERROR_SUCCESS ? 1 : 0;
+            steps = std::max(steps, tree.source.steps());
+            ASSERT_EQ(before, tree.source.content(tree.outside)) << &attack - attacks << " at step " << at;
+            ASSERT_EQ(0, tree.source.openObjects()) << "nothing stays open";
+        }
+        EXPECT_GT(removals, 0);
+    }
+    EXPECT_GT(steps, 40);
+}
+
+TEST(TreeRemoval, RemovesFilesThenDirectoriesAndStopsAtTheFirstThatStays)
+{
+    Tree tree;
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, tree.removeTop());
+    EXPECT_EQ(L"", tree.source.content(tree.clean));
+    EXPECT_EQ(L"a b junction inner\\a inner\\b inner\\deep inner top ", tree.source.removals(L"\\vol\\clean\\top\\"));
+
+    Tree locked;
+    ScriptedSource::find(locked.inner, L"b")->isLocked = true;
+    DirectoryAt parent{OpenObject(locked.source), {}};
+    RemovalPatience patience(30);
+    ASSERT_EQ(DWORD{ERROR_SUCCESS}, openCleanedDirectory(locked.source, L"\\\\?\\X:\\clean\\", parent));
+    TreeRemoval removal(locked.source, patience);
+    EXPECT_EQ(DWORD{ERROR_SHARING_VIOLATION}, removal.removeTree(parent, L"top"));
+    EXPECT_EQ(L"top\\inner\\b", removal.failed());
+    EXPECT_EQ(L"top\\ top\\inner\\ top\\inner\\b top\\inner\\deep\\ ", locked.source.content(locked.clean));
+    EXPECT_EQ(unexpectedDirectory, removal.removeEntry(parent, L"top"))
+        << "a directory is no entry to remove as such";
+    EXPECT_EQ(DWORD{ERROR_SUCCESS}, removal.removeEntry(parent, L"none"));
+}
+
+TEST(CleanedDirectory, IsReachedOverLinksOfTheMachineAlone)
+{
+    ScriptedSource source;
+    Node* const moved = source.add(source.add(source.volume, L"other"), L"moved");
+    Node* const panel = source.add(source.volume, L"panel");
+    source.link(panel, L"trusted", moved, L"\\\\?\\X:\\other\\moved")->isTrusted = true;
+    source.link(panel, L"relative", moved, L"..\\other\\moved")->isTrusted = true;
+    source.link(panel, L"foreign", moved, L"\\\\?\\X:\\other\\moved");
+    source.link(panel, L"chain", moved, L"\\\\?\\X:\\panel\\foreign")->isTrusted = true;
+    source.link(panel, L"loop", moved, L"\\\\?\\X:\\panel\\loop")->isTrusted = true;
+    source.add(panel, L"file", Node::Type::file);
+    for (const auto& [path, code] : std::initializer_list<std::pair<const wchar_t*, DWORD>>{{L"X:\\other\\moved", 0},
+             {L"X:\\panel\\trusted", 0}, {L"X:\\panel\\relative\\", 0}, {L"X:\\panel\\foreign", untrustedLink},
+             {L"X:\\panel\\foreign\\below", untrustedLink}, {L"X:\\panel\\chain", untrustedLink},
+             {L"X:\\panel\\loop", ERROR_CANT_RESOLVE_FILENAME}, {L"X:\\panel\\file", ERROR_DIRECTORY},
+             {L"X:\\panel\\none", ERROR_FILE_NOT_FOUND}, {L"X:", ERROR_BAD_PATHNAME}}) {
+        DirectoryAt opened{OpenObject(source), {}};
+        EXPECT_EQ(code, openCleanedDirectory(source, path, opened)) << testing::PrintToString(std::wstring(path));
+        EXPECT_EQ(code == 0 ? L"\\vol\\other\\moved" : L"", opened.location);
+    }
+}
