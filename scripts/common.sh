@@ -121,6 +121,8 @@ make_test_prefix() {
     cp -al "$template" "$WINEPREFIX"
     rm "$WINEPREFIX"/*.reg
     cp -p "$template"/.fresh/*.reg "$WINEPREFIX"
+    mkdir -p "$WINEPREFIX/drive_d"
+    ln -sfn ../drive_d "$WINEPREFIX/dosdevices/d:" # a second volume
 }
 
 # Wine's background processes keep the streams of whoever starts them: start them with none, so that a caller

@@ -58,15 +58,25 @@ bool isMissing(DWORD code) noexcept
     return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
 }
 
-bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location) noexcept
+bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location)
 {
-    if (directory.ends_with(L'\\')) // a volume's root
-        directory.remove_suffix(1);
-    if (!location.starts_with(directory) || !location.substr(directory.size()).starts_with(L'\\'))
-        return false;
-    const std::wstring_view found = location.substr(directory.size() + 1);
-    // Wine tells names without the dots and blanks at their ends. Objects are opened by their whole names, there too.
-    return !found.empty() && (found == name || found == name.substr(0, name.find_last_not_of(L". ") + 1));
+    std::wstring expected(directory);
+    if (!expected.ends_with(L'\\')) // as a volume's root does
+        expected += L'\\';
+    expected += name;
+    std::size_t at = 0, found = 0;
+    while (at < expected.size()) {
+        if (found < location.size() && expected[at] == location[found]) {
+            ++at, ++found;
+            continue;
+        }
+        // Wine tells names without the dots and blanks at their ends. They are opened whole, there too.
+        const std::size_t rest = std::min(expected.find_first_not_of(L". ", at), expected.size());
+        if (rest == at || (rest < expected.size() && expected[rest] != L'\\'))
+            return false;
+        at = rest;
+    }
+    return found == location.size();
 }
 
 DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, DirectoryAt& opened)

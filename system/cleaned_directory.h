@@ -18,4 +18,4 @@ inline constexpr DWORD untrustedLink = 448, leadsElsewhere = 4395;
 bool isMissing(DWORD code) noexcept;
 
 /// Whether the object lies in the directory under just this name.
-bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location) noexcept;
+bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location);

@@ -51,8 +51,11 @@ DWORD TreeRemoval::removeEntryAt(
 
 DWORD TreeRemoval::note(std::wstring_view name, DWORD code)
 {
-    if (code != ERROR_SUCCESS && failed_.empty())
-        failed_ = (location_ + L'\\').substr(topLength_ + 1).append(name);
+    if (code != ERROR_SUCCESS && failed_.empty()) {
+        for (const Level& level : levels_)
+            failed_ += level.name + L'\\';
+        failed_ += name;
+    }
     return code;
 }
 
@@ -68,7 +71,6 @@ DWORD TreeRemoval::removeTree(const DirectoryAt& parent, std::wstring_view name)
     levels_.clear();
     failed_.clear();
     location_ = parent.location;
-    topLength_ = location_.size();
     DWORD code = enter(parent.object.get(), std::wstring(name));
     while (code == ERROR_SUCCESS && !levels_.empty()) {
         Level& level = levels_.back();

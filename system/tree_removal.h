@@ -48,6 +48,5 @@ private:
     RemovalPatience& patience_;
     std::vector<Level> levels_; // not the program's stack: trees may be as deep as they like
     std::wstring location_;     // of the innermost level
-    std::size_t topLength_ = 0; // of the location that belongs to the parent
     std::wstring failed_;
 };
