@@ -1,7 +1,8 @@
-// The table of scripts/bench: ratios, each of two things measured in turn in this one run. Its argument is
-// the folder of the build.
+// The table of scripts/bench: ratios, each of two things measured in turn in this one run. Its arguments are
+// the folder of the build and, for a part of the table, one of pipe, status, log, utilities, cleaning.
 
-#include "bench/stopwatch.h"
+#include "bench/cleaning.h"
+#include "bench/report.h"
 
 #include "config/kelvo_srv_client.h"
 #include "config/product_config.h"
@@ -17,42 +18,6 @@
 #include <thread>
 
 namespace {
-
-void print(const char* subject, const char* reference, const Comparison& result, double aim)
-{
-    std::printf("%-28s %9.0f us   %-30s %9.0f us   ratio %5.2f   aim %s%.2f\n", subject, result.subject, reference,
-        result.reference, result.ratio(), aim < 1 ? "<" : "", aim < 1 ? 1.0 : aim);
-    std::fflush(stdout);
-}
-
-/// Starts a program with its output thrown away and waits for its end.
-void run(const std::wstring& program, const std::wstring& arguments)
-{
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    static const UniqueFile nowhere(CreateFileW(L"NUL", GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr));
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = nowhere.get();
-    std::wstring commandLine = L"\"" + program + L"\" " + arguments;
-    PROCESS_INFORMATION process{};
-    while (!CreateProcessW(
-        program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-        if (GetLastError() == ERROR_INTERNAL_ERROR) // Wine fails about one start in some thousands with this
-            continue;
-        std::printf("cannot start %ls: %lu\n", program.c_str(), GetLastError());
-        ExitProcess(1);
-    }
-    WaitForSingleObject(process.hProcess, INFINITE);
-    DWORD code = 1;
-    GetExitCodeProcess(process.hProcess, &code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    if (code != 0) {
-        std::printf("%ls failed with %lu\n", program.c_str(), code);
-        ExitProcess(1);
-    }
-}
 
 /// HKEY_LOCAL_MACHINE replaced by an empty key for the life of a scope.
 class RegistrySandbox
@@ -254,9 +219,17 @@ int wmain(int argc, wchar_t** argv)
 {
     if (argc < 2)
         return 1;
-    benchPipe();
-    benchServiceStatus(argv[1]);
-    benchLogLine();
-    benchUtilities(argv[1]);
+    const std::wstring build = argv[1], only = argc > 2 ? argv[2] : L"";
+    const auto wanted = [&](const wchar_t* group) { return only.empty() || only == group; };
+    if (wanted(L"pipe"))
+        benchPipe();
+    if (wanted(L"status"))
+        benchServiceStatus(build);
+    if (wanted(L"log"))
+        benchLogLine();
+    if (wanted(L"utilities"))
+        benchUtilities(build);
+    if (wanted(L"cleaning"))
+        benchCleaning(build);
     return 0;
 }

@@ -53,8 +53,8 @@ std::string replyTo(const std::string& message)
 
 void servePipe(DWORD silenceMilliseconds)
 {
-    constexpr DWORD idle = 5000;
-    Con::ServerOverlappedPipe pipe(idle);
+    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client keeps its connection while it works
+    Con::ServerOverlappedPipe pipe(longestCommand);
     try {
         pipe.create(pipeName, PIPE_ACCESS_DUPLEX);
     } catch (const vexception&) {

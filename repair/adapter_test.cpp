@@ -4,6 +4,7 @@
 #include "repair/sysinfo_output.h"
 #include "test/failure.h"
 #include "test/fake_system_helper.h"
+#include "test/recording_handler.h"
 
 #include <regex>
 #include <tuple>
@@ -76,6 +77,63 @@ TEST_F(Adapter, ReportsEachVolumeOnceInOrder)
         (Calls{L"root", L"dumps", L"space C:\\", L"root", L"dumps", L"space C:\\", L"space D:\\"}), helper->calls);
     helper->dumps = L"relative";
     EXPECT_THROW(adapter.getDiskSpace(), vexception);
+}
+
+TEST_F(Adapter, CleansEachDirectoryOfItsTableOnceInOrder)
+{
+    const auto cleaned = [&](const wchar_t* root, const wchar_t* dumps, const wchar_t* windows) {
+        helper->root = root, helper->dumps = dumps, helper->windows = windows;
+        helper->calls.clear();
+        adapter.freeDiskSpace();
+        std::wstring all;
+        for (const std::wstring& call : helper->calls) {
+            if (call.starts_with(L"list "))
+                all += call.substr(5) + L"|";
+        }
+        return all;
+    };
+    const std::wstring panel =
+        L"2 C:\\P\\MGX\\tmp|2 C:\\P\\PrivateTemp|1 C:\\P\\tmp|2 C:\\P\\tmp\\aps|2 C:\\P\\tmp\\horde|";
+    const std::wstring temp = L"2 C:\\Windows\\Temp|";
+    EXPECT_EQ(L"2 C:\\dumps|" + panel + temp, cleaned(L"C:\\P", L"C:\\dumps\\", L"C:\\Windows"));
+    EXPECT_EQ(panel, cleaned(L"C:\\P", L"C:\\P\\TMP\\", L"D:\\Windows")) << "the first kind stays";
+    EXPECT_EQ(panel + L"2 C:\\P\\tmp\\horde\\x|2 c:\\Windows\\Temp|",
+        cleaned(L"C:\\P", L"C:\\P\\tmp\\horde\\x", L"c:\\Windows"));
+    EXPECT_EQ(panel + L"2 D:\\dumps|2 D:\\Windows\\Temp|", cleaned(L"C:\\P", L"D:\\dumps", L"D:\\Windows"));
+    EXPECT_EQ(L"2 \\\\s\\d\\x|" + panel, cleaned(L"C:\\P", L"\\\\s\\d\\x", L"D:\\Windows"));
+    for (const wchar_t* refused :
+        {L"", L"dumps", L"D:\\", L"\\\\s\\d", L"c:\\p", L"E:\\a", L"E:\\A\\Windows", L"E:\\a\\windows\\system32\\"}) {
+        const RecordingHandler log;
+        EXPECT_EQ(panel, cleaned(L"C:\\P", refused, L"E:\\a\\Windows"));
+        EXPECT_EQ(1u, log.records.size()) << testing::PrintToString(std::wstring(refused));
+    }
+}
+
+TEST_F(Adapter, CleansOnWhenAnEntryStaysButNotWhenADirectoryCannotBeRead)
+{
+    const auto entry = [](const wchar_t* name, DWORD attributes, bool isLink = false) {
+        return DirectoryEntry{name, attributes, isLink, isLink, 0, {}, {}, {}};
+    };
+    const DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
+    helper->entries[L"C:\\dumps"] = {entry(L".", directory), entry(L"..", directory), entry(L"d", directory),
+        entry(L"link", directory, true), entry(L"dot.", 0)};
+    helper->failing = L"rd C:\\dumps\\d";
+    const RecordingHandler log;
+    adapter.freeDiskSpace();
+    EXPECT_EQ((Calls{L"root", L"dumps", L"windows", L"list 2 C:\\dumps", L"rd C:\\dumps\\d", L"del C:\\dumps\\link",
+                  L"del C:\\dumps\\dot."}),
+        Calls(helper->calls.begin(), helper->calls.begin() + 7));
+    ASSERT_EQ(1u, log.records.size());
+    EXPECT_EQ(LogLevel::Warning, log.records[0].level);
+    EXPECT_TRUE(log.records[0].message.ends_with(L") Remove 'C:\\dumps\\d'")) << log.records[0].message;
+
+    helper->calls.clear();
+    helper->failing = L"list 2 C:\\dumps";
+    const std::wstring failure = failureOf<VAccessDeniedException>([&] { adapter.freeDiskSpace(); });
+    EXPECT_TRUE(std::regex_search(failure,
+        std::wregex(L"cleanDirectory line \\d+\\) cleanDirectory\\(C:\\\\dumps, 2\\)\n.*freeDiskSpace\\(\\)$")))
+        << failure;
+    EXPECT_EQ(4u, helper->calls.size()) << "nothing after it";
 }
 
 TEST(SysinfoOutput, MakesTheBestOfAnyText)

@@ -198,6 +198,35 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
     EXPECT_EQ(1u, waitFor(command));
 }
 
+TEST_F(Program, FinishesACleaningThatWasKilled)
+{
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+    const std::wstring temp = L"C:\\Program Files\\Kelvo Panel\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
+    for (const std::wstring& directory : {temp, aps, kept, aps + L"\\tree"})
+        CreateDirectoryW(directory.c_str(), nullptr);
+    for (int file = 0; file < 2000; ++file)
+        std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
+    std::ofstream((kept + L"\\file").c_str()) << "x";
+    const std::wstring first = aps + L"\\tree\\1";
+
+    vexecutil command;
+    command.path = builtProgram(L"app\\mendkit.exe");
+    command.arguments = L"--free-disk-space";
+    command.stdoutFile = L"NUL";
+    startPatiently(command);
+    while (GetFileAttributesW(first.c_str()) != INVALID_FILE_ATTRIBUTES)
+        Sleep(1);
+    command.terminate();
+    EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((aps + L"\\1998").c_str())) << "killed in the middle";
+    const ChildResult result = run(L"--free-disk-space");
+    EXPECT_EQ(0u, result.exitCode);
+    EXPECT_EQ(0u, result.output.find("[\r\n\t{\r\n\t\t\"free\" : ")) << result.output;
+    EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
+    EXPECT_EQ("x", readFile(kept + L"\\file"));
+}
+
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
     setConfig(L"Debug", 1);
