@@ -1,12 +1,18 @@
 #include "app/last_resort.h"
 #include "app/manager.h"
+#include "logging/error_report_handler.h"
 #include "logging/log_manager.h"
+#include "system/error_report_helpers.h"
 
 #include <windows.h>
+
+#include <memory>
 
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
+    // First and last: every severe record of the run passes through it.
+    const SendErrorReport::LogHandler errorReports(std::make_shared<SendErrorReport::DefaultSystemHelper>());
     KelvoRepair::Manager manager;
     SetErrorMode(SetErrorMode(0) | SEM_NOGPFAULTERRORBOX);
     try {

@@ -27,6 +27,11 @@ std::wstring productRoot()
     return registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_ROOT_D", configView);
 }
 
+std::wstring productData()
+{
+    return registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_DATA_D", configView);
+}
+
 bool isDebug() noexcept
 {
     static CachedNumber debug(L"Debug");

@@ -23,6 +23,9 @@ UniqueRegistryKey openKey() noexcept;
 /// @throws vosexception when it is not set; vexception when it has the wrong type
 std::wstring productRoot();
 
+/// PRODUCT_DATA_D, the panel's data directory. @throws as productRoot()
+std::wstring productData();
+
 /// The switch `Debug`: records of the lower levels go to the log file and the event log too. Never throws.
 bool isDebug() noexcept;
 

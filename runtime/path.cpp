@@ -38,6 +38,12 @@ bool path::isAbsolute(std::wstring_view path) noexcept
     return path.starts_with(L"\\\\") || (path.size() > 2 && path[1] == L':' && path[2] == L'\\');
 }
 
+bool path::isFile(const std::wstring& path) noexcept
+{
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+}
+
 std::wstring path::root(const std::wstring& path)
 {
     std::wstring buffer = path;

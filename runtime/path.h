@@ -17,6 +17,9 @@ std::wstring normalise(std::wstring path);
 /// Whether the path says by itself where it leads: "X:\..." or "\\...".
 bool isAbsolute(std::wstring_view path) noexcept;
 
+/// Whether there is a file, not a directory, of this path.
+bool isFile(const std::wstring& path) noexcept;
+
 /// "C:\" of "C:\a\b", "\\server\share\" of a network path.
 /// @throws vexception for a path without a root
 std::wstring root(const std::wstring& path);

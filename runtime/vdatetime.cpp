@@ -3,6 +3,8 @@
 #include "runtime/format.h"
 #include "runtime/vosexception.h"
 
+#include <tuple>
+
 namespace {
 
 std::int64_t ticks(const SYSTEMTIME& time)
@@ -36,4 +38,14 @@ std::wstring VDateTime::timeStamp() const
 std::int64_t VDateTime::operator-(const VDateTime& earlier) const
 {
     return ticks(time_) - ticks(earlier.time_);
+}
+
+bool VDateTime::operator<(const VDateTime& other) const noexcept
+{
+    // By the fields, not through ticks: a date that is none has its place too.
+    const auto fields = [](const SYSTEMTIME& time) {
+        return std::tie(
+            time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds);
+    };
+    return fields(time_) < fields(other.time_);
 }

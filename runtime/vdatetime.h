@@ -24,6 +24,9 @@ public:
     /// @throws vosexception "SystemTimeToFileTime" when one of them is no valid date
     std::int64_t operator-(const VDateTime& earlier) const;
 
+    /// Whether this one shows an earlier time.
+    bool operator<(const VDateTime& other) const noexcept;
+
 private:
     SYSTEMTIME time_;
 };

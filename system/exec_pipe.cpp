@@ -2,6 +2,8 @@
 
 #include "runtime/format.h"
 
+#include <algorithm>
+
 namespace {
 
 /// How long somebody else may go on talking after the process has ended.
@@ -38,13 +40,16 @@ std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
     return 0;
 }
 
-void ExecPipe::write(const void* data, std::size_t size, unsigned flags)
+void ExecPipe::write(const void* data, std::size_t size, unsigned flags, DWORD totalMilliseconds)
 {
     constexpr unsigned lastWrite = 1;
+    const ULONGLONG begun = GetTickCount64();
     auto at = static_cast<const char*>(data);
     while (size > 0) {
         pipe_.beginWrite(at, size);
-        const std::size_t bytes = completeOrEnd(Con::OverlappedPipe::defaultTimeout);
+        const ULONGLONG spent = GetTickCount64() - begun;
+        const auto left = static_cast<DWORD>(spent < totalMilliseconds ? totalMilliseconds - spent : 0);
+        const std::size_t bytes = completeOrEnd(std::min(left, Con::OverlappedPipe::defaultTimeout));
         if (bytes == 0)
             throwOsError(ERROR_NO_DATA, L"Unable to write to pipe", {"ExecPipe::write"});
         at += bytes;

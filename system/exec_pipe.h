@@ -30,9 +30,10 @@ public:
     std::size_t read(void* buffer, std::size_t size, unsigned flags);
 
     /// Writes all of it. @param flags  1: this is the last write, the pipe is closed behind it
+    /// @param totalMilliseconds  how long all of it may take
     /// @throws vosexception "Unable to write to pipe", also when the process ends; Con::PipeTimeout when the child
-    ///         takes nothing for a minute
-    void write(const void* data, std::size_t size, unsigned flags);
+    ///         takes nothing for a minute, or the time is over
+    void write(const void* data, std::size_t size, unsigned flags, DWORD totalMilliseconds = INFINITE);
 
 private:
     /// Awaits the end of the operation, or of the process and then of half a second. @return 0 at the end

@@ -75,8 +75,7 @@ std::wstring findUtilPath(const std::wstring& name, bool bin64)
 {
     const std::wstring directory = path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
     std::wstring path = path::combine(directory, endsInExe(name) ? name : name + L".exe");
-    const DWORD attributes = GetFileAttributesW(path.c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES || (attributes & FILE_ATTRIBUTE_DIRECTORY))
+    if (!path::isFile(path))
         throw vexception(L"Unable to find path of '" + name + L"'", {"findUtilPath"});
     return path;
 }

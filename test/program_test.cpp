@@ -7,6 +7,7 @@
 #include "test/sandbox.h"
 
 #include <algorithm>
+#include <fstream>
 #include <regex>
 
 namespace {
@@ -146,8 +147,51 @@ TEST_F(Program, FailsWhenItsAnswerIsLost)
     EXPECT_NE(std::wstring::npos, log.find(L"Error: Unable to write the answer to standard output\n")) << log;
 }
 
+TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
+{
+    const std::wstring utility = root.path() + L"\\admin\\bin\\send-error-report", var = root.path() + L"\\var",
+                       record = var + L"\\devpanel.log";
+    CopyFileW(builtProgram(L"devpanel\\devutility.exe").c_str(), (utility + L".exe").c_str(), TRUE);
+    CreateDirectoryW(var.c_str(), nullptr);
+    std::ofstream((var + L"\\update_ticket").c_str()) << " t1\n";
+    setConfig(L"PRODUCT_DATA_D", root.path());
+    run(L"--bogus \"--db-password=a b\"");
+    const ULONGLONG begun = GetTickCount64();
+    std::string report;
+    while (report.find("</error>\r\n\r\n") == std::string::npos && GetTickCount64() - begun < 10'000) {
+        Sleep(20);
+        report = readFile(record);
+    }
+    const std::string first = "command --bogus not supported. Possible commands:";
+    EXPECT_TRUE(std::regex_match(std::regex_replace(report, std::regex("[\r\n\t]"), ""),
+        std::regex("send-error-report backend<error><source>backend</source><severity>error</severity>"
+                   "<datetime>\\d{8}T\\d{6}</datetime><summary>" +
+                   first + "</summary><component>mendkit</component><message>" + first +
+                   "   --help.*line 117\\) Unable to execute command: [^<]*</message><hits>1</hits><additional_info>"
+                   "<command_line>\"[^\"]*mendkit.exe\" --bogus --db-password=\\*</command_line>"
+                   "<processId>\\d+</processId><threadId>\\d+</threadId><update_ticket>t1</update_ticket>"
+                   "</additional_info></error>")))
+        << report;
+    EXPECT_EQ(std::string::npos, report.find("a b")) << "a secret";
+
+    std::ofstream((utility + L".script").c_str()) << "sleep 4000";
+    const ULONGLONG again = GetTickCount64();
+    UniqueFile reader, writer;
+    CreatePipe(reader.receive(), writer.receive(), nullptr, 0);
+    const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
+    SetStdHandle(STD_OUTPUT_HANDLE, writer.get());
+    EXPECT_EQ(1u, run(L"--bogus", false).exitCode);
+    SetStdHandle(STD_OUTPUT_HANDLE, own);
+    writer.reset();
+    char buffer[1024];
+    for (DWORD count = 0; ReadFile(reader.get(), buffer, sizeof buffer, &count, nullptr);) {
+    }
+    EXPECT_LT(GetTickCount64() - again, 3'000u) << "held up by the utility, or somebody still has our output";
+}
+
 TEST_F(Program, AnswersEveryCommandBesideAPanel)
 {
+    setConfig(L"SendFeedback", L"false"); // reports would come in between
     const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel";
     EXPECT_NE(
         std::string::npos, run(L"--get-disk-space").output.find("value=zrmpipe\r\n   at (registry::getstr line"));
@@ -177,6 +221,7 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
 
 TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
+    setConfig(L"SendFeedback", L"false");
     const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     vexecutil service, command;

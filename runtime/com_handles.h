@@ -1,0 +1,27 @@
+#pragma once
+
+#include "runtime/unique.h"
+
+#include <windows.h>
+
+#include <oleauto.h> // needs the other one
+
+template <typename Interface>
+struct ComTraits
+{
+    using Type = Interface*;
+    static Type empty() noexcept { return nullptr; }
+    static void close(Type object) noexcept { object->Release(); }
+};
+/// One reference to a COM object.
+template <typename Interface>
+using UniqueCom = Unique<ComTraits<Interface>>;
+
+struct BstrTraits
+{
+    using Type = BSTR;
+    static Type empty() noexcept { return nullptr; }
+    static void close(Type text) noexcept { SysFreeString(text); }
+};
+/// A text of COM's own allocation.
+using UniqueBstr = Unique<BstrTraits>;

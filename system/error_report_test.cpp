@@ -1,0 +1,171 @@
+#include "logging/error_report_document.h"
+#include "logging/error_report_handler.h"
+#include "runtime/text.h"
+#include "system/error_report_helpers.h"
+#include "test/child_process.h"
+#include "test/sandbox.h"
+
+#include <algorithm>
+#include <fstream>
+#include <regex>
+
+namespace {
+
+/// The real helper with a clock and a process of the test's own.
+struct ScriptedSystemHelper : SendErrorReport::DefaultSystemHelper, SendErrorReport::IProcessHelper
+{
+    std::wstring getCommandLine() override { return L"mendkit.exe --name=x --db-password=secret"; }
+    std::wstring getModuleFileName() override
+    {
+        return module.empty() ? throw vexception(L"broken", {"getModuleFileName"}) : module;
+    }
+    std::shared_ptr<IProcessHelper> createProcess(const std::wstring& commandLine) override
+    {
+        lastCommand = commandLine;
+        return {std::shared_ptr<void>(), this}; // not owned
+    }
+    VDateTime getLocalTime() override { return VDateTime(now); }
+    void start() override {}
+    void writeInput(const std::string& data) override { sent += data; }
+
+    std::wstring lastCommand, module = L"C:\\x\\mendkit.exe";
+    SYSTEMTIME now{2026, 11, 0, 16, 0, 0, 0, 0};
+    std::string sent;
+};
+
+class ErrorReport : public RegistrySandbox
+{
+protected:
+    ErrorReport()
+    {
+        setConfig(L"PRODUCT_ROOT_D", root.path());
+        setConfig(L"PRODUCT_DATA_D", root.path());
+        CreateDirectoryW((root.path() + L"\\var").c_str(), nullptr);
+    }
+
+    /// The hits of the report that a record leads to; "" when there is none.
+    std::string hitsOf(const std::wstring& message, LogLevel level = LogLevel::Error)
+    {
+        helper->sent.clear();
+        handler.log(level, message);
+        std::smatch hits;
+        return std::regex_search(helper->sent, hits, std::regex("<hits>(.*)</hits>")) ? hits.str(1) : "";
+    }
+
+    void setTicket(const std::string& bytes) const
+    {
+        std::ofstream((root.path() + L"\\var\\update_ticket").c_str(), std::ios::binary) << bytes;
+    }
+
+    /// The report as a parser took it, without line ends, which parsers write each in its own way.
+    std::string built(const std::wstring& message)
+    {
+        std::string report = handler.buildReport(message, 0xffffffff);
+        SendErrorReport::Document document;
+        VARIANT_BOOL parsed = VARIANT_FALSE;
+        document.get()->loadXML(UniqueBstr(SysAllocString(toWide(report, utf8CodePage).c_str())).get(), &parsed);
+        EXPECT_TRUE(parsed);
+        const auto layout = [](char c) { return c == '\r' || c == '\n' || c == '\t'; };
+        std::erase_if(report, layout);
+        return report;
+    }
+
+    const ProductRoot root;
+    const std::shared_ptr<ScriptedSystemHelper> helper = std::make_shared<ScriptedSystemHelper>();
+    SendErrorReport::LogHandler handler{helper};
+};
+
+} // namespace
+
+TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)
+{
+    for (const auto& [level, hits] : {std::pair{LogLevel::Info, ""}, {LogLevel::Warning, ""}, {LogLevel::Result, ""},
+             {LogLevel::Error, "1"}, {LogLevel::Error, ""}})
+        EXPECT_EQ(hits, hitsOf(L"text", level));
+    EXPECT_EQ(L"\"" + root.path() + L"\\admin\\bin\\send-error-report.exe\" backend", helper->lastCommand);
+    EXPECT_EQ("", hitsOf(L""));
+    setConfig(L"SendFeedback", 1); // a wrong type
+    EXPECT_EQ("", hitsOf(L"crash", LogLevel::Crash));
+    for (const auto& [value, hits] : {std::pair{L"false", ""}, {L"False", "1"}, {L"0", "1"}, {L"", "1"}}) {
+        setConfig(L"SendFeedback", value);
+        EXPECT_EQ(hits, hitsOf(std::wstring(L"crash") + value, LogLevel::Crash));
+    }
+    EXPECT_EQ("1", hitsOf(L"crashfalse")) << "not counted while it was off";
+}
+
+TEST_F(ErrorReport, ComesOnceADayWithTheCountSince)
+{
+    for (const auto& [day, hour, minute, hits] : std::initializer_list<std::tuple<WORD, WORD, WORD, const char*>>{
+             {16, 12, 0, "1"}, {16, 12, 0, ""}, {17, 11, 59, ""}, {17, 12, 0, "4"}, {18, 11, 59, ""}, {10, 0, 0, ""},
+             {77, 0, 0, ""}, {18, 12, 0, "5"}, {30, 0, 0, "2"}}) {
+        helper->now = {2026, 11, 0, day, hour, minute, 0, 0};
+        EXPECT_EQ(hits, hitsOf(L"text")) << day;
+    }
+}
+
+TEST_F(ErrorReport, ForgetsTheTextReportedLongestAgo)
+{
+    for (WORD text = 0; text <= 100; ++text) {
+        EXPECT_EQ("", text < 100 ? "" : hitsOf(L"text 41")) << "a hundred are known";
+        helper->now.wMilliseconds = static_cast<WORD>(text == 41 ? 1 : 500 - text);
+        helper->now.wDayOfWeek = static_cast<WORD>(text % 7);
+        EXPECT_EQ("1", hitsOf(L"text " + std::to_wstring(text)));
+    }
+    for (const auto& [text, hits] : {std::pair{L"text 0", ""}, {L"text 100", ""}, {L"text 41", "1"}})
+        EXPECT_EQ(hits, hitsOf(text));
+}
+
+TEST_F(ErrorReport, IsWellFormedWhateverItsTextsHold)
+{
+    setTicket(" \t\xd0\x96 1\x01\xff\r\n");
+    std::string report = built({L'\n', L'<', 0x416, L'&', L'\r', L'\n', 0, 0x1f, 0x7f, 0xd83d, 0xde00, 0xd83d, 0xd83d,
+        0xde00, 0xde00, 0xfffe, 0xffff});
+    const std::string bad = "\xef\xbf\xbd", face = "\xf0\x9f\x98\x80", first = "&lt;\xd0\x96&amp;";
+    report = std::regex_replace(report, std::regex("&#13;|(time>|Id>)[0-9T]+<"), "$1");
+    EXPECT_EQ("<error><source>backend</source><severity>error</severity><datetime>/datetime><summary>" + first +
+                  "</summary><component>mendkit</component><message>" + first + bad + bad + "\x7f" + face + bad +
+                  face + bad + bad + bad +
+                  "</message><hits>4294967295</hits><additional_info><command_line>mendkit.exe "
+                  "--name=x --db-password=*</command_line><processId>/processId><threadId>/threadId>"
+                  "<update_ticket>\xd0\x96 1" +
+                  bad + bad + "</update_ticket></additional_info></error>",
+        report);
+    setTicket(std::string(5'000'000, 'x'));
+    EXPECT_EQ(1u << 20, helper->readFile(root.path() + L"\\var\\update_ticket").size());
+    setTicket("");
+    helper->module.clear();
+    report = built(std::wstring(1 << 20, L'x'));
+    EXPECT_NE(std::string::npos, report.find("<component>Unknown<"));
+    EXPECT_NE(std::string::npos, report.find("<message>" + std::string(1 << 20, 'x') + "</message>"));
+    setConfig(L"PRODUCT_DATA_D", 5);
+    EXPECT_EQ(std::string::npos, built(L"x").find("ticket"));
+}
+
+TEST_F(ErrorReport, LeavesComAsItWas)
+{
+    handler.buildReport(L"x", 1);
+    EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+    EXPECT_NE("", handler.buildReport(L"x", 1));
+    EXPECT_EQ(S_FALSE, CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+    CoUninitialize();
+    CoUninitialize();
+    EXPECT_EQ(S_OK, CoInitializeEx(nullptr, COINIT_MULTITHREADED));
+    CoUninitialize();
+}
+
+TEST_F(ErrorReport, HasNoPatienceWithAUtilityThatDoesNotRead)
+{
+    const std::wstring utility = root.path() + L"\\admin\\bin\\send-error-report";
+    SendErrorReport::LogHandler real(std::make_shared<SendErrorReport::DefaultSystemHelper>());
+    const auto milliseconds = [&](const std::wstring& message) {
+        const ULONGLONG begun = GetTickCount64();
+        real.log(LogLevel::Error, message);
+        return GetTickCount64() - begun;
+    };
+    EXPECT_LT(milliseconds(L"no utility"), 100u);
+    CopyFileW(builtProgram(L"devpanel\\devutility.exe").c_str(), (utility + L".exe").c_str(), TRUE);
+    std::ofstream((utility + L".script").c_str()) << "sleep 3500";
+    const ULONGLONG large = milliseconds(std::wstring(1 << 20, L'x'));
+    EXPECT_GE(large, 1400u) << "it was started, and given a chance";
+    EXPECT_LT(large, 3000u);
+}
