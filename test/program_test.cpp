@@ -3,6 +3,7 @@
 #include "config/product_config.h"
 #include "config/registry.h"
 #include "test/child_process.h"
+#include "test/dump_reader.h"
 #include "test/own_service.h"
 #include "test/sandbox.h"
 
@@ -213,4 +214,45 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
         length += static_cast<std::size_t>(at->length());
     EXPECT_EQ(log.size(), 1 + length);
     EXPECT_EQ(3u * count, records);
+}
+
+TEST_F(Program, EndsEveryFaultAsAFailure)
+{
+    setConfig(L"CrashDumpsEnabled", 0);
+    const std::string violation =
+                          "C structured exception: 0xc0000005\r\n   at (KelvoRepair::Adapter::getServiceStatus",
+                      end = "Unexpected end of the program";
+    for (const auto& [fault, output, exitCode] :
+        std::initializer_list<std::tuple<const wchar_t*, std::string, std::uint32_t>>{{L"none", "", 0},
+            {L"write", violation, 1}, {L"read", violation, 1}, {L"copy", violation, 1}, {L"system", violation, 1},
+            {L"division", "C structured exception: 0xc0000094\r\n", 1},
+            {L"instruction", "C structured exception: 0xc000001d\r\n", 1},
+            {L"privileged", "C structured exception: 0xc0000096\r\n", 1},
+            {L"heap", "C structured exception: 0xc0000374\r\n", 1},
+            {L"twice", "C structured exception: 0xc00000fd\r\n", 1}, {L"logging", "logged", 0}, {L"closed", end, 1},
+            {L"outside", end + ": C structured exception: 0xc0000005", 1}, {L"end", "", 1}}) {
+        const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), fault);
+        EXPECT_EQ(exitCode, result.exitCode) << fault;
+        EXPECT_TRUE(result.output.starts_with(output)) << result.output;
+    }
+    EXPECT_NE(std::wstring::npos, root.log().find(L" Crash: Unexpected end of the program: C structured exception"));
+}
+
+TEST_F(Program, LeavesADumpOfTheLastFault)
+{
+    const std::wstring dumps = root.path() + L"\\admin\\logs";
+    setConfig(L"CrashDumpsLocation", dumps);
+    setConfig(L"CrashDumpsMaxCount", 1);
+    for (const auto& [fault, code] :
+        {std::pair{L"outside", EXCEPTION_ACCESS_VIOLATION}, {L"stack", EXCEPTION_STACK_OVERFLOW}}) {
+        EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), fault).exitCode);
+        WIN32_FIND_DATAW found;
+        const HANDLE search = FindFirstFileW((dumps + L"\\fault_program*.dmp").c_str(), &found);
+        ASSERT_NE(INVALID_HANDLE_VALUE, search);
+        const DumpContents dump(dumps + L"\\" + found.cFileName);
+        EXPECT_EQ(code, dump.exception.ExceptionCode);
+        EXPECT_TRUE(dump.hasThread && dump.faultIsInModule);
+        EXPECT_FALSE(FindNextFileW(search, &found)) << "older ones are pruned";
+        FindClose(search);
+    }
 }
