@@ -1,5 +1,5 @@
 // The program with a command that faults: mendkit as it is, but for a system helper whose only answer is the fault
-// that the argument names.
+// that the command word names.
 
 #include "app/last_resort.h"
 #include "app/vconsoleapp.h"
@@ -12,8 +12,8 @@
 namespace {
 
 volatile int zero = 0;
-void* volatile const badAddress = reinterpret_cast<void*>(16);
-const wchar_t* fault = L"";
+int* volatile const badAddress = reinterpret_cast<int*>(16);
+std::wstring fault;
 
 #pragma GCC diagnostic ignored "-Winfinite-recursion"
 int overflowStack(int depth)
@@ -25,58 +25,43 @@ int overflowStack(int depth)
     return overflowStack(depth + 1) + frame[0];
 }
 
-void writeBadAddress()
-{
-    *static_cast<volatile int*>(badAddress) = 1;
-}
-
-/// A handler of another type cannot take the fault, and nothing may pass.
-void faultInClosedFunction() noexcept
-{
-    try {
-        writeBadAddress();
-    } catch (const std::bad_alloc&) {
-    }
-}
-
-/// Faults with every record.
 struct FaultingHandler : ILogHandler
 {
-    void log(LogLevel, const std::wstring&) override { writeBadAddress(); }
+    void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
 };
 
-void logWithFaults()
-{
-    FaultingHandler handler;
-    LogManager::addHandler(&handler);
-    LogManager::log(LogLevel::Error, L"%s", static_cast<const wchar_t*>(badAddress));
-    LogManager::log(LogLevel::Error, L"logged");
-    LogManager::removeHandler(&handler);
-}
-
-void doFault()
-{
-    const std::map<std::wstring, std::function<void()>> faults{{L"write", writeBadAddress},
-        {L"read", [] { zero = *static_cast<volatile int*>(badAddress); }},
-        {L"copy", [] { memcpy(badAddress, &fault, static_cast<std::size_t>(8 + zero)); }},
-        {L"system", [] { GetSystemTime(static_cast<SYSTEMTIME*>(badAddress)); }},
-        {L"division", [] { zero = 1 / zero; }}, {L"instruction", [] { __asm__ volatile("ud2"); }},
-        {L"privileged", [] { __asm__ volatile("hlt"); }}, {L"stack", [] { zero = overflowStack(0); }},
-        {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
-        {L"closed", faultInClosedFunction}, {L"logging", logWithFaults}, {L"twice", [] {
-                                                                              try {
-                                                                                  zero = overflowStack(0);
-                                                                              } catch (...) {
-                                                                              }
-                                                                              zero = overflowStack(0);
-                                                                          }}};
-    if (const auto found = faults.find(fault); found != faults.end())
-        found->second();
-}
+const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
+    {L"read", [] { zero = *badAddress; }},
+    {L"copy", [] { memcpy(badAddress, &faults, static_cast<std::size_t>(8 + zero)); }},
+    {L"system", [] { GetSystemTime(reinterpret_cast<SYSTEMTIME*>(badAddress)); }},
+    {L"division", [] { zero = 1 / zero; }}, {L"instruction", [] { __asm__ volatile("ud2"); }},
+    {L"privileged", [] { __asm__ volatile("hlt"); }}, {L"stack", [] { zero = overflowStack(0); }},
+    {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
+    {L"twice",
+        [] {
+            try {
+                zero = overflowStack(0);
+            } catch (...) {
+            }
+            zero = overflowStack(0);
+        }},
+    {L"closed", // a catch of another type, and nothing may pass
+        []() noexcept {
+            try {
+                *badAddress = 1;
+            } catch (const std::bad_alloc&) {
+            }
+        }},
+    {L"logging", [] {
+         FaultingHandler handler;
+         LogManager::addHandler(&handler);
+         LogManager::log(LogLevel::Error, L"logged");
+         LogManager::removeHandler(&handler);
+     }}};
 
 struct FaultingHelper : FakeSystemHelper
 {
-    bool isServiceExist(const std::wstring&) override { return doFault(), false; }
+    bool isServiceExist(const std::wstring&) override { return faults.at(fault)(), false; }
 };
 
 struct Application : vconsoleapp
@@ -88,25 +73,19 @@ struct Application : vconsoleapp
     }
 };
 
-/// Ends after the log has ended.
-struct Last
+struct LaterThanTheLog
 {
-    ~Last()
-    {
-        if (fault == std::wstring(L"end"))
-            writeBadAddress();
-    }
-} last;
+    ~LaterThanTheLog() { zero = fault == L"end" ? *badAddress : 0; }
+} laterThanTheLog;
 
 } // namespace
 
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
-    fault = argc > 1 ? argv[1] : L"";
-    LogManager::resetSettings();
+    fault = argv[1];
+    if (fault == L"outside")
+        *badAddress = 1;
     Application application;
-    if (fault == std::wstring(L"outside"))
-        writeBadAddress();
-    return application.run(argc, argv);
+    return application.run(fault == L"end" ? 1 : argc, argv);
 }
