@@ -51,6 +51,7 @@ std::int32_t vconsoleapp::start(std::int32_t argc, const wchar_t* const* argv)
 std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noexcept
 {
     std::int32_t result = 1;
+    structured_exception::reserveStack();
     // The frame's own translator ends with the frame; this one also covers what is logged about a failure.
     const structured_exception::TranslatorScope translator;
     try {

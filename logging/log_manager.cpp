@@ -67,9 +67,16 @@ LogManager::LogManager()
         setDefaults(*settings_);
 }
 
+LogManager::~LogManager()
+{
+    ended_ = true;
+}
+
 LogManager& LogManager::instance()
 {
     static LogManager manager;
+    if (ended_) // a fault among the last destructors of the process: there is nothing left to log with
+        throw vexception(L"The log has ended", {"LogManager::instance"});
     return manager;
 }
 

@@ -53,6 +53,7 @@ public:
 
 private:
     LogManager();
+    ~LogManager();
 
     static LogManager& instance();
 
@@ -63,4 +64,6 @@ private:
     EventLog eventLog_;
     LogSettings* settings_; // weak: the shared context's
     bool consoleIntact_ = true;
+
+    inline static bool ended_ = false;
 };

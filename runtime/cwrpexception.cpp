@@ -10,8 +10,11 @@ cwrpexception::cwrpexception(DWORD code, const void* faultAddress) noexcept : co
 
 cwrpexception::~cwrpexception()
 {
-    if (structured_exception::faultInFlight.object == this)
-        structured_exception::faultInFlight = {};
+    if (structured_exception::faultInFlight.object != this)
+        return;
+    structured_exception::faultInFlight = {};
+    if (code_ == EXCEPTION_STACK_OVERFLOW) // caught: the stack is free down to the frame of the catch
+        structured_exception::restoreStack();
 }
 
 std::wstring cwrpexception::text() const

@@ -2,6 +2,8 @@
 
 #include "runtime/cwrpexception.h"
 
+#include <malloc.h>
+
 #include <utility>
 
 namespace structured_exception {
@@ -28,6 +30,19 @@ Translator currentTranslator() noexcept
 Observer setObserver(Observer observer) noexcept
 {
     return std::exchange(processObserver, observer);
+}
+
+void reserveStack() noexcept
+{
+    // Half of it would do for the work itself; the rest is for loading the library that does it.
+    ULONG size = 128 * 1024;
+    SetThreadStackGuarantee(&size);
+    restoreStack(); // Wine has no usable guard page before
+}
+
+void restoreStack() noexcept
+{
+    _resetstkoflw();
 }
 
 void translate(unsigned code, EXCEPTION_POINTERS* pointers)

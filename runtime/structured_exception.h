@@ -25,6 +25,14 @@ Translator currentTranslator() noexcept;
 using Observer = void (*)(EXCEPTION_POINTERS* pointers);
 Observer setObserver(Observer observer) noexcept;
 
+/// Keeps a piece of the calling thread's stack back for the time after an overflow, in which it is translated, dumped
+/// and logged. Without it an overflow ends the process. To be called once near the start of a thread.
+void reserveStack() noexcept;
+
+/// Makes the stack of the calling thread overflow in this way once more; to be called when an overflow has been
+/// caught.
+void restoreStack() noexcept;
+
 /// Sets the program's translator for the life of a scope, then the previous one again.
 class TranslatorScope
 {

@@ -6,6 +6,10 @@
 #include "test/own_service.h"
 #include "test/sandbox.h"
 
+#include <sddl.h>
+
+#include <dbghelp.h>
+
 #include <algorithm>
 #include <fstream>
 #include <regex>
@@ -287,4 +291,64 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
         length += static_cast<std::size_t>(at->length());
     EXPECT_EQ(log.size(), 1 + length);
     EXPECT_EQ(3u * count, records);
+}
+
+TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
+{
+    // Nothing can be written there, so that every dump leaves a record instead; its failure changes nothing else.
+    setConfig(L"CrashDumpsLocation", root.path() + L"\\missing");
+    const std::string fault = "C structured exception: 0xc00000", end = "Unexpected end of the program";
+    for (const auto& [word, output, exitCode, dumps] :
+        std::initializer_list<std::tuple<const wchar_t*, std::string, std::uint32_t, int>>{{L"none", "", 0, 0},
+            {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1}, {L"read", fault, 1, 1},
+            {L"copy", fault + "05", 1, 1}, {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1},
+            {L"instruction", fault + "1d", 1, 1}, {L"privileged", fault + "96", 1, 1}, {L"twice", fault + "fd", 1, 2},
+            {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1}, {L"logging", "logged", 0, 1},
+            {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"end", "", 1, 0}}) {
+        const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
+        EXPECT_EQ(exitCode, result.exitCode) << word;
+        EXPECT_NE(std::string::npos, result.output.find(output)) << word << result.output;
+        const std::regex record("Unable to call internalDumpMiniDump\\(");
+        EXPECT_EQ(dumps, std::distance(std::sregex_iterator(result.output.begin(), result.output.end(), record), {}))
+            << word;
+    }
+}
+
+TEST_F(Program, KeepsTheLastDumpForAdministratorsOnly)
+{
+    const std::wstring dumps = root.path() + L"\\admin\\logs\\";
+    setConfig(L"CrashDumpsLocation", dumps);
+    setConfig(L"CrashDumpsMaxCount", 1);
+    for (const auto& [word, code] :
+        {std::pair{L"outside", EXCEPTION_ACCESS_VIOLATION}, {L"stack", EXCEPTION_STACK_OVERFLOW}}) {
+        EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), word).exitCode);
+        WIN32_FIND_DATAW found;
+        const HANDLE search = FindFirstFileW((dumps + L"fault_program????????_??????.dmp").c_str(), &found);
+        ASSERT_NE(INVALID_HANDLE_VALUE, search);
+        EXPECT_FALSE(FindNextFileW(search, &found)) << "the older one is pruned";
+        FindClose(search);
+
+        std::string dump = readFile(dumps + found.cFileName);
+        MINIDUMP_EXCEPTION_STREAM* fault = nullptr;
+        MINIDUMP_THREAD_LIST* threads = nullptr;
+        MINIDUMP_MODULE_LIST* modules = nullptr;
+        for (const auto& [type, stream] : {std::pair{ExceptionStream, reinterpret_cast<void**>(&fault)},
+                 {ThreadListStream, reinterpret_cast<void**>(&threads)},
+                 {ModuleListStream, reinterpret_cast<void**>(&modules)}})
+            ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), type, nullptr, stream, nullptr));
+        EXPECT_EQ(code, fault->ExceptionRecord.ExceptionCode);
+        EXPECT_EQ(fault->ThreadId, threads->Threads[0].ThreadId);
+        EXPECT_LT(fault->ExceptionRecord.ExceptionAddress - modules->Modules[0].BaseOfImage,
+            modules->Modules[0].SizeOfImage);
+
+        BYTE rights[1024];
+        DWORD size = sizeof rights;
+        EXPECT_TRUE(
+            GetFileSecurityW((dumps + found.cFileName).c_str(), DACL_SECURITY_INFORMATION, rights, size, &size));
+        wchar_t* text = nullptr;
+        ConvertSecurityDescriptorToStringSecurityDescriptorW(
+            rights, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr);
+        const UniqueLocalMemory memory(text);
+        EXPECT_EQ(std::wstring::npos, std::wstring(text).find(L"WD)")) << text;
+    }
 }

@@ -1,0 +1,91 @@
+// The program with a command that faults: mendkit as it is, but for a system helper whose only answer is the fault
+// that the command word names.
+
+#include "app/last_resort.h"
+#include "app/vconsoleapp.h"
+#include "logging/log_manager.h"
+#include "repair/adapter.h"
+#include "test/fake_system_helper.h"
+
+#include <functional>
+
+namespace {
+
+volatile int zero = 0;
+int* volatile const badAddress = reinterpret_cast<int*>(16);
+std::wstring fault;
+
+#pragma GCC diagnostic ignored "-Winfinite-recursion"
+int overflowStack(int depth)
+{
+    volatile char frame[3000];
+    frame[0] = static_cast<char>(depth);
+    if (zero < 0) // never, but the compiler would see that nothing is thrown and drop a catch around the call
+        throw depth;
+    return overflowStack(depth + 1) + frame[0];
+}
+
+struct FaultingHandler : ILogHandler
+{
+    void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
+};
+
+const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
+    {L"read", [] { zero = *badAddress; }},
+    {L"copy", [] { memcpy(badAddress, &faults, static_cast<std::size_t>(8 + zero)); }},
+    {L"system", [] { GetSystemTime(reinterpret_cast<SYSTEMTIME*>(badAddress)); }},
+    {L"division", [] { zero = 1 / zero; }}, {L"instruction", [] { __asm__ volatile("ud2"); }},
+    {L"privileged", [] { __asm__ volatile("hlt"); }}, {L"stack", [] { zero = overflowStack(0); }},
+    {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
+    {L"twice",
+        [] {
+            try {
+                zero = overflowStack(0);
+            } catch (...) {
+            }
+            zero = overflowStack(0);
+        }},
+    {L"closed", // a catch of another type, and nothing may pass
+        []() noexcept {
+            try {
+                *badAddress = 1;
+            } catch (const std::bad_alloc&) {
+            }
+        }},
+    {L"logging", [] {
+         FaultingHandler handler;
+         LogManager::addHandler(&handler);
+         LogManager::log(LogLevel::Error, L"logged");
+         LogManager::removeHandler(&handler);
+     }}};
+
+struct FaultingHelper : FakeSystemHelper
+{
+    bool isServiceExist(const std::wstring&) override { return faults.at(fault)(), false; }
+};
+
+struct Application : vconsoleapp
+{
+    std::int32_t go(std::int32_t, const wchar_t* const*) override
+    {
+        KelvoRepair::Adapter(std::make_shared<FaultingHelper>()).getServiceStatus(L"x");
+        return 0;
+    }
+};
+
+struct LaterThanTheLog
+{
+    ~LaterThanTheLog() { zero = fault == L"end" ? *badAddress : 0; }
+} laterThanTheLog;
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    installLastResort();
+    fault = argv[1];
+    if (fault == L"outside")
+        *badAddress = 1;
+    Application application;
+    return application.run(fault == L"end" ? 1 : argc, argv);
+}
