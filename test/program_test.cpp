@@ -1,10 +1,7 @@
 // The program as its callers see it: whole processes, their standard output, exit code and log.
 
-#include "config/product_config.h"
-#include "config/registry.h"
-#include "test/child_process.h"
 #include "test/own_service.h"
-#include "test/sandbox.h"
+#include "test/program.h"
 
 #include <sddl.h>
 
@@ -24,28 +21,6 @@ const std::string usage = "\r\nusage: mendkit [options] ...\r\n\r\n\r\n--help\r\
 const std::string allCommands =
     "   --help\r\n   --get-service-status\r\n   --repair-kelvo-sql-server\r\n   --get-system-resources\r\n"
     "   --free-system-resources\r\n   --get-disk-space\r\n   --free-disk-space\r\n   --reboot";
-
-/// The product's real configuration key, with a product root of the test's own.
-class Program : public testing::Test
-{
-protected:
-    Program() { setConfig(L"PRODUCT_ROOT_D", root.path()); }
-    ~Program() override
-    {
-        HKEY software = nullptr;
-        RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, &software);
-        RegDeleteTreeW(software, L"Kelvo");
-        RegCloseKey(software);
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
-    }
-
-    static ChildResult run(const std::wstring& arguments, bool capture = true)
-    {
-        return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
-    }
-
-    const ProductRoot root;
-};
 
 std::string statusOf(const std::string& name, const std::string& status)
 {
