@@ -238,3 +238,12 @@ __attribute__((constructor(100))) void patchImports()
 }
 
 } // namespace
+
+extern "C" int __real_wmain(int argc, wchar_t** argv);
+
+/// In the place of the program's entry point.
+extern "C" int __wrap_wmain(int argc, wchar_t** argv)
+{
+    shared->before = shared->possible;
+    return __real_wmain(argc, argv);
+}

@@ -11,6 +11,7 @@ struct FailingCall
     LONG wanted;       ///< which of the possible failures happens, from 1; 0: none
     LONG calls;        ///< that could fail
     LONG possible;     ///< how many there were so far
+    LONG before;       ///< how many there were before the entry point
     LONG handles;      ///< open at the end; 0: the process did not come to its end
     char function[64]; ///< whose call failed; empty: none did
     bool forEver;      ///< all calls of the function fail from then on
