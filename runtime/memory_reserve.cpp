@@ -93,3 +93,13 @@ void* operator new(std::size_t size)
         block = fromReserve(size);
     return block ? block : throw std::bad_alloc();
 }
+
+void operator delete(void* block) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    __wrap_free(block);
+}
