@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+#include "system/idirectory_source.h"
 
 #include <atomic>
 
@@ -12,7 +12,7 @@ public:
     explicit RemovalPatience(long budgetMilliseconds) noexcept : left_(budgetMilliseconds) {}
 
     /// Repeats an attempt while its Win32 code says that the obstacle may pass: somebody has the object open, its
-    /// removal is under way, or a directory's last entry is. @return the last code
+    /// removal is under way, or a directory's last entry is, or it was moved between two looks. @return the last code
     template <typename Attempt>
     DWORD repeat(const Attempt& attempt)
     {
@@ -20,8 +20,9 @@ public:
         constexpr long pause = 10;
         for (int attempts = 1;; ++attempts) {
             const DWORD code = attempt();
-            const bool mayPass =
-                code == ERROR_SHARING_VIOLATION || code == ERROR_DELETE_PENDING || code == ERROR_DIR_NOT_EMPTY;
+            const bool mayPass = code == ERROR_SHARING_VIOLATION || code == ERROR_DELETE_PENDING ||
+                                 code == ERROR_DIR_NOT_EMPTY ||
+                                 code == leadsElsewhere; // where removed objects wait for their last handle
             if (!mayPass || attempts == mostAttempts || left_.fetch_sub(pause) < pause)
                 return code;
             Sleep(static_cast<DWORD>(pause));

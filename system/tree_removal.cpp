@@ -92,8 +92,8 @@ DWORD TreeRemoval::enter(IDirectorySource::Handle parent, const std::wstring& na
     Level level{OpenObject(source_), name, true, {}};
     Opening opening{.type = Opening::Type::directory, .list = true, .remove = true, .pinned = true};
     DWORD code = patience_.repeat([&] { return openEntry(parent, location_, name, opening, level.object); });
-    if (code == ERROR_SHARING_VIOLATION) {
-        // It is in use and cannot go yet, but what is in it can.
+    if (code == ERROR_SHARING_VIOLATION || code == ERROR_ACCESS_DENIED) {
+        // It is in use, or not to be removed, but what is in it may be.
         opening.remove = opening.pinned = level.removable = false;
         code = openEntry(parent, location_, name, opening, level.object);
     }
