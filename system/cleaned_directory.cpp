@@ -128,8 +128,10 @@ DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, D
                 code =
                     source.isTrusted(step.object.get()) ? source.targetOf(step.object.get(), target) : untrustedLink;
                 if (code == ERROR_SUCCESS) {
-                    const std::wstring base = path::isAbsolute(target) ? L"" : whole.substr(0, start);
-                    whole = literal(path::normalise(base + target + L'\\' + whole.substr(end)));
+                    if (!path::isAbsolute(target))
+                        target.insert(0, whole, 0, start);
+                    target.append(L"\\").append(whole, end);
+                    whole = literal(path::normalise(target));
                     followed = true;
                 }
             } else {
