@@ -123,6 +123,7 @@ make_test_prefix() {
     cp -al "$template" "$WINEPREFIX"
     rm "$WINEPREFIX"/*.reg
     cp -p "$template"/.fresh/*.reg "$WINEPREFIX"
+    rm -rf "$WINEPREFIX/drive_c/Program Files/Kelvo Panel" # its logs are written in place, and tests install it anew
     mkdir -p "$WINEPREFIX/drive_d"
     ln -sfn ../drive_d "$WINEPREFIX/dosdevices/d:" # a second volume
 }

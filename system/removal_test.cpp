@@ -137,11 +137,14 @@ TEST_P(Removal, SaysWhichEntryItCouldNotRemove)
     const std::wstring inner = clean + L"\\tree\\inner";
     CreateDirectoryW((clean + L"\\tree").c_str(), nullptr);
     CreateDirectoryW(inner.c_str(), nullptr);
+    for (int other = 0; other < 40; ++other)
+        file(inner + L"\\" + std::to_wstring(other));
     file(inner + L"\\busy");
     const UniqueFile held(
         CreateFileW((inner + L"\\busy").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     const std::wstring failure = failureOf<vosexception>([&] { helper.removeDirectory(clean + L"\\tree"); });
     EXPECT_TRUE(messageIn(failure).ends_with(L" at Unable to remove path (" + inner + L"\\busy)")) << failure;
     EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeFile(clean + L"\\none"); }));
+    EXPECT_TRUE(helper.listDirectory(L"C:\\windows\\SYSTEM32", 2).empty()) << "nobody wants that emptied";
     EXPECT_NE(L"nothing thrown", failureOf<vosexception>([&] { helper.removeFile(inner); })) << "a directory";
 }
