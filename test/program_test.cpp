@@ -2,9 +2,12 @@
 
 #include "config/product_config.h"
 #include "config/registry.h"
+#include "runtime/command_line.h"
 #include "test/child_process.h"
+#include "test/json_document.h"
 #include "test/own_service.h"
 #include "test/sandbox.h"
+#include "test/stress.h"
 
 #include <sddl.h>
 
@@ -13,6 +16,7 @@
 #include <algorithm>
 #include <fstream>
 #include <regex>
+#include <thread>
 
 namespace {
 
@@ -44,7 +48,51 @@ protected:
         return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
+    /// Code 0 and a whole document, or code 1 and a whole failure: no run may end otherwise. @return whether it is 0
+    static bool hasAnswered(const ChildResult& result)
+    {
+        const bool isDocument = !jsonDocument(result.output).isNull();
+        const bool isFailure = result.output.find("\n   at (vconsoleapp::run line 117) ") != std::string::npos &&
+                               result.output.find_first_of("{[") != 0;
+        EXPECT_TRUE(result.exitCode == 0 ? isDocument : result.exitCode == 1 && isFailure)
+            << result.exitCode << result.output;
+        return result.exitCode == 0;
+    }
+
+    std::unique_ptr<vexecutil> serve(const std::wstring& arguments) const
+    {
+        auto service = std::make_unique<vexecutil>();
+        service->path = devpanel;
+        service->arguments = L"serve " + arguments;
+        startPatiently(*service);
+        return service;
+    }
+    /// Returns when the stand-in has a client, which it serves alone.
+    static void waitTillTaken()
+    {
+        while (WaitNamedPipeW(L"\\\\.\\pipe\\kelvo_devpanel", 1))
+            Sleep(1);
+    }
+
+    /// Files to be cleaned, half of them in a tree, and one beside them that nothing may happen to.
+    void fillTemp(int files) const
+    {
+        for (const std::wstring& directory : {temp, aps, aps + L"\\tree", kept})
+            CreateDirectoryW(directory.c_str(), nullptr);
+        for (int file = 0; file < files; ++file)
+            std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
+        std::ofstream((kept + L"\\file").c_str()) << "x";
+    }
+    void expectOnlyTheRest() const
+    {
+        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
+        EXPECT_EQ("x", readFile(kept + L"\\file"));
+    }
+
     const ProductRoot root;
+    std::mt19937 random = seeded();
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel",
+                       temp = panel + L"\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
 };
 
 std::string statusOf(const std::string& name, const std::string& status)
@@ -196,7 +244,6 @@ TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
 TEST_F(Program, AnswersEveryCommandBesideAPanel)
 {
     setConfig(L"SendFeedback", L"false"); // reports would come in between
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel";
     EXPECT_NE(
         std::string::npos, run(L"--get-disk-space").output.find("value=zrmpipe\r\n   at (registry::getstr line"));
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
@@ -226,38 +273,91 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
 TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
     setConfig(L"SendFeedback", L"false");
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
-    vexecutil service, command;
-    service.path = devpanel;
-    service.arguments = L"serve 20000";
-    startPatiently(service);
-    while (!WaitNamedPipeW(L"\\\\.\\pipe\\kelvo_devpanel", 100))
-        Sleep(10);
-    command.path = builtProgram(L"app\\mendkit.exe");
-    command.arguments = L"--get-disk-space";
-    command.captureStdout = true;
-    startPatiently(command);
-    EXPECT_FALSE(command.waitForExit(500));
-    service.terminate();
-    char output[1024] = "";
-    command.stdoutPipe.read(output, sizeof output - 1, 0);
-    EXPECT_TRUE(std::string(output).starts_with("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
-        << output;
-    EXPECT_EQ(1u, waitFor(command));
+    const wchar_t* const silence = L"60"; // per query; a command makes two
+    auto service = serve(silence);
+    int kills = 0, answers = 0;
+    for (const int inMidQuery = rounds(3, 200); kills - answers < inMidQuery && !HasFailure(); ++kills) {
+        ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+        ChildResult result{};
+        std::thread command([&] { result = run(L"--get-disk-space"); });
+        waitTillTaken();
+        Sleep(random() % 160);
+        service->terminate();
+        const ULONGLONG killed = GetTickCount64();
+        service = serve(silence);
+        command.join();
+        EXPECT_LT(GetTickCount64() - killed, 5'000u);
+        if (hasAnswered(result)) {
+            ++answers;
+            EXPECT_EQ("C:\\", jsonDocument(result.output)[0]["volume"].asString());
+        } else {
+            EXPECT_TRUE(result.output.starts_with("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
+                << result.output;
+        }
+    }
+    service->terminate();
+    figure(kills, "times the management service killed and started again under a command, of which");
+    figure(answers, "commands had what they needed, and answered");
+    figure(kills - answers, "commands failed with \"Pipe is finished\"");
+}
+
+TEST_F(Program, RunsWithAnyBytesInItsSettings)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    std::wstring pipe;
+    config::lookup(L"zrmpipe", pipe);
+    const wchar_t* const names[] = {L"PRODUCT_ROOT_D", L"PRODUCT_DATA_D", L"SendFeedback", L"Debug",
+        L"log_debug_enabled", L"log_util_exec_enabled", L"CrashDumpsEnabled", L"CrashDumpsLocation",
+        L"CrashDumpsMaxCount", L"PipeConnectTryCount", L"zrmpipe"};
+    const int count = rounds(10, 500);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+        for (const wchar_t* name : names) {
+            const std::string bytes = randomBytes(random, 8);
+            const DWORD types[] = {REG_SZ, REG_EXPAND_SZ, REG_DWORD, random() % 13};
+            RegSetValueExW(registry::open(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(),
+                name, 0, types[random() % 4], reinterpret_cast<const BYTE*>(bytes.data()),
+                static_cast<DWORD>(bytes.size()));
+        }
+        const bool isThere = random() % 4 != 0; // the one value that nothing works without
+        if (isThere)
+            setConfig(L"zrmpipe", pipe);
+        const ULONGLONG begun = GetTickCount64();
+        EXPECT_EQ(isThere, hasAnswered(run(random() % 2 ? L"--get-disk-space" : L"--get-system-resources")));
+        EXPECT_LT(GetTickCount64() - begun, 10'000u);
+    }
+    figure(count, "runs with random types and bytes in all settings");
+}
+
+TEST_F(Program, ShowsNoSecretOfAnyCall)
+{
+    setConfig(L"Debug", 1);
+    const wchar_t* const pieces[] = {L"--name", L"=", L" ", L"\"", L"\\", L"b", L"\t", L"\x416"};
+    const auto text = [&] {
+        std::wstring all;
+        for (unsigned length = random() % 8; length > 0; --length)
+            all += pieces[random() % std::size(pieces)];
+        return all;
+    };
+    const int count = rounds(10, 500);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        std::wstring call = random() % 2 ? L"--get-service-status" : quoteArgument(text());
+        for (unsigned others = random() % 4; others > 0; --others)
+            call += L" " + quoteArgument(text());
+        const ChildResult result = run(call + L" " + quoteArgument(L"--db-password=" + text() + L"\xa7" + text()));
+        EXPECT_LE(result.exitCode, 1u);
+        EXPECT_EQ(std::string::npos, result.output.find("\xc2\xa7")) << result.output;
+    }
+    EXPECT_EQ(std::wstring::npos, root.log().find(L'\xa7')) << testing::PrintToString(root.log());
+    figure(count, "runs with random arguments and a secret");
 }
 
 TEST_F(Program, FinishesACleaningThatWasKilled)
 {
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
-    const std::wstring temp = L"C:\\Program Files\\Kelvo Panel\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
-    for (const std::wstring& directory : {temp, aps, kept, aps + L"\\tree"})
-        CreateDirectoryW(directory.c_str(), nullptr);
-    for (int file = 0; file < 2000; ++file)
-        std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
-    std::ofstream((kept + L"\\file").c_str()) << "x";
+    fillTemp(2'000);
     const std::wstring first = aps + L"\\tree\\1";
 
     vexecutil command;
@@ -269,19 +369,42 @@ TEST_F(Program, FinishesACleaningThatWasKilled)
         Sleep(1);
     command.terminate();
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((aps + L"\\1998").c_str())) << "killed in the middle";
-    const ChildResult result = run(L"--free-disk-space");
-    EXPECT_EQ(0u, result.exitCode);
-    EXPECT_EQ(0u, result.output.find("[\r\n\t{\r\n\t\t\"free\" : ")) << result.output;
-    EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
-    EXPECT_EQ("x", readFile(kept + L"\\file"));
+    EXPECT_TRUE(hasAnswered(run(L"--free-disk-space")));
+    expectOnlyTheRest();
+}
+
+TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    const auto service = serve(L"0"), service2 = serve(L"0 kelvo_devpanel_2"); // each has one client at a time
+    const int count = rounds(1, 20), files = rounds(1'000, 4'000);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        fillTemp(files);
+        setConfig(L"zrmpipe", L"kelvo_devpanel");
+        ChildResult first{};
+        std::thread other([&] { first = run(L"--free-disk-space"); });
+        waitTillTaken();
+        setConfig(L"zrmpipe", L"kelvo_devpanel_2");
+        EXPECT_TRUE(hasAnswered(run(L"--free-disk-space")));
+        other.join();
+        EXPECT_TRUE(hasAnswered(first));
+        expectOnlyTheRest();
+    }
+    service->terminate();
+    service2->terminate();
+    figure(count, "times two cleanings at once of one tree, each of");
+    figure(files, "files");
 }
 
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
     setConfig(L"Debug", 1);
-    constexpr int count = 30;
-    const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", count);
-    EXPECT_EQ(count, std::count(codes.begin(), codes.end(), 0u));
+    constexpr int batch = 40;
+    const int count = batch * rounds(1, 25);
+    for (int begun = 0; begun < count; begun += batch) {
+        const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", batch);
+        EXPECT_EQ(batch, std::count(codes.begin(), codes.end(), 0u));
+    }
     const std::wstring log = root.log();
     EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff', 1)) << "one byte-order mark, at the start";
     const std::wregex record(
@@ -291,6 +414,8 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
         length += static_cast<std::size_t>(at->length());
     EXPECT_EQ(log.size(), 1 + length);
     EXPECT_EQ(3u * count, records);
+    figure(count, "processes in batches of 40 writing one debug log, with");
+    figure(static_cast<long long>(records), "records, each whole, and one byte-order mark");
 }
 
 TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
