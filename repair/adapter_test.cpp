@@ -2,9 +2,12 @@
 
 #include "repair/json_text.h"
 #include "repair/sysinfo_output.h"
+#include "runtime/text.h"
 #include "test/failure.h"
 #include "test/fake_system_helper.h"
+#include "test/json_document.h"
 #include "test/recording_handler.h"
+#include "test/stress.h"
 
 #include <regex>
 #include <tuple>
@@ -136,6 +139,28 @@ TEST_F(Adapter, CleansOnWhenAnEntryStaysButNotWhenADirectoryCannotBeRead)
         std::wregex(L"cleanDirectory line \\d+\\) cleanDirectory\\(C:\\\\dumps, 2\\)\n.*freeDiskSpace\\(\\)$")))
         << failure;
     EXPECT_EQ(4u, helper->calls.size()) << "nothing after it";
+}
+
+TEST_F(Adapter, AnswersInJsonWhateverAUtilityPrints)
+{
+    std::mt19937 random = seeded();
+    const char* const pieces[] = {"Total", ": ", ":", "\r\n", "\r", "\n", "7", "-", "1e38", "99999999999999999999",
+        "nan ", "\"", "\\", "\xc4", "/"};
+    const int count = rounds(2'000, 200'000);
+    std::size_t members = 0;
+    for (int round = 0; round < count; ++round) {
+        for (const wchar_t* question : {L"loadavg", L"memory", L"swap"}) {
+            std::string bytes = randomBytes(random, 8);
+            for (unsigned length = random() % 16; length > 0; --length)
+                bytes += random() % 8 ? pieces[random() % std::size(pieces)] : randomBytes(random, 3);
+            helper->outputs[question] = toWide(bytes, ansiCodePage);
+        }
+        const Json::Value answer = jsonDocument(toNarrow(adapter.getSystemResources(), utf8CodePage));
+        ASSERT_EQ(styledText(namedNumbers(helper->outputs[L"memory"])), styledText(answer["memory"]));
+        members += answer["memory"].size();
+    }
+    EXPECT_GT(members, 1'000u);
+    figure(3LL * count, "random outputs of a utility made into answers");
 }
 
 TEST(SysinfoOutput, MakesTheBestOfAnyText)

@@ -4,6 +4,7 @@
 #include "system/error_report_helpers.h"
 #include "test/child_process.h"
 #include "test/sandbox.h"
+#include "test/stress.h"
 
 #include <algorithm>
 #include <fstream>
@@ -130,6 +131,15 @@ TEST_F(ErrorReport, IsWellFormedWhateverItsTextsHold)
                   "<update_ticket>\xd0\x96 1" +
                   bad + bad + "</update_ticket></additional_info></error>",
         report);
+    std::mt19937 random = seeded();
+    const int count = rounds(5, 500);
+    for (int round = 0; round < count; ++round) {
+        const std::string ticket = randomBytes(random, 64), message = randomBytes(random, 64) + "xx";
+        setTicket(ticket);
+        EXPECT_TRUE(built({reinterpret_cast<const wchar_t*>(message.data()), message.size() / 2})
+                        .ends_with("</additional_info></error>"));
+    }
+    figure(count, "reports with a random ticket and message");
     setTicket(std::string(5'000'000, 'x'));
     EXPECT_EQ(1u << 20, helper->readFile(root.path() + L"\\var\\update_ticket").size());
     setTicket("");

@@ -2,9 +2,9 @@
 #include "runtime/vosexception.h"
 #include "system/default_system_helper.h"
 #include "test/failure.h"
+#include "test/stress.h"
 
 #include <list>
-#include <random>
 #include <set>
 
 namespace {
@@ -77,8 +77,9 @@ TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
         L"ä Ж \xd83d\xde00", std::wstring(200, L'n')};
     const DWORD attributes[] = {FILE_ATTRIBUTE_NORMAL, FILE_ATTRIBUTE_READONLY, FILE_ATTRIBUTE_HIDDEN,
         FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_READONLY};
-    std::mt19937 random(20261121);
-    for (int round = 0; round < 30; ++round) {
+    std::mt19937 random = seeded();
+    const int count = rounds(30, 1'000);
+    for (int round = 0; round < count; ++round) {
         std::list<UniqueFile> open;
         std::set<std::wstring> busy;
         std::vector<std::wstring> directories{clean};
@@ -110,6 +111,7 @@ TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
         EXPECT_TRUE(cleanAll().empty());
         EXPECT_EQ(L"", content(clean));
     }
+    figure(count, "directory trees with busy files cleaned");
 }
 
 TEST_P(Removal, GoesBeyondTheLengthOfOrdinaryPaths)

@@ -3,8 +3,10 @@
 #include "config/product_config.h"
 #include "config/registry.h"
 #include "test/child_process.h"
+#include "test/json_document.h"
 #include "test/own_service.h"
 #include "test/sandbox.h"
+#include "test/stress.h"
 
 #include <sddl.h>
 
@@ -13,6 +15,7 @@
 #include <algorithm>
 #include <fstream>
 #include <regex>
+#include <thread>
 
 namespace {
 
@@ -44,7 +47,60 @@ protected:
         return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
+    /// Code 0 and a whole document, or code 1 and a whole failure: no run may end otherwise. @return whether it is 0
+    static bool hasAnswered(const ChildResult& result)
+    {
+        const bool isDocument = !jsonDocument(result.output).isNull();
+        const bool isFailure = result.output.find("\n   at (vconsoleapp::run line 117) ") != std::string::npos &&
+                               result.output.find_first_of("{[") != 0;
+        EXPECT_TRUE(result.exitCode == 0 ? isDocument : result.exitCode == 1 && isFailure)
+            << result.exitCode << result.output;
+        return result.exitCode == 0;
+    }
+
+    static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
+
+    /// A management service with one client at a time, once it is there for it.
+    std::unique_ptr<vexecutil> serve(const wchar_t* silence, const wchar_t* pipe) const
+    {
+        auto service = std::make_unique<vexecutil>();
+        service->path = devpanel;
+        service->arguments = L"serve " + std::wstring(silence) + L" " + pipe;
+        startPatiently(*service);
+        while (!isFree(pipe))
+            Sleep(5);
+        return service;
+    }
+
+    /// A run that is under way, connected, when this returns.
+    std::thread startRun(const wchar_t* pipe, const wchar_t* command, ChildResult& result) const
+    {
+        setConfig(L"zrmpipe", pipe);
+        std::thread running([=, &result] { result = run(command); });
+        while (isFree(pipe))
+            Sleep(1);
+        return running;
+    }
+
+    /// Files to be cleaned, half of them in a tree, and one beside them that nothing may happen to.
+    void fillTemp(int files) const
+    {
+        for (const std::wstring& directory : {temp, aps, aps + L"\\tree", kept})
+            CreateDirectoryW(directory.c_str(), nullptr);
+        for (int file = 0; file < files; ++file)
+            std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
+        std::ofstream((kept + L"\\file").c_str()) << "x";
+    }
+    void expectOnlyTheRest() const
+    {
+        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
+        EXPECT_EQ("x", readFile(kept + L"\\file"));
+    }
+
     const ProductRoot root;
+    std::mt19937 random = seeded();
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel",
+                       temp = panel + L"\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
 };
 
 std::string statusOf(const std::string& name, const std::string& status)
@@ -114,27 +170,6 @@ TEST_F(Program, LogsTheCommandFromStartToEnd)
         << testing::PrintToString(log);
 }
 
-TEST_F(Program, AnswersWhateverIsWrongWithItsLogs)
-{
-    const std::string expected = statusOf("no_such_service", "invalid");
-    const auto check = [&] {
-        const ChildResult result = run(L"--get-service-status --name=no_such_service");
-        EXPECT_EQ(expected, result.output);
-        EXPECT_EQ(0u, result.exitCode);
-    };
-    setConfig(L"Debug", L"not a number");
-    check();
-    setConfig(L"Debug", 1);
-    setConfig(L"log_debug_enabled", L"x");
-    check();
-    setConfig(L"log_debug_enabled", 1);
-    setConfig(L"PRODUCT_ROOT_D", 5);
-    check();
-    setConfig(L"PRODUCT_ROOT_D", L"X:\\missing");
-    check();
-    EXPECT_EQ(L"", root.log());
-}
-
 TEST_F(Program, FailsWhenItsAnswerIsLost)
 {
     UniqueFile reader, writer;
@@ -196,7 +231,6 @@ TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
 TEST_F(Program, AnswersEveryCommandBesideAPanel)
 {
     setConfig(L"SendFeedback", L"false"); // reports would come in between
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel";
     EXPECT_NE(
         std::string::npos, run(L"--get-disk-space").output.find("value=zrmpipe\r\n   at (registry::getstr line"));
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
@@ -226,38 +260,66 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
 TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
     setConfig(L"SendFeedback", L"false");
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
-    vexecutil service, command;
-    service.path = devpanel;
-    service.arguments = L"serve 20000";
-    startPatiently(service);
-    while (!WaitNamedPipeW(L"\\\\.\\pipe\\kelvo_devpanel", 100))
-        Sleep(10);
-    command.path = builtProgram(L"app\\mendkit.exe");
-    command.arguments = L"--get-disk-space";
-    command.captureStdout = true;
-    startPatiently(command);
-    EXPECT_FALSE(command.waitForExit(500));
-    service.terminate();
-    char output[1024] = "";
-    command.stdoutPipe.read(output, sizeof output - 1, 0);
-    EXPECT_TRUE(std::string(output).starts_with("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
-        << output;
-    EXPECT_EQ(1u, waitFor(command));
+    const wchar_t *const pipe = L"killed", *const silence = L"60"; // milliseconds a query; a command makes two
+    auto service = serve(silence, pipe);
+    int answers = 0, failures = 0;
+    while (failures < rounds(3, 200) && !HasFailure()) {
+        ChildResult result{};
+        std::thread command = startRun(pipe, L"--get-disk-space", result);
+        Sleep(random() % 160);
+        const ULONGLONG killed = GetTickCount64();
+        service->terminate();
+        service = serve(silence, pipe);
+        command.join();
+        EXPECT_LT(GetTickCount64() - killed, 5'000u);
+        if (hasAnswered(result)) {
+            ++answers;
+            EXPECT_EQ("C:\\", jsonDocument(result.output)[0]["volume"].asString());
+        } else {
+            ++failures;
+            EXPECT_EQ(0u, result.output.find("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
+                << result.output;
+        }
+    }
+    service->terminate();
+    figure(failures, "commands whose management service was killed and started again in mid-query: they failed");
+    figure(answers, "commands whose management service was killed when they had their replies: they answered");
+}
+
+TEST_F(Program, RunsWithAnyBytesInItsSettings)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    std::wstring pipe;
+    config::lookup(L"zrmpipe", pipe);
+    const wchar_t* const names[] = {L"PRODUCT_ROOT_D", L"PRODUCT_DATA_D", L"SendFeedback", L"Debug",
+        L"log_debug_enabled", L"log_util_exec_enabled", L"CrashDumpsEnabled", L"CrashDumpsLocation",
+        L"CrashDumpsMaxCount", L"PipeConnectTryCount", L"zrmpipe"};
+    const int count = rounds(10, 500);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+        for (const wchar_t* name : names) {
+            const std::string bytes = randomBytes(random, 8);
+            const DWORD types[] = {REG_SZ, REG_EXPAND_SZ, REG_DWORD, random() % 13};
+            RegSetValueExW(registry::open(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(),
+                name, 0, types[random() % 4], reinterpret_cast<const BYTE*>(bytes.data()),
+                static_cast<DWORD>(bytes.size()));
+        }
+        const bool isThere = random() % 4 != 0; // the one value that nothing works without
+        if (isThere)
+            setConfig(L"zrmpipe", pipe);
+        const ULONGLONG begun = GetTickCount64();
+        EXPECT_EQ(isThere, hasAnswered(run(random() % 2 ? L"--get-disk-space" : L"--get-system-resources")));
+        EXPECT_LT(GetTickCount64() - begun, 10'000u);
+    }
+    figure(count, "runs with random types and bytes in all settings");
 }
 
 TEST_F(Program, FinishesACleaningThatWasKilled)
 {
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
-    const std::wstring temp = L"C:\\Program Files\\Kelvo Panel\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
-    for (const std::wstring& directory : {temp, aps, kept, aps + L"\\tree"})
-        CreateDirectoryW(directory.c_str(), nullptr);
-    for (int file = 0; file < 2000; ++file)
-        std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
-    std::ofstream((kept + L"\\file").c_str()) << "x";
+    fillTemp(2'000);
     const std::wstring first = aps + L"\\tree\\1";
 
     vexecutil command;
@@ -269,19 +331,38 @@ TEST_F(Program, FinishesACleaningThatWasKilled)
         Sleep(1);
     command.terminate();
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((aps + L"\\1998").c_str())) << "killed in the middle";
-    const ChildResult result = run(L"--free-disk-space");
-    EXPECT_EQ(0u, result.exitCode);
-    EXPECT_EQ(0u, result.output.find("[\r\n\t{\r\n\t\t\"free\" : ")) << result.output;
-    EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
-    EXPECT_EQ("x", readFile(kept + L"\\file"));
+    EXPECT_TRUE(hasAnswered(run(L"--free-disk-space")));
+    expectOnlyTheRest();
+}
+
+TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    const int count = rounds(1, 20), files = rounds(1'000, 4'000);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        fillTemp(files);
+        ChildResult results[2];
+        const auto service = serve(L"0", L"one"), other = serve(L"0", L"two");
+        std::thread first = startRun(L"one", L"--free-disk-space", results[0]);
+        startRun(L"two", L"--free-disk-space", results[1]).join();
+        first.join();
+        EXPECT_TRUE(hasAnswered(results[0]) && hasAnswered(results[1]));
+        expectOnlyTheRest();
+        service->terminate();
+        other->terminate();
+    }
+    figure(2LL * count, "cleanings, two at a time over one tree of 4,000 files");
 }
 
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
     setConfig(L"Debug", 1);
-    constexpr int count = 30;
-    const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", count);
-    EXPECT_EQ(count, std::count(codes.begin(), codes.end(), 0u));
+    constexpr int batch = 40;
+    const int count = batch * rounds(1, 25);
+    for (int begun = 0; begun < count; begun += batch) {
+        const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", batch);
+        EXPECT_EQ(batch, std::count(codes.begin(), codes.end(), 0u));
+    }
     const std::wstring log = root.log();
     EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff', 1)) << "one byte-order mark, at the start";
     const std::wregex record(
@@ -291,6 +372,7 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
         length += static_cast<std::size_t>(at->length());
     EXPECT_EQ(log.size(), 1 + length);
     EXPECT_EQ(3u * count, records);
+    figure(count, "processes in batches of 40 writing one debug log: each record whole, one byte-order mark");
 }
 
 TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
