@@ -2,9 +2,11 @@
 
 #include "logging/crash_dump_info.h"
 #include "logging/log_manager.h"
+#include "runtime/memory_reserve.h"
 
 #include <windows.h>
 
+#include <csignal>
 #include <exception>
 
 namespace {
@@ -19,9 +21,27 @@ const CrashDumpInfo crashDumpInfo;
     }
 }
 
+/// The C and C++ run times give up in this way when the system refuses them what they need, above all before the
+/// entry point. Nothing of theirs can be used any more, the log included.
+[[noreturn]] void endAfterAbort(int)
+{
+    constexpr char text[] = "Unexpected end of the program\r\n";
+    DWORD written = 0;
+    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text, sizeof text - 1, &written, nullptr);
+    endProcess();
+}
+
+constexpr int beforeAllOthers = 101; // the first priority that is not the compiler's own
+
+__attribute__((constructor(beforeAllOthers))) void catchAborts()
+{
+    std::signal(SIGABRT, endAfterAbort);
+}
+
 /// A second failure on the way out must not come back here: it ends the process at once.
 void disarm() noexcept
 {
+    openMemoryReserve(); // for what there is still to say
     std::set_terminate(endProcess);
     SetUnhandledExceptionFilter([](EXCEPTION_POINTERS*) -> LONG { endProcess(); });
 }

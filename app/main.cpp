@@ -7,12 +7,17 @@
 #include <windows.h>
 
 #include <memory>
+#include <optional>
 
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
     // First and last: every severe record of the run passes through it.
-    const SendErrorReport::LogHandler errorReports(std::make_shared<SendErrorReport::DefaultSystemHelper>());
+    std::optional<SendErrorReport::LogHandler> errorReports;
+    try {
+        errorReports.emplace(std::make_shared<SendErrorReport::DefaultSystemHelper>());
+    } catch (...) { // no memory: the command still runs, without reports
+    }
     KelvoRepair::Manager manager;
     SetErrorMode(SetErrorMode(0) | SEM_NOGPFAULTERRORBOX);
     try {

@@ -3,6 +3,7 @@
 #include "logging/log_manager.h"
 #include "runtime/format.h"
 #include "runtime/mask.h"
+#include "runtime/memory_reserve.h"
 #include "runtime/operation.h"
 #include "runtime/vexception.h"
 
@@ -69,9 +70,11 @@ std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noe
             });
     } catch (const vexception& failure) {
         result = 1;
+        openMemoryReserve();
         LogManager::log(LogLevel::Error, failure);
     } catch (...) { // the ladder itself failed: no memory
         result = 1;
+        openMemoryReserve();
         LogManager::log(LogLevel::Error, L"Unexpected error");
     }
     return result;

@@ -85,7 +85,16 @@ void LogManager::log(LogLevel level, const vexception& failure) noexcept
     try {
         instance().dispatch(level, failure.fullText(), &failure);
     } catch (...) {
+        noteLost(level);
     }
+}
+
+void LogManager::noteLost(LogLevel level) noexcept
+{
+    attempt([&] {
+        LogManager& manager = instance();
+        manager.consoleIntact_ = manager.consoleIntact_ && !isOn(manager.settings_->console, level);
+    });
 }
 
 void LogManager::dispatch(LogLevel level, const std::wstring& message, const vexception* failure)

@@ -21,7 +21,8 @@ public:
     {
         try {
             instance().dispatch(level, formatString(format, args...), nullptr);
-        } catch (...) { // nobody is left to tell
+        } catch (...) {
+            noteLost(level);
         }
     }
 
@@ -56,6 +57,9 @@ private:
     ~LogManager();
 
     static LogManager& instance();
+
+    /// Remembers that a record could not even be made: standard output misses it too.
+    static void noteLost(LogLevel level) noexcept;
 
     /// @param failure  the exception that the message is the text of; null for a plain message
     void dispatch(LogLevel level, const std::wstring& message, const vexception* failure);

@@ -4,6 +4,9 @@
 
 #include <json/writer.h>
 
+#include <memory>
+#include <sstream>
+
 std::string jsonText(const std::wstring& text)
 {
     return toNarrow(text, utf8CodePage);
@@ -13,5 +16,10 @@ std::wstring styledText(const Json::Value& value)
 {
     Json::StreamWriterBuilder builder;
     builder["emitUTF8"] = true; // toStyledString would write \uXXXX for every letter outside ASCII
-    return toWide(Json::writeString(builder, value) + "\n", utf8CodePage);
+    const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
+    std::ostringstream text;
+    // Without this a stream for whose text there is no memory leaves the rest of it out, and nobody notices.
+    text.exceptions(std::ios::badbit | std::ios::failbit);
+    writer->write(value, &text);
+    return toWide(text.str() + "\n", utf8CodePage);
 }
