@@ -25,7 +25,8 @@ namespace {
 
 constexpr LONG reserveSize = 64 * 1024;
 constexpr std::size_t largestBlock = 4096, alignment = 16;
-alignas(alignment) BYTE reserve[reserveSize];
+// Named, as the compiler would put its zeroes into the file.
+alignas(alignment) __attribute__((section(".bss"))) BYTE reserve[reserveSize];
 LONG used = 0;
 bool isOpen = false;
 

@@ -1,11 +1,8 @@
 // The program as its callers see it: whole processes, their standard output, exit code and log.
 
-#include "config/product_config.h"
-#include "config/registry.h"
-#include "test/child_process.h"
 #include "test/json_document.h"
 #include "test/own_service.h"
-#include "test/sandbox.h"
+#include "test/program.h"
 #include "test/stress.h"
 
 #include <sddl.h>
@@ -28,25 +25,10 @@ const std::string allCommands =
     "   --help\r\n   --get-service-status\r\n   --repair-kelvo-sql-server\r\n   --get-system-resources\r\n"
     "   --free-system-resources\r\n   --get-disk-space\r\n   --free-disk-space\r\n   --reboot";
 
-/// The product's real configuration key, with a product root of the test's own.
-class Program : public testing::Test
+/// The program beside a panel and others.
+class Program : public ProgramRun
 {
 protected:
-    Program() { setConfig(L"PRODUCT_ROOT_D", root.path()); }
-    ~Program() override
-    {
-        HKEY software = nullptr;
-        RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, &software);
-        RegDeleteTreeW(software, L"Kelvo");
-        RegCloseKey(software);
-        RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
-    }
-
-    static ChildResult run(const std::wstring& arguments, bool capture = true)
-    {
-        return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
-    }
-
     /// Code 0 and a whole document, or code 1 and a whole failure: no run may end otherwise. @return whether it is 0
     static bool hasAnswered(const ChildResult& result)
     {
@@ -97,7 +79,6 @@ protected:
         EXPECT_EQ("x", readFile(kept + L"\\file"));
     }
 
-    const ProductRoot root;
     std::mt19937 random = seeded();
     const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel",
                        temp = panel + L"\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";

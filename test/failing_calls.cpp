@@ -1,0 +1,240 @@
+// The program with one call into Windows that fails: mendkit as it is, but the addresses of the functions that it
+// imports lead through a gate, which counts the calls and answers one of them itself.
+
+#include "test/failing_calls.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+namespace {
+
+enum class Way
+{
+    fail,       // the answer is `value`, the last error `code`
+    shorten,    // of the bytes asked for, in the third argument, half are transferred
+    failForEver // this call and every later one of the function
+};
+
+struct Failure
+{
+    std::string_view functions; // by their names, parted by blanks
+    std::uint64_t value;
+    DWORD code;
+    Way way = Way::fail;
+};
+
+constexpr std::uint64_t none = 0, invalid = ~0ull;
+
+// A function in several rows can fail in each of these ways.
+constexpr Failure failures[] = {
+    {"malloc", none, ERROR_NOT_ENOUGH_MEMORY, Way::failForEver},
+    {"malloc calloc realloc HeapAlloc LocalAlloc SysAllocStringLen TlsSetValue _beginthreadex CreateWellKnownSid "
+     "CopySid "
+     "ConvertSidToStringSidW ConvertStringSidToSidW ConvertStringSecurityDescriptorToSecurityDescriptorW "
+     "FormatMessageW "
+     "GetModuleFileNameW LCMapStringEx WideCharToMultiByte InitializeProcThreadAttributeList "
+     "AddVectoredExceptionHandler "
+     "UpdateProcThreadAttribute",
+        none, ERROR_NOT_ENOUGH_MEMORY},
+    {"_vscwprintf _vsnwprintf _snwprintf TlsAlloc WaitForMultipleObjects", invalid, ERROR_NOT_ENOUGH_MEMORY},
+    {"PathAllocCombine PathAllocCanonicalize CoInitializeEx OleRun", 0x8007000e, 0}, // E_OUTOFMEMORY
+    {"ReadFile CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle CheckTokenMembership DuplicateToken "
+     "GetTokenInformation GetNamedPipeServerProcessId",
+        none, ERROR_NO_SYSTEM_RESOURCES},
+    {"RegGetValueW RegQueryValueExW RegSetValueExW SetEntriesInAclW", ERROR_NO_SYSTEM_RESOURCES, 0},
+    {"NtQueryObject", 0xc000009a, 0}, // STATUS_INSUFFICIENT_RESOURCES
+    {"CreateProcessW LoadLibraryA LoadLibraryW LoadLibraryExW", none, ERROR_COMMITMENT_LIMIT},
+    {"CreateFileW", invalid, ERROR_TOO_MANY_OPEN_FILES}, {"CreateNamedPipeW", invalid, ERROR_PIPE_BUSY},
+    {"CreateFileW GetFileAttributesW FindFirstFileW", invalid, ERROR_ACCESS_DENIED},
+    {"CreateMutexW OpenMutexW CreateProcessW CreateProcessAsUserW GetExitCodeProcess GetPriorityClass OpenProcess "
+     "OpenProcessToken OpenThreadToken DuplicateTokenEx OpenServiceW QueryServiceConfigW "
+     "GetFileInformationByHandleEx "
+     "SetFileInformationByHandle DeleteFileW SetCurrentDirectoryW OpenDesktopW OpenWindowStationW "
+     "SetProcessWindowStation",
+        none, ERROR_ACCESS_DENIED},
+    {"RegCreateKeyExW RegOpenKeyExW GetSecurityInfo SetSecurityInfo", ERROR_ACCESS_DENIED, 0},
+    {"NtCreateFile", 0xc0000022, 0}, {"NtCreateFile", 0xc0000043, 0}, // access denied, sharing violation
+    {"NtCreateFile", 0xc0000056, 0},                                  // delete pending
+    {"CreateFileW ReOpenFile", invalid, ERROR_SHARING_VIOLATION}, {"fputs fputws fflush", invalid, ERROR_DISK_FULL},
+    {"fwrite WriteFile", none, ERROR_DISK_FULL}, {"ReadFile WriteFile", none, 0, Way::shorten},
+    {"GetFileInformationByHandleEx FindNextFileW", none, ERROR_CRC}, {"GetDiskFreeSpaceExW", none, ERROR_NOT_READY},
+    {"ReadFile PeekNamedPipe", none, ERROR_BROKEN_PIPE}, {"WriteFile", none, ERROR_NO_DATA},
+    {"GetOverlappedResult", none, ERROR_OPERATION_ABORTED}, {"WaitNamedPipeW", none, ERROR_SEM_TIMEOUT},
+    {"SetNamedPipeHandleState", none, ERROR_PIPE_NOT_CONNECTED},
+    {"WaitForSingleObject", WAIT_FAILED, ERROR_INVALID_HANDLE},
+    {"WaitForSingleObject WaitForMultipleObjects", WAIT_ABANDONED, 0},
+    {"CreateMutexW", none, ERROR_INVALID_HANDLE}, // the name is that of something else
+    {"GetProcAddress GetModuleHandleW K32EnumProcessModules", none, ERROR_PROC_NOT_FOUND},
+    {"PathStripToRootW SHGetSpecialFolderPathW SetFilePointerEx SetDefaultDllDirectories SetProcessMitigationPolicy "
+     "SetThreadStackGuarantee SystemTimeToFileTime SetFileInformationByHandle GetAce DeviceIoControl",
+        none, ERROR_INVALID_PARAMETER},
+    {"MultiByteToWideChar", none, ERROR_NO_UNICODE_TRANSLATION},
+    {"RegGetValueW RegQueryValueExW RegOpenKeyExW", ERROR_FILE_NOT_FOUND, 0},
+    {"OpenSCManagerW RegisterEventSourceW QueryServiceStatus", none, RPC_S_SERVER_UNAVAILABLE},
+    {"ReportEventW", none, ERROR_LOG_FILE_FULL}, {"CoCreateInstance", 0x80040154, 0}, // REGDB_E_CLASSNOTREG
+};
+static_assert(std::size(failures) <= 64);
+
+struct Function
+{
+    std::string_view name;
+    std::uint64_t failures; // a bit for each row
+    void* address;
+};
+constinit Function functions[200] = {}; // filled before constructors run
+std::uint32_t functionCount = 0;
+constexpr std::size_t thunkSize = 32;
+BYTE* thunks = nullptr; // one for each function
+decltype(&GetProcAddress) realGetProcAddress = nullptr;
+FailingCall* shared = nullptr;
+
+} // namespace
+
+extern "C" {
+
+void gate();
+
+/// One call. @param arguments  the first four, the last one first @return the function to go on to; null: the answer
+/// stands in the place of the first argument
+__attribute__((used)) void* passGate(std::uint32_t index, std::uint64_t* arguments)
+{
+    const Function& function = functions[index];
+    ++shared->calls;
+    for (std::size_t row = 0; row < std::size(failures); ++row) {
+        const Failure& failure = failures[row];
+        if (!(function.failures >> row & 1))
+            continue;
+        const bool isTurn = ++shared->possible == shared->wanted;
+        if (!isTurn && !(shared->forEver && failure.way == Way::failForEver))
+            continue;
+        function.name.copy(shared->function, sizeof shared->function - 1);
+        shared->forEver = failure.way == Way::failForEver;
+        if (failure.way == Way::shorten) {
+            arguments[1] = (arguments[1] + 1) / 2;
+            return function.address;
+        }
+        SetLastError(failure.code);
+        arguments[3] = failure.value;
+        return nullptr;
+    }
+    return function.address;
+}
+}
+
+// Leaves the stack and the argument registers as they were: the function gets the call as if it had been made to it.
+__asm__(R"(
+gate:
+    pushq %rcx
+    pushq %rdx
+    pushq %r8
+    pushq %r9
+    subq $40, %rsp
+    movl %eax, %ecx
+    leaq 40(%rsp), %rdx
+    call passGate
+    addq $40, %rsp
+    popq %r9
+    popq %r8
+    popq %rdx
+    popq %rcx
+    testq %rax, %rax
+    jz 1f
+    jmp *%rax
+1:  movq %rcx, %rax
+    ret
+)");
+
+namespace {
+
+FARPROC WINAPI getProcAddress(HMODULE module, const char* name);
+
+/// Whether the name stands among the names.
+bool isAmong(std::string_view names, std::string_view name)
+{
+    for (std::size_t at = names.find(name); at != std::string_view::npos; at = names.find(name, at + 1)) {
+        const std::string_view behind = names.substr(at + name.size());
+        if ((at == 0 || names[at - 1] == ' ') && (behind.empty() || behind.front() == ' '))
+            return true;
+    }
+    return false;
+}
+
+/// The function, or the way to it through the gate when it is one that can fail.
+void* guarded(std::string_view name, void* address)
+{
+    Function function{name, 0, name == "GetProcAddress" ? reinterpret_cast<void*>(getProcAddress) : address};
+    for (std::size_t row = 0; row < std::size(failures); ++row)
+        function.failures |= std::uint64_t{isAmong(failures[row].functions, name)} << row;
+    if (function.failures == 0 || !address)
+        return address;
+    const std::uint32_t index = functionCount++;
+    functions[index] = function;
+    BYTE* const thunk = thunks + index * thunkSize;
+    void (*const target)() = gate;
+    memcpy(thunk, "\xb8", 1); // mov eax, index
+    memcpy(thunk + 1, &index, 4);
+    memcpy(thunk + 5, "\x49\xbb", 2); // mov r11, gate
+    memcpy(thunk + 7, &target, 8);
+    memcpy(thunk + 15, "\x41\xff\xe3", 3); // jmp r11
+    return thunk;
+}
+
+/// Functions that are bound late go through the gate as well.
+FARPROC WINAPI getProcAddress(HMODULE module, const char* name)
+{
+    void* const function = reinterpret_cast<void*>(realGetProcAddress(module, name));
+    return reinterpret_cast<FARPROC>(guarded(name, function));
+}
+
+void attach()
+{
+    wchar_t name[64];
+    const DWORD length = GetEnvironmentVariableW(FailingCall::variable, name, std::size(name));
+    const HANDLE section = length ? OpenFileMappingW(FILE_MAP_WRITE, FALSE, name) : nullptr;
+    static FailingCall alone;
+    shared =
+        section ? static_cast<FailingCall*>(MapViewOfFile(section, FILE_MAP_WRITE, 0, 0, sizeof *shared)) : &alone;
+    if (section)
+        CloseHandle(section);
+}
+
+/// One by one: Wine has no count of them.
+void countHandles()
+{
+    constexpr std::uintptr_t step = 4, highest = 2000;
+    DWORD flags = 0;
+    for (std::uintptr_t handle = step; handle < highest; handle += step)
+        shared->handles += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) ? 1 : 0;
+}
+
+// Before any other constructor of the program.
+#pragma GCC diagnostic ignored "-Wprio-ctor-dtor"
+__attribute__((constructor(100))) void patchImports()
+{
+    attach();
+    atexit(countHandles); // the first to be told is the last to be called
+    thunks = static_cast<BYTE*>(
+        VirtualAlloc(nullptr, std::size(functions) * thunkSize, MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
+    realGetProcAddress = GetProcAddress;
+
+    auto* const base = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
+    const auto* const headers =
+        reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    DWORD old = 0;
+    VirtualProtect(base + imports.VirtualAddress, imports.Size, PAGE_READWRITE, &old);
+    for (auto* library = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress); library->Name;
+         ++library) {
+        auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
+        auto* addresses = reinterpret_cast<void**>(base + library->FirstThunk);
+        for (; names->u1.AddressOfData; ++names, ++addresses) {
+            const char* const name = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData)->Name;
+            *addresses = guarded(name, *addresses);
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,212 @@
+// Every command once for each way in which one of its calls into Windows can fail; a sample of them unless all are
+// asked for.
+
+#include "config/con_pipe.h"
+#include "devpanel/pipe_service.h"
+#include "runtime/vmutex.h"
+#include "test/failing_calls.h"
+#include "test/program.h"
+
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <regex>
+#include <set>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+const char resources[] = "{\"cpu\" : {\"last#min\" : #,\"last#min\" : #,\"last#min\" : #,\"unit\" : \"%\"},"
+                         "\"memory\" : {\"free\" : #,\"total\" : #,\"used\" : #},"
+                         "\"swap\" : {\"free\" : #,\"total\" : #,\"used\" : #}}",
+           disks[] = "[{\"free\" : #,\"total\" : #,\"used\" : #,\"volume\" : \"C:\\\\\"}]",
+           status[] = "{\"name\" : \"KelvoSQLServer\",\"status\" : \"stopped\"}";
+
+struct Command
+{
+    const wchar_t* arguments;
+    std::string answer; // without line breaks and tabs, # for numbers
+    std::uint32_t exitCode = 0;
+    bool isVerbose = false; // logs all it does, and reports failures
+} const commands[] = {{L"--help", "usage: mendkit [options] ...--help--get-service-status --name=<service>"
+                                  "--repair-kelvo-sql-server--get-system-resources--free-system-resources"
+                                  "--get-disk-space--free-disk-space--reboot --timeout=<seconds>"},
+    {L"--get-service-status --name=KelvoSQLServer", status}, {L"--repair-kelvo-sql-server", status},
+    {L"--get-system-resources", resources}, {L"--free-system-resources", resources}, {L"--get-disk-space", disks},
+    {L"--free-disk-space", disks}, {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}"},
+    {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}", 0, true},
+    {L"--bogus", "command --bogus not supported", 1, true}};
+
+const fs::path panel = panelRoot, cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
+
+constexpr wchar_t pipe[] = L"\\\\.\\pipe\\kelvo_devpanel";
+
+/// Size and time of the last change.
+using Files = std::map<fs::path, std::pair<std::uintmax_t, fs::file_time_type>>;
+
+void makeFile(const fs::path& file)
+{
+    fs::create_directories(file.parent_path());
+    std::ofstream(file) << "x";
+}
+
+/// Everything of the panel that stays as it is, and where temporary files would lie.
+Files filesToKeep(const fs::path& root)
+{
+    Files found;
+    for (const fs::path& top : {root, panel}) {
+        for (const fs::directory_entry& entry : fs::recursive_directory_iterator(top)) {
+            const std::wstring path = entry.path().wstring();
+            const auto holds = [&](const fs::path& directory) { return path.starts_with(directory.wstring()); };
+            if (std::none_of(std::begin(cleaned), std::end(cleaned), holds) && !path.ends_with(L".log")) {
+                const bool isFile = entry.is_regular_file();
+                found[path] = {
+                    isFile ? entry.file_size() : 0, isFile ? entry.last_write_time() : fs::file_time_type()};
+            }
+        }
+    }
+    return found;
+}
+
+/// What the C++ run time cannot live without, and cannot do without before the entry point.
+const std::set<std::string> vital{"TlsAlloc", "TlsSetValue", "DuplicateHandle"};
+
+/// How many processes of the job are still there.
+std::size_t processesOf(HANDLE job)
+{
+    struct
+    {
+        JOBOBJECT_BASIC_PROCESS_ID_LIST list;
+        ULONG_PTR more[20];
+    } found{};
+    EXPECT_TRUE(QueryInformationJobObject(job, JobObjectBasicProcessIdList, &found, sizeof found, nullptr));
+    const ULONG_PTR* const ids = found.list.ProcessIdList;
+    return static_cast<std::size_t>(std::count_if(ids, ids + found.list.NumberOfProcessIdsInList, [](ULONG_PTR id) {
+        const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, static_cast<DWORD>(id)));
+        wchar_t name[MAX_PATH] = L"";
+        DWORD size = MAX_PATH;
+        QueryFullProcessImageNameW(process.get(), 0, name, &size);
+        return !std::wstring(name).ends_with(L"conhost.exe"); // the system's, which goes when it likes
+    }));
+}
+
+class FailingCalls : public ProgramRun, public testing::WithParamInterface<std::size_t>
+{
+protected:
+    FailingCalls()
+    {
+        for (const wchar_t* mode : {L"install", L"ensure"})
+            EXPECT_EQ(0u, runChild(builtProgram(L"devpanel\\devpanel.exe"), mode).exitCode);
+        setConfig(L"PRODUCT_ROOT_D", root.path());
+        setConfig(L"CrashDumpsEnabled", 0);
+        setConfig(L"SendFeedback", command.isVerbose ? L"true" : L"false");
+        setConfig(L"Debug", command.isVerbose);
+        setConfig(L"log_util_exec_enabled", command.isVerbose);
+        fs::copy_file(
+            builtProgram(L"devpanel\\devutility.exe"), root.path() + L"\\admin\\bin\\send-error-report.exe");
+        makeFile(panel / L"tmp\\kept\\file");
+        makeFile(panel / L"PrivateTempest\\file");
+        SetEnvironmentVariableW(L"TMP", root.path().c_str()); // temporary files would be noticed there
+
+        const std::wstring name = L"mendkit_failing_call_" + std::to_wstring(GetCurrentProcessId());
+        section_.reset(
+            CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, sizeof(FailingCall), name.c_str()));
+        call = static_cast<FailingCall*>(MapViewOfFile(section_.get(), FILE_MAP_WRITE, 0, 0, sizeof *call));
+        SetEnvironmentVariableW(FailingCall::variable, name.c_str());
+    }
+    ~FailingCalls() override
+    {
+        SetEnvironmentVariableW(L"TMP", nullptr); // it goes with the root
+        UnmapViewOfFile(call);
+    }
+
+    /// One run. @param wanted  which of the possible failures happens, from 1; 0: none @return the exit code
+    std::uint32_t run(LONG wanted)
+    {
+        Con::ClientOverlappedPipe().create(pipe, 10); // being asked makes the panel's service stay
+        WaitNamedPipeW(pipe, 5000);
+        for (const fs::path& directory : cleaned)
+            makeFile(directory / L"tree" / L"file");
+        const std::wstring outputFile = root.path() + L"\\output.log";
+        DeleteFileW(outputFile.c_str());
+        DeleteFileW(root.logFile(L"debug").c_str());
+        const Files before = filesToKeep(root.path());
+
+        *call = {};
+        call->wanted = wanted;
+        const UniqueHandle job(CreateJobObjectW(nullptr, nullptr));
+        vexecutil child;
+        child.path = builtProgram(L"test\\failing_calls.exe");
+        child.arguments = command.arguments;
+        child.stdoutFile = outputFile;
+        child.stderrToStdout = child.suspended = true;
+        startPatiently(child);
+        EXPECT_TRUE(AssignProcessToJobObject(job.get(), child.process.get()));
+        ResumeThread(child.thread.get());
+        const bool ended = child.waitForExit(20'000);
+        child.terminate();
+        const std::uint32_t code = child.exitCode();
+
+        const std::string output = readFile(outputFile);
+        const std::wstring log = root.log();
+        const testing::ScopedTrace trace(__FILE__, __LINE__,
+            testing::Message() << "failure " << wanted << " of " << call->function
+                               << (call->forEver ? " for ever" : "") << ", exit code " << code << "\n"
+                               << output << testing::PrintToString(log));
+        EXPECT_TRUE(ended);
+        EXPECT_LE(call->handles, mostHandles);
+        for (int patience = command.isVerbose ? 200 : 0; processesOf(job.get()) > 0 && patience > 0; --patience)
+            Sleep(10); // a report may still be under way
+        EXPECT_EQ(0u, processesOf(job.get()));
+        EXPECT_EQ(before, filesToKeep(root.path()));
+        for (const UniqueHandle& mutex : mutexes_) {
+            EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(mutex.get(), 5000)) << "a mutex was left locked";
+            ReleaseMutex(mutex.get());
+        }
+        const std::string text = std::regex_replace(output, std::regex("[\r\n\t]"), ""),
+                          flat = std::regex_replace(text, std::regex("[0-9]+"), "#");
+        if (code == 0) {
+            EXPECT_EQ(command.answer, flat);
+        } else if (output != "Unexpected end of the program\r\n" || !vital.contains(call->function)) {
+            EXPECT_EQ(1u, code);
+            EXPECT_NE(0, call->handles) << "it came to its end";
+            EXPECT_TRUE(log.find(L" Error: ") != std::wstring::npos || flat.find("   at (") != std::string::npos);
+            EXPECT_TRUE(
+                flat.find(command.answer.substr(0, 8)) == std::string::npos || command.exitCode == 1 ||
+                call->function == std::string("fflush")) // which leaves the text in its buffer, unlike a real one
+                << "a part of the answer";
+        }
+        return code;
+    }
+
+    const Command& command = commands[GetParam()];
+    FailingCall* call = nullptr;
+    LONG mostHandles = 1000;
+
+private:
+    UniqueHandle section_;
+    const UniqueHandle mutexes_[2] = {UniqueHandle(CreateMutexW(nullptr, FALSE, L"kelvolog_debug_mutex")),
+        UniqueHandle(CreateMutexW(nullptr, FALSE, L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}"))};
+};
+
+} // namespace
+
+TEST_P(FailingCalls, EndInAWholeAnswerOrAFailure)
+{
+    EXPECT_EQ(command.exitCode, run(0));
+    for (const fs::path& directory : cleaned)
+        EXPECT_EQ(command.arguments == std::wstring(L"--free-disk-space"), !fs::exists(directory / L"tree"));
+    const LONG calls = call->calls, possible = call->possible;
+    mostHandles = call->handles + (command.isVerbose ? 50 : 1); // COM has some; a lock of the run time may come late
+    const LONG step = _wgetenv(L"MENDKIT_TEST_FULL") ? 1 : std::max(possible / 12, 1L) | 1;
+    LONG runs = 0, failed = 0;
+    for (LONG wanted = 1; wanted <= possible; wanted += step, ++runs)
+        failed += run(wanted) == 0 ? 0 : 1;
+    EXPECT_EQ(command.exitCode, run(0)) << "nothing is left of the failures";
+    std::cout << "Figure: " << std::string(command.arguments, command.arguments + wcslen(command.arguments))
+              << (command.isVerbose ? ", logged and reported" : "") << ": " << calls << " calls, " << possible
+              << " failures, " << runs << " runs, " << failed << " with exit code 1\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, FailingCalls, testing::Range(std::size_t{0}, std::size(commands)));
