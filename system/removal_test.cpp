@@ -111,7 +111,7 @@ TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
         EXPECT_TRUE(cleanAll().empty());
         EXPECT_EQ(L"", content(clean));
     }
-    figure(count, "directory trees with busy files cleaned");
+    figure(count, "directory trees with busy files cleaned, on one of two volumes");
 }
 
 TEST_P(Removal, GoesBeyondTheLengthOfOrdinaryPaths)
