@@ -38,15 +38,6 @@ const std::string good = serviceReply("\x07\0\0\0\x02"
                                       "C\0:\0\x16\x04"s);
 const std::wstring unexpectedEnd = L"!Unexpected end of data when read from serializer.";
 
-/// An answer with some bytes changed, cut or longer.
-std::string disturbed(std::mt19937& random, std::string bytes)
-{
-    for (unsigned changes = random() % 4; changes > 0; --changes)
-        bytes[random() % bytes.size()] = static_cast<char>(random());
-    bytes.resize(random() % (bytes.size() + 3));
-    return bytes;
-}
-
 } // namespace
 
 TEST_F(ServiceClient, SendsTheWireFormat)
@@ -101,10 +92,6 @@ TEST_F(ServiceClient, MakesSenseOfEveryReply)
 TEST_F(ServiceClient, EndsWhenNobodyAnswers)
 {
     setConfig(L"PipeConnectTryCount", 2);
-    EXPECT_TRUE(ask().ends_with(L" at lookup subKey=SOFTWARE\\Kelvo\\ZRM Config\\Config value=zrmpipe"));
-    setConfig(L"zrmpipe", L"mendkit_test_none");
-    EXPECT_TRUE(ask().ends_with(L"(Error code 2) at Unable to connect to pipe \\\\.\\pipe\\mendkit_test_none"));
-
     ScriptedPipe silent({{}, 0, 3000});
     setConfig(L"zrmpipe", silent.name());
     EXPECT_TRUE(ask(200).ends_with(L"(Error code 258) at Unable to complete pipe operation"));
@@ -141,29 +128,16 @@ TEST_F(ServiceClient, ConnectsAnewWhenTheExchangeIsDisturbed)
         << log.lines[0];
 }
 
-TEST_F(ServiceClient, EndsWhateverItIsSent)
-{
-    std::mt19937 random = seeded();
-    const int count = rounds(50, 3'000);
-    for (int round = 0; round < count; ++round) {
-        const std::string reply = disturbed(random, good);
-        ScriptedPipe service({{reply}, random() % 3}, random() % 2 != 0);
-        setConfig(L"zrmpipe", service.name());
-        const ULONGLONG begun = GetTickCount64();
-        EXPECT_LT(ask().size(), 80u) << testing::PrintToString(reply);
-        EXPECT_LT(GetTickCount64() - begun, 4'000u) << "waited for more: " << testing::PrintToString(reply);
-    }
-    figure(count, "disturbed replies over a real pipe");
-}
-
 TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
 {
     std::mt19937 random = seeded();
     int texts = 0, failures = 0;
     const int count = rounds(200'000, 5'000'000);
     for (int round = 0; round < count; ++round) {
-        const std::string bytes =
-            disturbed(random, random() % 2 ? good.substr(4) : std::string("\xff\xff\xff\xff", 4) + good.substr(4));
+        std::string bytes = random() % 2 ? good.substr(4) : "\xff\xff\xff\xff" + good.substr(4);
+        for (unsigned changes = random() % 4; changes > 0; --changes)
+            bytes[random() % bytes.size()] = static_cast<char>(random());
+        bytes.resize(random() % (bytes.size() + 3));
         // A heap block of just this size: a read beyond it may fault, a text beyond it shows.
         const std::vector<char> exact(bytes.begin(), bytes.end());
         try {
