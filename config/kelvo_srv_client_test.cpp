@@ -3,8 +3,8 @@
 #include "test/failure.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
+#include "test/stress.h"
 
-#include <random>
 #include <regex>
 
 using namespace std::string_literals;
@@ -92,10 +92,6 @@ TEST_F(ServiceClient, MakesSenseOfEveryReply)
 TEST_F(ServiceClient, EndsWhenNobodyAnswers)
 {
     setConfig(L"PipeConnectTryCount", 2);
-    EXPECT_TRUE(ask().ends_with(L" at lookup subKey=SOFTWARE\\Kelvo\\ZRM Config\\Config value=zrmpipe"));
-    setConfig(L"zrmpipe", L"mendkit_test_none");
-    EXPECT_TRUE(ask().ends_with(L"(Error code 2) at Unable to connect to pipe \\\\.\\pipe\\mendkit_test_none"));
-
     ScriptedPipe silent({{}, 0, 3000});
     setConfig(L"zrmpipe", silent.name());
     EXPECT_TRUE(ask(200).ends_with(L"(Error code 258) at Unable to complete pipe operation"));
@@ -134,10 +130,11 @@ TEST_F(ServiceClient, ConnectsAnewWhenTheExchangeIsDisturbed)
 
 TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
 {
-    std::mt19937 random(20261121);
+    std::mt19937 random = seeded();
     int texts = 0, failures = 0;
-    for (int round = 0; round < 200'000; ++round) {
-        std::string bytes = random() % 2 ? good.substr(4) : std::string("\xff\xff\xff\xff", 4) + good.substr(4);
+    const int count = rounds(200'000, 5'000'000);
+    for (int round = 0; round < count; ++round) {
+        std::string bytes = random() % 2 ? good.substr(4) : "\xff\xff\xff\xff" + good.substr(4);
         for (unsigned changes = random() % 4; changes > 0; --changes)
             bytes[random() % bytes.size()] = static_cast<char>(random());
         bytes.resize(random() % (bytes.size() + 3));
@@ -152,4 +149,5 @@ TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
     }
     EXPECT_GT(texts, 10'000);
     EXPECT_GT(failures, 10'000);
+    figure(count, "disturbed replies in memory");
 }

@@ -1,7 +1,5 @@
 #include "config/registry.h"
 
-#include "config/cached_number.h"
-#include "config/product_config.h"
 #include "runtime/vosexception.h"
 #include "test/failure.h"
 #include "test/sandbox.h"
@@ -51,9 +49,6 @@ TEST_F(Registry, NamesWhatItCouldNotUse)
         std::initializer_list<std::pair<std::function<void()>, std::wstring>>{
             {[&] { registry::lookup(opened.get(), L"binary", number); }, L"RegQueryValueEx invalid type of 'binary'"},
             {[&] { registry::lookup(opened.get(), L"short", number); }, L"RegQueryValueEx invalid size of 'short'"},
-            {[&] { registry::lookup(HKEY_LOCAL_MACHINE, key, L"binary", number, 1); },
-                L"RegQueryValueEx invalid type of 'Software\\Test\\binary'"},
-            {[&] { registry::lookup(opened.get(), L"number", text); }, L"RegGetValue invalid type of 'number'"},
             {[&] { registry::getstr(HKEY_LOCAL_MACHINE, key, L"binary", 1); },
                 L"RegGetValue invalid type of 'Software\\Test\\binary'"},
             {[&] { registry::getstr(HKEY_LOCAL_MACHINE, key, L"none", 1); },
@@ -66,37 +61,4 @@ TEST_F(Registry, NamesWhatItCouldNotUse)
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, registry::lookup(HKEY_LOCAL_MACHINE, L"no\\key", L"number", number, 1));
     EXPECT_EQ(7u, number);
     EXPECT_EQ(L"before", text);
-}
-
-TEST(RegistryViews, AreSeparate)
-{
-    const std::wstring own = L"SOFTWARE\\mendkit_test_" + std::to_wstring(GetCurrentProcessId());
-    registry::set(registry::create(HKEY_LOCAL_MACHINE, own, KEY_WRITE | KEY_WOW64_32KEY).get(), L"in", 32);
-    registry::set(registry::create(HKEY_LOCAL_MACHINE, own, KEY_WRITE | KEY_WOW64_64KEY).get(), L"in", 64);
-    for (const auto& [view, in] : {std::pair{0, 64u}, {1, 32u}, {2, 64u}, {3, 64u}, {4, 64u}}) {
-        DWORD number = 0;
-        registry::lookup(HKEY_LOCAL_MACHINE, own, L"in", number, view);
-        EXPECT_EQ(in, number) << view;
-    }
-    RegDeleteKeyExW(HKEY_LOCAL_MACHINE, own.c_str(), KEY_WOW64_32KEY, 0);
-    RegDeleteKeyExW(HKEY_LOCAL_MACHINE, own.c_str(), KEY_WOW64_64KEY, 0);
-}
-
-TEST_F(Registry, CachedNumbersAreReadEverySixteenthTime)
-{
-    CachedNumber cached(L"Debug");
-    const auto query = [&](int times) {
-        for (; times > 1; --times)
-            cached.query();
-        return cached.query();
-    };
-    EXPECT_EQ(0u, query(1));
-    setConfig(L"Debug", 5);
-    EXPECT_EQ(0u, query(15));
-    EXPECT_EQ(5u, query(1));
-    setConfig(L"Debug", L"text");
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(5u, query(15));
-        EXPECT_THROW(cached.query(), vexception);
-    }
 }

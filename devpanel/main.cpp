@@ -1,4 +1,5 @@
-// Stands in for the panel on machines that have none: devpanel install | ensure | serve [silence] | service [state]
+// Stands in for the panel on machines that have none: devpanel install | ensure | serve [silence [pipe]] | service
+// [state]
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
@@ -49,7 +50,7 @@ int wmain(int argc, wchar_t** argv)
         } else if (mode == L"ensure") {
             ensurePipe();
         } else if (mode == L"serve") {
-            servePipe(argc > 2 ? static_cast<DWORD>(_wtoi(argv[2])) : 0);
+            servePipe(argc > 2 ? static_cast<DWORD>(_wtoi(argv[2])) : 0, argc > 3 ? argv[3] : panelPipe);
         } else if (mode == L"service") {
             if (argc > 2)
                 wantedState = static_cast<DWORD>(_wtoi(argv[2]));

@@ -8,7 +8,7 @@
 
 namespace {
 
-const std::wstring pipeName = std::wstring(L"\\\\.\\pipe\\") + panelPipe;
+const std::wstring pipes = L"\\\\.\\pipe\\";
 
 /// The bytes of a message: its length, then that many. Empty when the client has gone.
 std::string readMessage(Con::OverlappedPipe& pipe)
@@ -51,12 +51,12 @@ std::string replyTo(const std::string& message)
 
 } // namespace
 
-void servePipe(DWORD silenceMilliseconds)
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name)
 {
     constexpr DWORD idle = 5000, longestCommand = 600'000; // a client keeps its connection while it works
     Con::ServerOverlappedPipe pipe(longestCommand);
     try {
-        pipe.create(pipeName, PIPE_ACCESS_DUPLEX);
+        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX);
     } catch (const vexception&) {
         return;
     }
@@ -79,7 +79,7 @@ void ensurePipe()
     bool started = false;
     for (int attempt = 0; attempt < 500; ++attempt) {
         try {
-            client.create(pipeName, 10); // being asked makes the service stay
+            client.create(pipes + panelPipe, 10); // being asked makes the service stay
             return;
         } catch (const vexception&) {
         }

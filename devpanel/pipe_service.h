@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <string>
+
 // The stand-in for the panel's management service.
 
 inline constexpr wchar_t panelRoot[] = L"C:\\Program Files\\Kelvo Panel";
@@ -9,7 +11,8 @@ inline constexpr wchar_t panelPipe[] = L"kelvo_devpanel";
 
 /// Serves the pipe until nobody has asked for some seconds. Returns at once when somebody else serves it.
 /// @param silenceMilliseconds  before each reply
-void servePipe(DWORD silenceMilliseconds);
+/// @param name  of the pipe, which serves one client at a time
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name = panelPipe);
 
 /// Makes sure that the pipe is served for the next seconds.
 void ensurePipe();

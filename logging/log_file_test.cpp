@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <regex>
+#include <thread>
 
 namespace {
 
@@ -20,11 +21,6 @@ protected:
     const ProductRoot root;
 };
 
-bool mutexExists(const wchar_t* name)
-{
-    return UniqueHandle(OpenMutexW(SYNCHRONIZE, FALSE, name)).get() != nullptr;
-}
-
 } // namespace
 
 TEST_F(Logs, AreWrittenOnlyWhenEnabled)
@@ -34,10 +30,12 @@ TEST_F(Logs, AreWrittenOnlyWhenEnabled)
     LogFile(L"default", false).write(L"x");
     EXPECT_EQ(L"", root.log(L"off") + root.log(L"default"));
     LogFile off(L"off", true);
-    EXPECT_FALSE(mutexExists(L"kelvolog_off_mutex"));
+    EXPECT_FALSE(UniqueHandle(OpenMutexW(SYNCHRONIZE, FALSE, L"kelvolog_off_mutex")));
     setConfig(L"log_default_enabled", 1);
     LogFile on(L"default", false);
-    EXPECT_TRUE(mutexExists(L"kelvolog_default_mutex"));
+    const UniqueHandle mutex(OpenMutexW(SYNCHRONIZE, FALSE, L"kelvolog_default_mutex"));
+    ASSERT_TRUE(mutex);
+    std::thread([&] { WaitForSingleObject(mutex.get(), INFINITE); }).join(); // dies with the mutex
     on.write(L"x");
     EXPECT_NE(L"", root.log(L"default"));
 }
@@ -57,16 +55,16 @@ TEST_F(Logs, FailureOfOneSinkCostsNoOtherItsRecord)
     } throwing;
     RecordingHandler handler;
     testing::internal::CaptureStdout();
-    LogManager::log(LogLevel::Error, L"%s %d", L"one", 2);
+    LogManager::log(LogLevel::Error, L"%S %I64u", "one", ~0ull);
     LogManager::log(LogLevel::Result, nullptr); // a format that cannot be used: no record at all
     LogManager::log(LogLevel::Result, L"%s", L"Ж");
     LogManager::log(LogLevel::Info, L"quiet");
-    LogManager::log(LogLevel::Error, vexception(L"failure", {"f", 1}));
-    EXPECT_EQ("one 2\n\xd0\x96\nfailure\n   at (f line 1)", testing::internal::GetCapturedStdout());
+    LogManager::log(LogLevel::Error, vexception(L"%s%n", {"f", 1}));
+    EXPECT_EQ("one 18446744073709551615\n\xd0\x96\n%s%n\n   at (f line 1)", testing::internal::GetCapturedStdout());
     ASSERT_EQ(4u, handler.records.size());
     EXPECT_EQ(LogLevel::Error, handler.records[0].level);
     EXPECT_EQ(L"quiet", handler.records[2].message);
-    EXPECT_EQ(L"failure\n   at (f line 1)", handler.records[3].message);
+    EXPECT_EQ(L"%s%n\n   at (f line 1)", handler.records[3].message);
 }
 
 TEST_F(Logs, DebugLogTakesSevereRecordsAndWithDebugAll)

@@ -21,10 +21,21 @@ bool holds(const std::wstring& directory, const std::wstring& other)
     return upperCase(other + L'\\').starts_with(upperCase(directory + L'\\'));
 }
 
+/// The root of a directory in upper case; empty for a path that has none.
+std::wstring volumeOf(const std::wstring& directory)
+{
+    try {
+        return path::isAbsolute(directory) ? upperCase(path::root(directory)) : L"";
+    } catch (const vexception&) {
+        return {};
+    }
+}
+
 /// Whether a directory whose path comes from outside may be emptied.
 bool mayBeCleaned(const std::wstring& directory, const std::wstring& root, const std::wstring& windows)
 {
-    if (!path::isAbsolute(directory) || holds(directory, withoutTrailingSeparators(path::root(directory))))
+    const std::wstring volume = volumeOf(directory);
+    if (volume.empty() || holds(directory, withoutTrailingSeparators(volume)))
         return false;
     for (const std::wstring& needed : {root, windows, path::combine(windows, L"System32")}) {
         if (holds(directory, withoutTrailingSeparators(needed)))
@@ -44,19 +55,15 @@ CleaningTable cleaningTable(const std::wstring& root, const std::wstring& dumps,
     table.emplace(path::combine(root, L"tmp\\aps"), ListingKind::directoriesThenFiles);
     table.emplace(path::combine(root, L"tmp\\horde"), ListingKind::directoriesThenFiles);
 
-    const auto isOnVolumeOf = [&](const std::wstring& directory) {
-        return upperCase(path::root(windows)) == upperCase(path::root(directory));
-    };
-    bool isSystemVolumeUsed = isOnVolumeOf(root);
     const std::wstring dumpDirectory = withoutTrailingSeparators(dumps);
     if (mayBeCleaned(dumpDirectory, root, windows)) {
         table.emplace(dumpDirectory, ListingKind::directoriesThenFiles);
-        isSystemVolumeUsed = isSystemVolumeUsed || isOnVolumeOf(dumpDirectory);
     } else {
         LogManager::log(LogLevel::Warning,
             L"The directory of temporary dumps '%s' is not one that may be emptied. It is left alone", dumps.c_str());
     }
-    if (isSystemVolumeUsed)
+    const std::wstring systemVolume = upperCase(path::root(windows));
+    if (systemVolume == upperCase(path::root(root)) || systemVolume == volumeOf(dumps))
         table.emplace(path::combine(windows, L"Temp"), ListingKind::directoriesThenFiles);
     return table;
 }

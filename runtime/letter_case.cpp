@@ -1,5 +1,7 @@
 #include "runtime/letter_case.h"
 
+#include "runtime/vosexception.h"
+
 #include <windows.h>
 
 namespace {
@@ -8,7 +10,9 @@ std::wstring mapped(std::wstring text, DWORD map)
 {
     const std::wstring source = text;
     const int length = static_cast<int>(text.size()); // one letter becomes one letter
-    LCMapStringEx(LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0);
+    if (length > 0 &&
+        !LCMapStringEx(LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0))
+        throwOsError(GetLastError(), L"LCMapStringEx", {"letter_case::mapped"});
     return text;
 }
 

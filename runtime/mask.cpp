@@ -8,6 +8,20 @@ namespace {
 
 constexpr std::wstring_view whiteSpace = L" \t";
 
+/// The place of a word that makes a name secret; npos when there is none.
+std::size_t findSecret(std::wstring_view name)
+{
+    return std::min(name.find(L"password"), name.find(L"pwd"));
+}
+
+/// Readers differ on whether quotes go on behind two side by side, unless these are an empty value.
+bool hasClearEnd(std::wstring_view token)
+{
+    const std::size_t quotes = token.find(L"\"\"");
+    return quotes == std::wstring_view::npos ||
+           (quotes + 2 == token.size() && (quotes == 0 || token[quotes - 1] == L'='));
+}
+
 /// Appends a token with the values of a secret hidden. @return whether it was one
 bool appendMasked(std::wstring& masked, std::wstring_view token)
 {
@@ -15,9 +29,7 @@ bool appendMasked(std::wstring& masked, std::wstring_view token)
     // Quotes are for the system alone, also within a name; the other half of a pair may stand in the value.
     std::wstring name(token.substr(0, equals));
     std::erase(name, L'"');
-    const bool secret = equals != std::wstring_view::npos &&
-                        (name.find(L"password") != std::wstring::npos || name.find(L"pwd") != std::wstring::npos);
-    if (!secret) {
+    if (equals == std::wstring_view::npos || findSecret(name) == std::wstring::npos) {
         masked += token;
         return false;
     }
@@ -49,6 +61,15 @@ void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
     }
 }
 
+/// The rest of a line, when it is unknown where its arguments end: all behind a secret's name may be its value.
+void appendMaskedRest(std::wstring& masked, std::wstring_view rest)
+{
+    std::wstring plain(rest);
+    std::erase(plain, L'"');
+    const std::size_t equals = plain.find(L'=', findSecret(plain));
+    masked += equals == std::wstring::npos ? std::wstring(rest) : plain.substr(0, equals) + L"=*";
+}
+
 } // namespace
 
 std::wstring maskCommandLine(std::wstring_view commandLine)
@@ -57,8 +78,13 @@ std::wstring maskCommandLine(std::wstring_view commandLine)
     for (std::size_t begin = commandLine.find_first_not_of(whiteSpace); begin < commandLine.size();
          begin = commandLine.find_first_not_of(whiteSpace, begin)) {
         const std::size_t end = argumentEnd(commandLine, begin);
+        const std::wstring_view token = commandLine.substr(begin, end - begin);
         masked += masked.empty() ? L"" : L" ";
-        appendMaskedArgument(masked, commandLine.substr(begin, end - begin));
+        if (!hasClearEnd(token)) {
+            appendMaskedRest(masked, commandLine.substr(begin));
+            break;
+        }
+        appendMaskedArgument(masked, token);
         begin = end;
     }
     return masked;

@@ -8,6 +8,7 @@
 /// --db-password=*=*). The tokens are joined with single blanks.
 /// A quoted stretch belongs to its token, by the system's own rules for command lines, so no part of a quoted
 /// secret survives; a masked token loses its quotes.
+/// Behind quotes side by side, which readers take in different ways, a secret reaches to the line's end.
 std::wstring maskCommandLine(std::wstring_view commandLine);
 
 /// The same for one argument as a program receives it, which is one token whatever white space is in it.

@@ -68,19 +68,3 @@ TEST(Operation, TurnsEveryKindOfFailureIntoAVexception)
         EXPECT_EQ((std::vector<std::string>{"start K::f", "fail f(x)", "close"}), tracer.events);
     }
 }
-
-TEST(Operation, DescribesOnlyWhatFailedOrIsTraced)
-{
-    int described = 0;
-    const auto describe = [&] {
-        ++described;
-        return std::wstring(L"Ж()");
-    };
-    EXPECT_EQ(5, operation({"f"}, describe, [](Span&) { return 5; }));
-    changingOperation({"f"}, describe, [] {});
-    EXPECT_EQ(0, described);
-
-    RecordingTracer tracer;
-    changingOperation({"f"}, describe, [] {});
-    EXPECT_EQ((std::vector<std::string>{"start f", "if_error: ?()", "close"}), tracer.events);
-}

@@ -2,6 +2,8 @@
 
 #include "runtime/path.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::wstring_view literalPrefix = L"\\\\?\\";
@@ -41,6 +43,15 @@ DWORD openStep(IDirectorySource& source, const DirectoryAt& directory, std::wstr
     }
     if (code == ERROR_SUCCESS)
         code = source.kindOf(step.object.get(), kind);
+    if (code == ERROR_SUCCESS && kind == ObjectKind::link) {
+        // Asked for only here: directories on the way may deny it, and need not be asked.
+        opening.security = true;
+        code = source.open(directory.object.get(), name, opening, step.object.receive());
+        if (code == ERROR_SUCCESS)
+            code = source.kindOf(step.object.get(), kind);
+        if (code == ERROR_SUCCESS && kind != ObjectKind::link)
+            code = leadsElsewhere; // replaced just now
+    }
     if (code == ERROR_SUCCESS)
         code = source.locationOf(step.object.get(), step.location);
     if (code != ERROR_SUCCESS)
@@ -89,12 +100,17 @@ DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, D
             return ERROR_BAD_PATHNAME;
         DirectoryAt directory{OpenObject(source), {}};
         DWORD code = source.openRoot(whole.substr(0, start), directory.object.receive());
+        if (code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME || code == ERROR_NOT_READY)
+            code = ERROR_PATH_NOT_FOUND; // a server or a disk that is away
         if (code == ERROR_SUCCESS)
             code = source.locationOf(directory.object.get(), directory.location);
+        bool isRoot = true;
         bool followed = false;
         while (code == ERROR_SUCCESS && !followed) {
             start = whole.find_first_not_of(L'\\', start);
             if (start == std::wstring::npos) {
+                if (isRoot)
+                    return ERROR_BAD_PATHNAME;
                 opened = std::move(directory);
                 return ERROR_SUCCESS;
             }
@@ -112,12 +128,15 @@ DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, D
                 code =
                     source.isTrusted(step.object.get()) ? source.targetOf(step.object.get(), target) : untrustedLink;
                 if (code == ERROR_SUCCESS) {
-                    const std::wstring base = path::isAbsolute(target) ? L"" : whole.substr(0, start);
-                    whole = literal(path::normalise(base + target + L'\\' + whole.substr(end)));
+                    if (!path::isAbsolute(target))
+                        target.insert(0, whole, 0, start);
+                    target.append(L"\\").append(whole, end);
+                    whole = literal(path::normalise(target));
                     followed = true;
                 }
             } else {
                 directory = std::move(step);
+                isRoot = false;
                 start = end;
             }
         }

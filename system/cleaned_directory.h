@@ -11,9 +11,6 @@
 ///         not lie where it was looked for
 DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, DirectoryAt& opened);
 
-// Codes of the system that its headers lack here: ERROR_UNTRUSTED_MOUNT_POINT, ERROR_REPARSE_POINT_ENCOUNTERED.
-inline constexpr DWORD untrustedLink = 448, leadsElsewhere = 4395;
-
 /// Whether the code says that there is nothing of the name.
 bool isMissing(DWORD code) noexcept;
 

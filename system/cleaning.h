@@ -9,9 +9,9 @@ namespace cleaning {
 IDirectorySource& source();
 
 /// Opens the directory afresh (openCleanedDirectory) and keeps it until another one is asked for: what is removed is
-/// removed from the very directory that was listed. For the thread that cleans.
+/// removed from the very directory that was listed.  For one thread.
 /// @param opened  set on success; valid until the next call
-/// @return as openCleanedDirectory
+/// @return as openCleanedDirectory; ERROR_CURRENT_DIRECTORY for one that holds the system or this program
 DWORD openDirectory(const std::wstring& path, const DirectoryAt*& opened);
 
 /// The directory that is kept, if it is of this path; else as openDirectory.

@@ -10,12 +10,10 @@ DirectoryEntries listDirectory(const std::wstring& path, ListingKind kind)
     DirectoryEntries directories, files;
     const DirectoryAt* directory = nullptr;
     DWORD code = cleaning::openDirectory(path, directory);
-    if (code == untrustedLink) {
-        LogManager::log(LogLevel::Warning,
-            L"The directory '%s' is, or lies behind, a link that others than the administrators may change. It is "
-            L"left "
-            L"alone",
-            path.c_str());
+    if (code == untrustedLink || code == ERROR_CURRENT_DIRECTORY) {
+        LogManager::log(LogLevel::Warning, L"The directory '%s' is left alone: it %s", path.c_str(),
+            code == untrustedLink ? L"is, or lies behind, a link that others than the administrators may change"
+                                  : L"holds the system, or this program");
         return files;
     }
     std::vector<DirectoryEntry> piece;

@@ -27,18 +27,21 @@ struct Opening
         directory
     };
     Type type = Type::any;
-    bool list = false;    // its entries are to be listed
-    bool remove = false;  // it is to be removed
-    bool pinned = false;  // nobody else may rename or remove it meanwhile
-    bool anyCase = false; // the name may be written in other letter case
+    bool list = false;     // its entries are to be listed
+    bool remove = false;   // it is to be removed
+    bool pinned = false;   // nobody else may rename or remove it meanwhile
+    bool anyCase = false;  // the name may be written in other letter case
+    bool security = false; // it will be asked whose it is
 };
 
-/// A code of the system that its headers lack here: ERROR_DIRECTORY_NOT_SUPPORTED.
-inline constexpr DWORD unexpectedDirectory = 336;
+// Codes of the system that its headers lack here: ERROR_DIRECTORY_NOT_SUPPORTED, ERROR_UNTRUSTED_MOUNT_POINT,
+// ERROR_REPARSE_POINT_ENCOUNTERED.
+inline constexpr DWORD unexpectedDirectory = 336, untrustedLink = 448, leadsElsewhere = 4395;
 
 /// How the cleaning of directories reaches the file system: an object is opened by its name within an open
 /// directory, and from then on asked, listed and removed by its handle alone. Operations return Win32 codes,
-/// since most failures here are part of the work; they throw nothing but std::bad_alloc.
+/// since most failures here are part of the work; they throw nothing but std::bad_alloc. Several threads may use a
+/// source at a time, but for `list`.
 class IDirectorySource
 {
 public:
@@ -50,7 +53,8 @@ public:
     virtual DWORD openRoot(const std::wstring& root, Handle& opened) = 0;
 
     /// @param name  one name, taken literally: no separators, no ".", nothing is trimmed
-    /// @return also unexpectedDirectory for a directory and ERROR_DIRECTORY for a file, where the other
+    /// @return also leadsElsewhere when the directory has become a link, unexpectedDirectory for a directory and
+    /// ERROR_DIRECTORY for a file, where the other
     ///         was wanted
     virtual DWORD open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened) = 0;
 

@@ -6,6 +6,7 @@
 
 #include <winternl.h>
 
+#include <algorithm>
 #include <array>
 
 namespace {
@@ -14,6 +15,7 @@ constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELET
 
 DWORD codeOf(NTSTATUS status) noexcept
 {
+    constexpr auto cannotBreakOplock = static_cast<NTSTATUS>(0xC0000909);
     constexpr auto fileIsADirectory = static_cast<NTSTATUS>(0xC00000BA),
                    deletePending = static_cast<NTSTATUS>(0xC0000056);
     switch (status) { // the system calls both of these "access denied", in which nobody could tell them
@@ -21,6 +23,8 @@ DWORD codeOf(NTSTATUS status) noexcept
         return unexpectedDirectory;
     case deletePending:
         return ERROR_DELETE_PENDING;
+    case cannotBreakOplock:
+        return ERROR_SHARING_VIOLATION;
     default:
         return RtlNtStatusToDosError(status);
     }
@@ -53,26 +57,46 @@ DWORD NtDirectorySource::openRoot(const std::wstring& root, Handle& opened)
 
 DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened)
 {
-    if (name.empty() || name.size() > MAXSHORT || name.find(L'\\') != std::wstring_view::npos)
+    if (name.empty() || name.size() > MAXSHORT || name.find_first_of(L"\\:") != std::wstring_view::npos)
         return ERROR_INVALID_NAME; // a file system that lists such a name would lead us elsewhere
     UNICODE_STRING text{};
     text.Length = text.MaximumLength = static_cast<USHORT>(name.size() * sizeof(wchar_t));
     text.Buffer = const_cast<wchar_t*>(name.data()); // the system's type knows no const
+    // Not through a directory that has become a link since it was opened.
+    constexpr ULONG dontReparse = 0x1000; // OBJ_DONT_REPARSE, unknown before Windows 10
     OBJECT_ATTRIBUTES attributes;
-    InitializeObjectAttributes(&attributes, &text, opening.anyCase ? OBJ_CASE_INSENSITIVE : 0, directory, nullptr);
+    InitializeObjectAttributes(
+        &attributes, &text, dontReparse | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
 
-    // Steps of a path may turn out to be links, of which it is asked whose they are.
-    ACCESS_MASK access = SYNCHRONIZE | FILE_READ_ATTRIBUTES | (opening.anyCase ? READ_CONTROL : 0);
-    access |= opening.list ? FILE_LIST_DIRECTORY : 0;
+    // No more rights than a directory grants to whoever may remove from it: an entry may deny all of its own.
+    ACCESS_MASK access = FILE_READ_ATTRIBUTES;
+    access |= opening.security ? READ_CONTROL : 0;
     access |= opening.remove ? DELETE : 0;
-    ULONG options = FILE_OPEN_REPARSE_POINT | FILE_SYNCHRONOUS_IO_NONALERT;
+    access |= opening.list ? FILE_LIST_DIRECTORY | SYNCHRONIZE : 0;
+    // Who holds an oplock could keep an open waiting for ever.
+    ULONG options = FILE_OPEN_REPARSE_POINT | FILE_COMPLETE_IF_OPLOCKED;
+    options |= opening.list ? FILE_SYNCHRONOUS_IO_NONALERT : 0;
     if (opening.type == Opening::Type::file)
         options |= FILE_NON_DIRECTORY_FILE;
     else if (opening.type == Opening::Type::directory)
         options |= FILE_DIRECTORY_FILE;
-    IO_STATUS_BLOCK status;
-    return codeOf(NtCreateFile(&opened, access, &attributes, &status, nullptr, 0,
-        opening.pinned ? FILE_SHARE_READ | FILE_SHARE_WRITE : shareAll, FILE_OPEN, options, nullptr, 0));
+    const auto create = [&] {
+        IO_STATUS_BLOCK status;
+        return NtCreateFile(&opened, access, &attributes, &status, nullptr, 0,
+            opening.pinned ? FILE_SHARE_READ | FILE_SHARE_WRITE : shareAll, FILE_OPEN, options, nullptr, 0);
+    };
+    constexpr auto invalidParameter = static_cast<NTSTATUS>(0xC000000D);
+    constexpr NTSTATUS oplockBreakInProgress = 0x108; // opened, but its holder has not answered yet
+    NTSTATUS status = create();
+    if (status == invalidParameter) {
+        attributes.Attributes &= ~dontReparse;
+        status = create();
+    }
+    if (status == oplockBreakInProgress) {
+        close(std::exchange(opened, nullptr));
+        return ERROR_SHARING_VIOLATION;
+    }
+    return codeOf(status);
 }
 
 void NtDirectorySource::close(Handle object) noexcept
@@ -82,9 +106,13 @@ void NtDirectorySource::close(Handle object) noexcept
 
 DWORD NtDirectorySource::kindOf(Handle object, ObjectKind& kind)
 {
-    FILE_ATTRIBUTE_TAG_INFO info;
-    if (!GetFileInformationByHandleEx(object, FileAttributeTagInfo, &info, sizeof info))
-        return GetLastError();
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    if (!GetFileInformationByHandleEx(object, FileAttributeTagInfo, &info, sizeof info)) {
+        FILE_BASIC_INFO basic; // file systems without tags (FAT) may know just this
+        if (!GetFileInformationByHandleEx(object, FileBasicInfo, &basic, sizeof basic))
+            return GetLastError();
+        info.FileAttributes = basic.FileAttributes;
+    }
     if ((info.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
         kind = ObjectKind::file;
     else if ((info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && isLinkTag(info.ReparseTag))
@@ -100,14 +128,14 @@ DWORD NtDirectorySource::locationOf(Handle object, std::wstring& location)
     // rest of a removal.
     constexpr auto objectNameInformation = static_cast<OBJECT_INFORMATION_CLASS>(1);
     alignas(UNICODE_STRING) std::array<BYTE, 1024> small;
-    ULONG size = 0;
-    NTSTATUS status = NtQueryObject(object, objectNameInformation, small.data(), small.size(), &size);
-    const BYTE* found = small.data();
     std::vector<BYTE> large;
-    if (!NT_SUCCESS(status) && size > small.size()) {
+    BYTE* found = small.data();
+    ULONG size = 0;
+    NTSTATUS status = NtQueryObject(object, objectNameInformation, found, small.size(), &size);
+    for (int tries = 0; tries < 3 && !NT_SUCCESS(status) && size > std::max(small.size(), large.size()); ++tries) {
         large.resize(size);
-        status = NtQueryObject(object, objectNameInformation, large.data(), size, &size);
         found = large.data();
+        status = NtQueryObject(object, objectNameInformation, found, static_cast<ULONG>(large.size()), &size);
     }
     if (!NT_SUCCESS(status))
         return codeOf(status);

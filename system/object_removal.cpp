@@ -33,13 +33,24 @@ bool setAttributes(HANDLE object, DWORD attributes) noexcept
     return SetFileInformationByHandle(object, FileBasicInfo, &info, sizeof info) != FALSE;
 }
 
+/// From the newest way to the oldest; file systems differ, so the volume is asked, not the version.
+DWORD dispose(HANDLE object, DWORD flags) noexcept
+{
+    constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS;
+    DWORD code = disposeNow(object, posix | flags);
+    if (flags != 0 && isUnknown(code))
+        code = disposeNow(object, posix);
+    return isUnknown(code) ? disposeAtClose(object) : code;
+}
+
 /// What older systems want: no removal while the attribute is set.
 DWORD disposeReadOnly(HANDLE object) noexcept
 {
     FILE_BASIC_INFO basic;
     FILE_STANDARD_INFO standard;
+    if (!GetFileInformationByHandleEx(object, FileStandardInfo, &standard, sizeof standard) || standard.DeletePending)
+        return ERROR_DELETE_PENDING; // somebody else was quicker
     if (!GetFileInformationByHandleEx(object, FileBasicInfo, &basic, sizeof basic) ||
-        !GetFileInformationByHandleEx(object, FileStandardInfo, &standard, sizeof standard) ||
         (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) == 0)
         return ERROR_ACCESS_DENIED;
     const UniqueFile writer(
@@ -47,7 +58,7 @@ DWORD disposeReadOnly(HANDLE object) noexcept
             FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT));
     if (!writer || !setAttributes(writer.get(), basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}))
         return ERROR_ACCESS_DENIED;
-    const DWORD code = disposeAtClose(object);
+    const DWORD code = dispose(object, 0);
     if (code != ERROR_SUCCESS || standard.NumberOfLinks > 1)
         setAttributes(writer.get(), basic.FileAttributes);
     return code;
@@ -58,12 +69,6 @@ DWORD disposeReadOnly(HANDLE object) noexcept
 DWORD removeObject(HANDLE object)
 {
     constexpr DWORD ignoreReadOnly = 0x10; // FILE_DISPOSITION_FLAG_IGNORE_READONLY_ATTRIBUTE
-    constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS;
-    // From the newest way to the oldest; file systems differ, so the volume is asked, not the version.
-    DWORD code = disposeNow(object, posix | ignoreReadOnly);
-    if (isUnknown(code))
-        code = disposeNow(object, posix);
-    if (isUnknown(code))
-        code = disposeAtClose(object);
+    const DWORD code = dispose(object, ignoreReadOnly);
     return code == ERROR_ACCESS_DENIED ? disposeReadOnly(object) : code;
 }

@@ -9,7 +9,7 @@ namespace {
 
 void remove(const std::wstring& path, DWORD (TreeRemoval::*how)(const DirectoryAt&, std::wstring_view))
 {
-    constexpr DWORD longestWait = 2000;
+    constexpr long longestWait = 2000;
     static RemovalPatience patience(longestWait);
     TreeRemoval removal(cleaning::source(), patience);
     const std::size_t separator = path.rfind(L'\\');

@@ -41,7 +41,8 @@ constexpr Failure failures[] = {
         none, ERROR_NOT_ENOUGH_MEMORY},
     {"_vscwprintf _vsnwprintf _snwprintf TlsAlloc WaitForMultipleObjects", invalid, ERROR_NOT_ENOUGH_MEMORY},
     {"PathAllocCombine PathAllocCanonicalize CoInitializeEx OleRun", 0x8007000e, 0}, // E_OUTOFMEMORY
-    {"ReadFile CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle CheckTokenMembership DuplicateToken "
+    {"ReadFile CreateThreadpoolWork CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle CheckTokenMembership "
+     "DuplicateToken "
      "GetTokenInformation GetNamedPipeServerProcessId",
         none, ERROR_NO_SYSTEM_RESOURCES},
     {"RegGetValueW RegQueryValueExW RegSetValueExW SetEntriesInAclW", ERROR_NO_SYSTEM_RESOURCES, 0},
@@ -102,12 +103,12 @@ void gate();
 __attribute__((used)) void* passGate(std::uint32_t index, std::uint64_t* arguments)
 {
     const Function& function = functions[index];
-    ++shared->calls;
+    InterlockedIncrement(&shared->calls);
     for (std::size_t row = 0; row < std::size(failures); ++row) {
         const Failure& failure = failures[row];
         if (!(function.failures >> row & 1))
             continue;
-        const bool isTurn = ++shared->possible == shared->wanted;
+        const bool isTurn = InterlockedIncrement(&shared->possible) == shared->wanted;
         if (!isTurn && !(shared->forEver && failure.way == Way::failForEver))
             continue;
         function.name.copy(shared->function, sizeof shared->function - 1);

@@ -91,7 +91,7 @@ std::size_t processesOf(HANDLE job)
     }));
 }
 
-class FailingCalls : public Program, public testing::WithParamInterface<std::size_t>
+class FailingCalls : public ProgramRun, public testing::WithParamInterface<std::size_t>
 {
 protected:
     FailingCalls()

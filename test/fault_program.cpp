@@ -32,6 +32,17 @@ struct FaultingHandler : ILogHandler
 
 const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
     {L"read", [] { zero = *badAddress; }},
+    {L"null", [] { reinterpret_cast<void (*)()>(static_cast<ULONG_PTR>(zero))(); }},
+    {L"handled", // by the system
+        [] {
+            zero = lstrlenW(reinterpret_cast<wchar_t*>(badAddress));
+            OutputDebugStringW(L"x");
+        }},
+    {L"callback", // of the C runtime, which knows nothing of exceptions
+        [] {
+            int numbers[] = {2, 1};
+            qsort(numbers, 2, sizeof(int), [](const void*, const void*) { return *badAddress; });
+        }},
     {L"copy", [] { memcpy(badAddress, &faults, static_cast<std::size_t>(8 + zero)); }},
     {L"system", [] { GetSystemTime(reinterpret_cast<SYSTEMTIME*>(badAddress)); }},
     {L"division", [] { zero = 1 / zero; }}, {L"instruction", [] { __asm__ volatile("ud2"); }},

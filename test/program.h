@@ -4,11 +4,11 @@
 #include "test/sandbox.h"
 
 /// The product's real configuration key, with a product root of the test's own.
-class Program : public testing::Test
+class ProgramRun : public testing::Test
 {
 protected:
-    Program() { setConfig(L"PRODUCT_ROOT_D", root.path()); }
-    ~Program() override
+    ProgramRun() { setConfig(L"PRODUCT_ROOT_D", root.path()); }
+    ~ProgramRun() override
     {
         HKEY software = nullptr;
         RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, &software);

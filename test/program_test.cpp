@@ -1,15 +1,17 @@
 // The program as its callers see it: whole processes, their standard output, exit code and log.
 
+#include "test/json_document.h"
 #include "test/own_service.h"
 #include "test/program.h"
+#include "test/stress.h"
 
 #include <sddl.h>
 
 #include <dbghelp.h>
 
-#include <algorithm>
 #include <fstream>
 #include <regex>
+#include <thread>
 
 namespace {
 
@@ -22,6 +24,65 @@ const std::string allCommands =
     "   --help\r\n   --get-service-status\r\n   --repair-kelvo-sql-server\r\n   --get-system-resources\r\n"
     "   --free-system-resources\r\n   --get-disk-space\r\n   --free-disk-space\r\n   --reboot";
 
+/// The program beside a panel and others.
+class Program : public ProgramRun
+{
+protected:
+    /// Code 0 and a whole document, or code 1 and a whole failure: no run may end otherwise. @return whether it is 0
+    static bool hasAnswered(const ChildResult& result)
+    {
+        const bool isDocument = !jsonDocument(result.output).isNull();
+        const bool isFailure = result.output.find("\n   at (vconsoleapp::run line 117) ") != std::string::npos &&
+                               result.output.find_first_of("{[") != 0;
+        EXPECT_TRUE(result.exitCode == 0 ? isDocument : result.exitCode == 1 && isFailure)
+            << result.exitCode << result.output;
+        return result.exitCode == 0;
+    }
+
+    static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
+
+    /// A management service with one client at a time, once it is there for it.
+    std::unique_ptr<vexecutil> serve(const wchar_t* silence, const wchar_t* pipe) const
+    {
+        auto service = std::make_unique<vexecutil>();
+        service->path = devpanel;
+        service->arguments = L"serve " + std::wstring(silence) + L" " + pipe;
+        startPatiently(*service);
+        while (!isFree(pipe))
+            Sleep(5);
+        return service;
+    }
+
+    /// A run that is under way, connected, when this returns.
+    std::thread startRun(const wchar_t* pipe, const wchar_t* command, ChildResult& result) const
+    {
+        setConfig(L"zrmpipe", pipe);
+        std::thread running([=, &result] { result = run(command); });
+        while (isFree(pipe))
+            Sleep(1);
+        return running;
+    }
+
+    /// Files to be cleaned, half of them in a tree, and one beside them that nothing may happen to.
+    void fillTemp(int files) const
+    {
+        for (const std::wstring& directory : {temp, aps, aps + L"\\tree", kept})
+            CreateDirectoryW(directory.c_str(), nullptr);
+        for (int file = 0; file < files; ++file)
+            std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
+        std::ofstream((kept + L"\\file").c_str()) << "x";
+    }
+    void expectOnlyTheRest() const
+    {
+        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
+        EXPECT_EQ("x", readFile(kept + L"\\file"));
+    }
+
+    std::mt19937 random = seeded();
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel",
+                       temp = panel + L"\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
+};
+
 std::string statusOf(const std::string& name, const std::string& status)
 {
     return "{\r\n\t\"name\" : \"" + name + "\",\r\n\t\"status\" : \"" + status + "\"\r\n}\r\n";
@@ -32,7 +93,7 @@ std::string statusOf(const std::string& name, const std::string& status)
 TEST_F(Program, AnswersForRealServices)
 {
     const OwnService running(SERVICE_DEMAND_START, SERVICE_RUNNING), paused(SERVICE_AUTO_START, SERVICE_PAUSED),
-        stopped(SERVICE_DEMAND_START, 0), disabled(SERVICE_DISABLED, SERVICE_START_PENDING);
+        stopped(SERVICE_DEMAND_START, 0), disabled(SERVICE_DISABLED, SERVICE_START_PENDING, 2000);
     for (const auto& [name, status] : {std::pair{running.name, "running"}, {paused.name, "paused"},
              {stopped.name, "stopped"}, {disabled.name, "disabled"}, {L"no_such_service", "invalid"}}) {
         const ChildResult result = run(L"--get-service-status --name=" + name);
@@ -52,11 +113,13 @@ TEST_F(Program, HasFixedTextsAndExitCodesForEveryCall)
             {L"\"--db-password=a b\"", 1, "command --db-password=* " + commands},
             {L"--Help", 1, "command --Help " + commands},
             {L"--get-service-status", 1, "Missing required parameter --name. " + list + "name\r\n   at ("},
-            {L"--get-service-status --name=x --whatever=1", 1,
-                "Unexpected parameter --whatever. " + list + "name\r\n   at (Params::check line 105)\r\n"},
+            {L"--get-service-status --name=x --zeta --alpha=1", 1,
+                "Unexpected parameter --alpha. " + list + "name\r\n   at (Params::check line 105)\r\n"},
             {L"--reboot", 1, "Missing required parameter --timeout. " + list + "timeout\r\n"},
             {L"--get-service-status --name=\x416\xd83d\xde00\x1 --internal-package-name=x", 0,
                 statusOf("\xd0\x96\xf0\x9f\x98\x80\\u0001", "invalid")},
+            {L"--get-service-status --name=a --name=b=c", 0, statusOf("b=c", "invalid")},
+            {L"--get-service-status --NAME=x", 1, "Missing required parameter --name. "},
             {L"--get-service-status --name=\xd83d", 0, statusOf("\xef\xbf\xbd", "invalid")}}) {
         const ChildResult result = run(arguments);
         const bool whole = result.exitCode == 0 || arguments.empty();
@@ -87,27 +150,6 @@ TEST_F(Program, LogsTheCommandFromStartToEnd)
             L"command: '--get-service-status'\n   at \\(vconsoleapp::run line 117\\) Unable to execute command: " +
             line + L" --db-password=\\*'\r\n")))
         << testing::PrintToString(log);
-}
-
-TEST_F(Program, AnswersWhateverIsWrongWithItsLogs)
-{
-    const std::string expected = statusOf("no_such_service", "invalid");
-    const auto check = [&] {
-        const ChildResult result = run(L"--get-service-status --name=no_such_service");
-        EXPECT_EQ(expected, result.output);
-        EXPECT_EQ(0u, result.exitCode);
-    };
-    setConfig(L"Debug", L"not a number");
-    check();
-    setConfig(L"Debug", 1);
-    setConfig(L"log_debug_enabled", L"x");
-    check();
-    setConfig(L"log_debug_enabled", 1);
-    setConfig(L"PRODUCT_ROOT_D", 5);
-    check();
-    setConfig(L"PRODUCT_ROOT_D", L"X:\\missing");
-    check();
-    EXPECT_EQ(L"", root.log());
 }
 
 TEST_F(Program, FailsWhenItsAnswerIsLost)
@@ -156,10 +198,10 @@ TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
     std::ofstream((utility + L".script").c_str()) << "sleep 4000";
     const ULONGLONG again = GetTickCount64();
     UniqueFile reader, writer;
-    CreatePipe(reader.receive(), writer.receive(), nullptr, 0);
+    CreatePipe(reader.receive(), writer.receive(), nullptr, 1 << 20); // takes all that it prints
     const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
     SetStdHandle(STD_OUTPUT_HANDLE, writer.get());
-    EXPECT_EQ(1u, run(L"--bogus", false).exitCode);
+    EXPECT_EQ(1u, run(L"--bogus " + std::wstring(30'000, L'x'), false).exitCode) << "a report that no pipe holds";
     SetStdHandle(STD_OUTPUT_HANDLE, own);
     writer.reset();
     char buffer[1024];
@@ -171,7 +213,6 @@ TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
 TEST_F(Program, AnswersEveryCommandBesideAPanel)
 {
     setConfig(L"SendFeedback", L"false"); // reports would come in between
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel";
     EXPECT_NE(
         std::string::npos, run(L"--get-disk-space").output.find("value=zrmpipe\r\n   at (registry::getstr line"));
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
@@ -201,38 +242,66 @@ TEST_F(Program, AnswersEveryCommandBesideAPanel)
 TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
     setConfig(L"SendFeedback", L"false");
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
-    vexecutil service, command;
-    service.path = devpanel;
-    service.arguments = L"serve 20000";
-    startPatiently(service);
-    while (!WaitNamedPipeW(L"\\\\.\\pipe\\kelvo_devpanel", 100))
-        Sleep(10);
-    command.path = builtProgram(L"app\\mendkit.exe");
-    command.arguments = L"--get-disk-space";
-    command.captureStdout = true;
-    startPatiently(command);
-    EXPECT_FALSE(command.waitForExit(500));
-    service.terminate();
-    char output[1024] = "";
-    command.stdoutPipe.read(output, sizeof output - 1, 0);
-    EXPECT_TRUE(std::string(output).starts_with("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
-        << output;
-    EXPECT_EQ(1u, waitFor(command));
+    const wchar_t *const pipe = L"killed", *const silence = L"60"; // milliseconds a query; a command makes two
+    auto service = serve(silence, pipe);
+    int answers = 0, failures = 0;
+    while (failures < rounds(3, 200) && !HasFailure()) {
+        ChildResult result{};
+        std::thread command = startRun(pipe, L"--get-disk-space", result);
+        Sleep(random() % 160);
+        const ULONGLONG killed = GetTickCount64();
+        service->terminate();
+        service = serve(silence, pipe);
+        command.join();
+        EXPECT_LT(GetTickCount64() - killed, 5'000u);
+        if (hasAnswered(result)) {
+            ++answers;
+            EXPECT_EQ("C:\\", jsonDocument(result.output)[0]["volume"].asString());
+        } else {
+            ++failures;
+            EXPECT_EQ(0u, result.output.find("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))
+                << result.output;
+        }
+    }
+    service->terminate();
+    figure(failures, "commands whose management service was killed and started again in mid-query: they failed");
+    figure(answers, "commands whose management service was killed when they had their replies: they answered");
+}
+
+TEST_F(Program, RunsWithAnyBytesInItsSettings)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    std::wstring pipe;
+    config::lookup(L"zrmpipe", pipe);
+    const wchar_t* const names[] = {L"PRODUCT_ROOT_D", L"PRODUCT_DATA_D", L"SendFeedback", L"Debug",
+        L"log_debug_enabled", L"log_util_exec_enabled", L"CrashDumpsEnabled", L"CrashDumpsLocation",
+        L"CrashDumpsMaxCount", L"PipeConnectTryCount", L"zrmpipe"};
+    const int count = rounds(10, 500);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+        for (const wchar_t* name : names) {
+            const std::string bytes = randomBytes(random, 8);
+            const DWORD types[] = {REG_SZ, REG_EXPAND_SZ, REG_DWORD, random() % 13};
+            RegSetValueExW(registry::open(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE | KEY_WOW64_32KEY).get(),
+                name, 0, types[random() % 4], reinterpret_cast<const BYTE*>(bytes.data()),
+                static_cast<DWORD>(bytes.size()));
+        }
+        const bool isThere = random() % 4 != 0; // the one value that nothing works without
+        if (isThere)
+            setConfig(L"zrmpipe", pipe);
+        const ULONGLONG begun = GetTickCount64();
+        EXPECT_EQ(isThere, hasAnswered(run(random() % 2 ? L"--get-disk-space" : L"--get-system-resources")));
+        EXPECT_LT(GetTickCount64() - begun, 10'000u);
+    }
+    figure(count, "runs with random types and bytes in all settings");
 }
 
 TEST_F(Program, FinishesACleaningThatWasKilled)
 {
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
-    const std::wstring temp = L"C:\\Program Files\\Kelvo Panel\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
-    for (const std::wstring& directory : {temp, aps, kept, aps + L"\\tree"})
-        CreateDirectoryW(directory.c_str(), nullptr);
-    for (int file = 0; file < 2000; ++file)
-        std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
-    std::ofstream((kept + L"\\file").c_str()) << "x";
+    fillTemp(2'000);
     const std::wstring first = aps + L"\\tree\\1";
 
     vexecutil command;
@@ -244,19 +313,36 @@ TEST_F(Program, FinishesACleaningThatWasKilled)
         Sleep(1);
     command.terminate();
     EXPECT_NE(INVALID_FILE_ATTRIBUTES, GetFileAttributesW((aps + L"\\1998").c_str())) << "killed in the middle";
-    const ChildResult result = run(L"--free-disk-space");
-    EXPECT_EQ(0u, result.exitCode);
-    EXPECT_EQ(0u, result.output.find("[\r\n\t{\r\n\t\t\"free\" : ")) << result.output;
-    EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
-    EXPECT_EQ("x", readFile(kept + L"\\file"));
+    EXPECT_TRUE(hasAnswered(run(L"--free-disk-space")));
+    expectOnlyTheRest();
+}
+
+TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    const int count = rounds(1, 20), files = rounds(1'000, 4'000);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        fillTemp(files);
+        ChildResult results[2];
+        const auto service = serve(L"0", L"one"), other = serve(L"0", L"two");
+        std::thread first = startRun(L"one", L"--free-disk-space", results[0]);
+        startRun(L"two", L"--free-disk-space", results[1]).join();
+        first.join();
+        EXPECT_TRUE(hasAnswered(results[0]) && hasAnswered(results[1]));
+        expectOnlyTheRest();
+        service->terminate();
+        other->terminate();
+    }
+    figure(2LL * count, "cleanings, two at a time over one tree of 4,000 files");
 }
 
 TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
 {
     setConfig(L"Debug", 1);
-    constexpr int count = 30;
-    const auto codes = runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", count);
-    EXPECT_EQ(count, std::count(codes.begin(), codes.end(), 0u));
+    constexpr int batch = 40;
+    const int count = batch * rounds(1, 25);
+    for (int begun = 0; begun < count; begun += batch)
+        runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", batch);
     const std::wstring log = root.log();
     EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff', 1)) << "one byte-order mark, at the start";
     const std::wregex record(
@@ -266,6 +352,7 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
         length += static_cast<std::size_t>(at->length());
     EXPECT_EQ(log.size(), 1 + length);
     EXPECT_EQ(3u * count, records);
+    figure(count, "processes in batches of 40 writing one debug log: each record whole, one byte-order mark");
 }
 
 TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
@@ -275,6 +362,7 @@ TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
     const std::string fault = "C structured exception: 0xc00000", end = "Unexpected end of the program";
     for (const auto& [word, output, exitCode, dumps] :
         std::initializer_list<std::tuple<const wchar_t*, std::string, std::uint32_t, int>>{{L"none", "", 0, 0},
+            {L"handled", "", 0, 0}, {L"null", fault + "05", 1, 1}, {L"callback", fault + "05", 1, 1},
             {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1}, {L"read", fault, 1, 1},
             {L"copy", fault + "05", 1, 1}, {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1},
             {L"instruction", fault + "1d", 1, 1}, {L"privileged", fault + "96", 1, 1}, {L"twice", fault + "fd", 1, 2},
@@ -294,6 +382,9 @@ TEST_F(Program, KeepsTheLastDumpForAdministratorsOnly)
     const std::wstring dumps = root.path() + L"\\admin\\logs\\";
     setConfig(L"CrashDumpsLocation", dumps);
     setConfig(L"CrashDumpsMaxCount", 1);
+    const std::wstring others[] = {dumps + L"fault_program.dmp.zip", dumps + L"fault_program.dmpx"};
+    for (const std::wstring& other : others)
+        std::ofstream(other.c_str()) << "x";
     for (const auto& [word, code] :
         {std::pair{L"outside", EXCEPTION_ACCESS_VIOLATION}, {L"stack", EXCEPTION_STACK_OVERFLOW}}) {
         EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), word).exitCode);
@@ -326,4 +417,5 @@ TEST_F(Program, KeepsTheLastDumpForAdministratorsOnly)
         const UniqueLocalMemory memory(text);
         EXPECT_EQ(std::wstring::npos, std::wstring(text).find(L"WD)")) << text;
     }
+    EXPECT_EQ("xx", readFile(others[0]) + readFile(others[1])) << "no dumps";
 }

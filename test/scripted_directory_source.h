@@ -2,7 +2,6 @@
 
 #include "system/idirectory_source.h"
 
-#include <algorithm>
 #include <deque>
 #include <functional>
 #include <map>
@@ -10,18 +9,12 @@
 /// An object of a file system in memory.
 struct Node
 {
-    enum class Type
-    {
-        file,
-        directory,
-        link // to a directory
-    };
     std::wstring name;
     Node* parent;
-    Type type;
-    Node* target = nullptr;
+    ObjectKind kind;
+    Node* target = nullptr; // of a link
     std::wstring targetPath = {};
-    bool isTrusted = false, isLocked = false;
+    bool isTrusted = false;
     std::map<std::wstring, Node*> children = {};
 };
 
@@ -30,14 +23,16 @@ class ScriptedSource : public IDirectorySource
 {
 public:
     std::function<void(int step)> disturb = [](int) {};
+    int steps = 0, openObjects = 0;
+    std::wstring removals; // the names of what was removed, in order
 
-    Node* add(Node* parent, const std::wstring& name, Node::Type type = Node::Type::directory)
+    Node* add(Node* parent, const std::wstring& name, ObjectKind kind = ObjectKind::directory)
     {
-        return parent->children[name] = &nodes_.emplace_back(Node{name, parent, type});
+        return parent->children[name] = &nodes_.emplace_back(Node{name, parent, kind});
     }
     Node* link(Node* parent, const std::wstring& name, Node* target, const std::wstring& path = {})
     {
-        Node* const made = add(parent, name, Node::Type::link);
+        Node* const made = add(parent, name, ObjectKind::link);
         made->target = target;
         made->targetPath = path;
         return made;
@@ -50,17 +45,19 @@ public:
     /// Moves it to where nobody finds it.
     void detach(Node* node)
     {
-        if (node && node->parent && find(node->parent, node->name) == node)
+        if (!node)
+            return;
+        if (find(node->parent, node->name) == node)
             node->parent->children.erase(node->name);
-        if (node)
-            node->parent = &attic_;
+        node->parent = &attic_;
     }
     void replaceByLink(Node* node, Node* target)
     {
-        Node* const parent = node ? node->parent : nullptr;
+        if (!node)
+            return;
+        Node* const parent = node->parent;
         detach(node);
-        if (parent)
-            link(parent, node->name, target);
+        link(parent, node->name, target);
     }
     /// The object stays what it is, but leads elsewhere from now on.
     void turnIntoLink(Node* node, Node* target)
@@ -68,51 +65,36 @@ public:
         for (auto& [name, child] : node->children)
             child->parent = &attic_;
         node->children.clear();
-        node->type = Node::Type::link;
+        node->kind = ObjectKind::link;
         node->target = target;
     }
 
-    /// All that lies in a directory, by relative paths.
-    std::wstring content(const Node* node, const std::wstring& prefix = {}) const
+    /// The names of all that lies in a directory.
+    static std::wstring content(const Node* node)
     {
         std::wstring all;
-        for (const auto& [name, child] : node->children) {
-            const std::wstring path = prefix + name + (child->type == Node::Type::file ? L"" : L"\\");
-            all += path + L" " + content(child, path);
-        }
+        for (const auto& [name, child] : node->children)
+            all += name + L" (" + content(child) + L") ";
         return all;
     }
-    /// What was removed, in order, without this beginning.
-    std::wstring removals(const std::wstring& beginning) const
-    {
-        std::wstring all;
-        for (const std::wstring& path : removed_)
-            all +=
-                (path.starts_with(beginning) ? path.substr(beginning.size()) : path.substr(path.rfind(L'\\') + 1)) +
-                L" ";
-        return all;
-    }
-    int steps() const { return steps_; }
-    int openObjects() const { return openObjects_; }
 
     DWORD openRoot(const std::wstring&, Handle& opened) override { return step(), hand(volume, opened); }
     DWORD open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened) override
     {
         step();
-        Node* const from = resolve(directory);
-        Node* const found = find(from, std::wstring(name));
+        Node* const found = find(resolve(directory), std::wstring(name));
         if (!found)
             return ERROR_FILE_NOT_FOUND;
-        const bool isFile = found->type == Node::Type::file;
+        const bool isFile = found->kind == ObjectKind::file;
         if (opening.type != Opening::Type::any && (opening.type == Opening::Type::file) != isFile)
             return isFile ? DWORD{ERROR_DIRECTORY} : unexpectedDirectory;
-        return found->isLocked && opening.remove ? ERROR_SHARING_VIOLATION : hand(found, opened);
+        return hand(found, opened);
     }
-    void close(Handle) noexcept override { --openObjects_; }
+    void close(Handle) noexcept override { --openObjects; }
     DWORD kindOf(Handle object, ObjectKind& kind) override
     {
         step();
-        kind = static_cast<ObjectKind>(static_cast<Node*>(object)->type);
+        kind = static_cast<Node*>(object)->kind;
         return ERROR_SUCCESS;
     }
     DWORD locationOf(Handle object, std::wstring& location) override
@@ -128,9 +110,9 @@ public:
         step();
         entries.clear();
         for (const auto& [name, child] : resolve(directory)->children) {
-            const bool isFile = child->type == Node::Type::file, isLink = child->type == Node::Type::link;
-            entries.push_back({name, isFile ? DWORD{FILE_ATTRIBUTE_NORMAL} : DWORD{FILE_ATTRIBUTE_DIRECTORY}, isLink,
-                isLink, 0, {}, {}, {}});
+            const DWORD type = child->kind == ObjectKind::file ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_DIRECTORY;
+            const bool isLink = child->kind == ObjectKind::link;
+            entries.push_back({name, type, isLink, isLink, 0, {}, {}, {}});
         }
         return first ? ERROR_SUCCESS : ERROR_NO_MORE_FILES;
     }
@@ -140,9 +122,7 @@ public:
         Node* const node = static_cast<Node*>(object);
         if (!node->children.empty())
             return ERROR_DIR_NOT_EMPTY;
-        std::wstring location;
-        locationOf(object, location);
-        removed_.push_back(location);
+        removals += node->name + L" ";
         detach(node);
         return ERROR_SUCCESS;
     }
@@ -158,23 +138,21 @@ private:
     static Node* resolve(Handle directory)
     {
         Node* node = static_cast<Node*>(directory);
-        while (node->type == Node::Type::link)
+        while (node->kind == ObjectKind::link)
             node = node->target;
         return node;
     }
-    void step() { disturb(steps_++); }
+    void step() { disturb(steps++); }
     DWORD hand(Node* node, Handle& opened)
     {
-        ++openObjects_;
+        ++openObjects;
         opened = node;
         return ERROR_SUCCESS;
     }
 
     std::deque<Node> nodes_;
-    Node attic_{L"attic", nullptr, Node::Type::directory};
-    int steps_ = 0, openObjects_ = 0;
-    std::vector<std::wstring> removed_;
+    Node attic_{L"attic", nullptr, ObjectKind::directory};
 
 public:
-    Node* const volume = &nodes_.emplace_back(Node{L"vol", nullptr, Node::Type::directory});
+    Node* const volume = &nodes_.emplace_back(Node{L"vol", nullptr, ObjectKind::directory});
 };
