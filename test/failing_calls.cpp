@@ -28,7 +28,8 @@ struct Failure
 
 constexpr std::uint64_t none = 0, invalid = ~0ull;
 
-// A function in several rows can fail in each of these ways.
+// A function in several rows can fail in each of these ways. That a pipe has ended is no failure of a read, and never
+// said while there is something left to read.
 constexpr Failure failures[] = {
     {"malloc", none, ERROR_NOT_ENOUGH_MEMORY, Way::failForEver},
     {"malloc calloc realloc HeapAlloc LocalAlloc SysAllocStringLen TlsSetValue _beginthreadex CreateWellKnownSid "
@@ -62,7 +63,7 @@ constexpr Failure failures[] = {
     {"CreateFileW ReOpenFile", invalid, ERROR_SHARING_VIOLATION}, {"fputs fputws fflush", invalid, ERROR_DISK_FULL},
     {"fwrite WriteFile", none, ERROR_DISK_FULL}, {"ReadFile WriteFile", none, 0, Way::shorten},
     {"GetFileInformationByHandleEx FindNextFileW", none, ERROR_CRC}, {"GetDiskFreeSpaceExW", none, ERROR_NOT_READY},
-    {"ReadFile PeekNamedPipe", none, ERROR_BROKEN_PIPE}, {"WriteFile", none, ERROR_NO_DATA},
+    {"PeekNamedPipe", none, ERROR_BROKEN_PIPE}, {"WriteFile", none, ERROR_NO_DATA},
     {"GetOverlappedResult", none, ERROR_OPERATION_ABORTED}, {"WaitNamedPipeW", none, ERROR_SEM_TIMEOUT},
     {"SetNamedPipeHandleState", none, ERROR_PIPE_NOT_CONNECTED},
     {"WaitForSingleObject", WAIT_FAILED, ERROR_INVALID_HANDLE},
