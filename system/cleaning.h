@@ -9,7 +9,7 @@ namespace cleaning {
 IDirectorySource& source();
 
 /// Opens the directory afresh (openCleanedDirectory) and keeps it until another one is asked for: what is removed is
-/// removed from the very directory that was listed.  For one thread.
+/// removed from the very directory that was listed. For one thread.
 /// @param opened  set on success; valid until the next call
 /// @return as openCleanedDirectory; ERROR_CURRENT_DIRECTORY for one that holds the system or this program
 DWORD openDirectory(const std::wstring& path, const DirectoryAt*& opened);

@@ -40,8 +40,7 @@ inline constexpr DWORD unexpectedDirectory = 336, untrustedLink = 448, leadsElse
 
 /// How the cleaning of directories reaches the file system: an object is opened by its name within an open
 /// directory, and from then on asked, listed and removed by its handle alone. Operations return Win32 codes,
-/// since most failures here are part of the work; they throw nothing but std::bad_alloc. Several threads may use a
-/// source at a time, but for `list`.
+/// since most failures here are part of the work; they throw nothing but std::bad_alloc.
 class IDirectorySource
 {
 public:

@@ -2,10 +2,8 @@
 
 #include "system/idirectory_source.h"
 
-#include <atomic>
-
 /// How long removals may wait for others in all: short pauses, out of one budget for the life of the object. A
-/// thousand locked files thus cost no more than the budget. For any number of threads.
+/// thousand locked files thus cost no more than the budget.
 class RemovalPatience
 {
 public:
@@ -23,12 +21,13 @@ public:
             const bool mayPass = code == ERROR_SHARING_VIOLATION || code == ERROR_DELETE_PENDING ||
                                  code == ERROR_DIR_NOT_EMPTY ||
                                  code == leadsElsewhere; // where removed objects wait for their last handle
-            if (!mayPass || attempts == mostAttempts || left_.fetch_sub(pause) < pause)
+            if (!mayPass || attempts == mostAttempts || left_ < pause)
                 return code;
+            left_ -= pause;
             Sleep(static_cast<DWORD>(pause));
         }
     }
 
 private:
-    std::atomic<long> left_; // below 0 once it is used up
+    long left_;
 };

@@ -1,9 +1,6 @@
 #include "system/tree_removal.h"
 
-#include "runtime/parallel.h"
 #include "system/cleaned_directory.h"
-
-#include <atomic>
 
 namespace {
 
@@ -117,40 +114,16 @@ DWORD TreeRemoval::removeFilesOf(Level& level)
     std::vector<DirectoryEntry> entries;
     DWORD code = source_.list(level.object.get(), true, entries);
     for (; code == ERROR_SUCCESS; code = source_.list(level.object.get(), false, entries)) {
-        std::vector<std::wstring> files;
         for (DirectoryEntry& entry : entries) {
-            if (!entry.isDirectory() || entry.isNameSurrogate)
-                files.push_back(std::move(entry.name));
-            else if (!isDots(entry.name))
-                level.directories.push_back(std::move(entry.name));
+            if (entry.isDirectory() && !entry.isNameSurrogate) {
+                if (!isDots(entry.name))
+                    level.directories.push_back(std::move(entry.name));
+            } else if (const DWORD failure = removeEntryAt(level.object.get(), location_, entry.name)) {
+                return note(entry.name, failure);
+            }
         }
-        if (const DWORD failure = removeEntriesOf(level, files))
-            return failure;
     }
     return note(L"", code == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : successIfMissing(code));
-}
-
-DWORD TreeRemoval::removeEntriesOf(const Level& level, const std::vector<std::wstring>& names)
-{
-    std::atomic<std::size_t> failed = names.size();
-    std::atomic<DWORD> failure = ERROR_SUCCESS;
-    const auto removeOne = [&](std::size_t index) {
-        const DWORD code = removeEntryAt(level.object.get(), location_, names[index]);
-        DWORD none = ERROR_SUCCESS;
-        if (code != ERROR_SUCCESS && failure.compare_exchange_strong(none, code))
-            failed = index;
-        return code == ERROR_SUCCESS;
-    };
-    // A removal waits for the disk, mostly; some at a time bring it to its speed. For a few it is not worth waking
-    // anybody.
-    constexpr std::size_t few = 16;
-    std::size_t index = 0;
-    if (names.size() > few)
-        forEachInParallel(names.size(), removeOne);
-    else
-        while (index < names.size() && removeOne(index))
-            ++index;
-    return failure == ERROR_SUCCESS ? DWORD{ERROR_SUCCESS} : note(names[failed], failure);
 }
 
 DWORD TreeRemoval::leave(IDirectorySource::Handle parent)

@@ -18,8 +18,8 @@ public:
     DWORD removeEntry(const DirectoryAt& parent, std::wstring_view name);
 
     /// Removes a directory with everything in it: files, then subdirectories, then itself. Links in it, and a link
-    /// or a file in its own place, are removed as such. Stops at the first entry that cannot be removed; of many
-    /// files in one directory, some are removed at the same time.
+    /// or a file in its own place, are removed as such. Stops at the first entry that cannot be
+    /// removed.
     /// @return a Win32 code; an entry that is not there counts as removed
     DWORD removeTree(const DirectoryAt& parent, std::wstring_view name);
 
@@ -42,7 +42,6 @@ private:
     DWORD removeEntryAt(IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name);
     DWORD enter(IDirectorySource::Handle parent, const std::wstring& name);
     DWORD removeFilesOf(Level& level);
-    DWORD removeEntriesOf(const Level& level, const std::vector<std::wstring>& names);
     DWORD leave(IDirectorySource::Handle parent);
     DWORD note(std::wstring_view name, DWORD code);
 
