@@ -17,6 +17,9 @@ struct Kept
     std::wstring path;
     DirectoryAt directory;
 };
+
+// In this order: what is kept at the end of the process is closed through the source.
+NtDirectorySource machine;
 std::optional<Kept> kept;
 
 /// From now on the kernel itself refuses to follow links that others than administrators made, in all that this
@@ -56,7 +59,6 @@ bool isNeeded(const DirectoryAt& directory)
 
 IDirectorySource& source()
 {
-    static NtDirectorySource machine;
     return machine;
 }
 
