@@ -1,12 +1,15 @@
 #include "system/cleaning.h"
 
+#include "runtime/handles.h"
 #include "runtime/letter_case.h"
 #include "runtime/module.h"
 #include "system/cleaned_directory.h"
 #include "system/nt_directory_source.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
+#include <vector>
 
 namespace cleaning {
 
@@ -31,28 +34,50 @@ void refuseRedirections() noexcept
     SetProcessMitigationPolicy(ProcessRedirectionTrustPolicy, &policy, sizeof policy);
 }
 
-/// Where the system's and this program's own directories lie.
-std::vector<std::wstring> neededLocations()
+/// Where an open directory lies, in long names: a location is told with the names by which it was opened, and a short
+/// one ("C:\\PROGRA~1") would look like another directory's.
+DWORD finalLocation(HANDLE directory, std::wstring& location)
 {
-    std::vector<std::wstring> locations;
+    wchar_t buffer[0x8000];
+    const DWORD length =
+        GetFinalPathNameByHandleW(directory, buffer, std::size(buffer), FILE_NAME_NORMALIZED | VOLUME_NAME_NT);
+    if (length == 0 || length >= std::size(buffer))
+        return length == 0 ? GetLastError() : DWORD{ERROR_FILENAME_EXCED_RANGE};
+    location = upperCase(std::wstring(buffer, length)) + L'\\';
+    return ERROR_SUCCESS;
+}
+
+/// Finds the locations of the system's and of this program's own directory.
+DWORD findNeeded(std::vector<std::wstring>& locations)
+{
     wchar_t system[MAX_PATH] = L"";
     GetSystemDirectoryW(system, MAX_PATH);
     const std::wstring program = moduleFileName();
+    std::vector<std::wstring> found;
     for (const std::wstring& path : {std::wstring(system), program.substr(0, program.rfind(L'\\'))}) {
-        DirectoryAt found{OpenObject(source()), {}};
-        if (openCleanedDirectory(source(), path, found) == ERROR_SUCCESS)
-            locations.push_back(upperCase(found.location) + L'\\');
+        const UniqueFile directory(
+            CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+        const DWORD code = directory ? finalLocation(directory.get(), found.emplace_back()) : GetLastError();
+        if (code != ERROR_SUCCESS)
+            return code;
     }
-    return locations;
+    locations = std::move(found);
+    return ERROR_SUCCESS;
 }
 
-/// Whether the machine, or the panel, could not go on without what is in the directory, whatever its path looks like.
-bool isNeeded(const DirectoryAt& directory)
+/// @return ERROR_CURRENT_DIRECTORY when the machine, or the panel, could not go on without what is in the directory,
+/// whatever its path looks like; another code when this cannot be told
+DWORD refuseNeeded(const DirectoryAt& directory)
 {
-    static const std::vector<std::wstring> needed = neededLocations();
-    const std::wstring location = upperCase(directory.location) + L'\\';
-    return std::any_of(
-        needed.begin(), needed.end(), [&](const std::wstring& place) { return place.starts_with(location); });
+    static std::vector<std::wstring> needed;
+    DWORD code = needed.empty() ? findNeeded(needed) : DWORD{ERROR_SUCCESS};
+    std::wstring location;
+    if (code == ERROR_SUCCESS)
+        code = finalLocation(directory.object.get(), location);
+    const auto isIn = [&](const std::wstring& place) { return place.starts_with(location); };
+    return code == ERROR_SUCCESS && std::any_of(needed.begin(), needed.end(), isIn) ? DWORD{ERROR_CURRENT_DIRECTORY}
+                                                                                    : code;
 }
 
 } // namespace
@@ -69,8 +94,8 @@ DWORD openDirectory(const std::wstring& path, const DirectoryAt*& opened)
     kept.reset();
     DirectoryAt found{OpenObject(source()), {}};
     DWORD code = openCleanedDirectory(source(), path, found);
-    if (code == ERROR_SUCCESS && isNeeded(found))
-        code = ERROR_CURRENT_DIRECTORY;
+    if (code == ERROR_SUCCESS)
+        code = refuseNeeded(found);
     if (code == ERROR_SUCCESS)
         opened = &kept.emplace(Kept{path, std::move(found)}).directory;
     return code;
