@@ -15,6 +15,9 @@ require("Magic[ \t]+020b" "the 64-bit image format")
 # Without a relocation table the loader could not move the image, whatever its flags say.
 require("Entry 5 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Base Relocation" "the relocation table")
 
+# By it the libraries of the product find the program's log settings.
+require("m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22" "the exported context")
+
 # All of these are loaded by every process or come from the loader's own list of system DLLs, so nobody can put
 # another one of the name beside the program. A DLL more is also a slower start: think before adding one.
 # (Delay-loaded ones do not stand here; they are found by the program's own rule, the system directory alone.)

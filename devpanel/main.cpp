@@ -1,5 +1,4 @@
 // Stands in for the panel on machines that have none: devpanel install | ensure | serve [silence [pipe]] | service
-// [state]
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
@@ -14,7 +13,6 @@ namespace {
 
 SERVICE_STATUS_HANDLE serviceHandle;
 HANDLE stopped;
-DWORD wantedState = SERVICE_RUNNING;
 
 void report(DWORD state)
 {
@@ -25,7 +23,7 @@ void report(DWORD state)
     SetServiceStatus(serviceHandle, &status);
 }
 
-/// A service that is in the wanted state until it is stopped, a minute at the longest.
+/// A service that runs until it is stopped, a minute at the longest.
 void WINAPI runService(DWORD, wchar_t**)
 {
     stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -33,8 +31,7 @@ void WINAPI runService(DWORD, wchar_t**)
         if (control == SERVICE_CONTROL_STOP)
             SetEvent(stopped);
     });
-    report(SERVICE_RUNNING); // the service control manager takes no other state first
-    report(wantedState);
+    report(SERVICE_RUNNING);
     WaitForSingleObject(stopped, 60'000);
     report(SERVICE_STOPPED);
 }
@@ -52,8 +49,6 @@ int wmain(int argc, wchar_t** argv)
         } else if (mode == L"serve") {
             servePipe(argc > 2 ? static_cast<DWORD>(_wtoi(argv[2])) : 0, argc > 3 ? argv[3] : panelPipe);
         } else if (mode == L"service") {
-            if (argc > 2)
-                wantedState = static_cast<DWORD>(_wtoi(argv[2]));
             wchar_t name[] = L"";
             const SERVICE_TABLE_ENTRYW table[] = {{name, runService}, {nullptr, nullptr}};
             return StartServiceCtrlDispatcherW(table) ? 0 : 1;

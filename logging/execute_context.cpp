@@ -6,7 +6,12 @@
 
 #include <psapi.h>
 
+#include <cstddef>
 #include <vector>
+
+// Offsets that modules built by another compiler rely on.
+static_assert(offsetof(LogSettings, eventLog) == 6 && offsetof(LogSettings, handlers) == 16);
+static_assert(offsetof(LogSettings, consoleUsed) == 40 && offsetof(ExecuteContext, logSettings) == 16);
 
 // The name under which the modules of the product find each other's pointer.
 #define MENDKIT_CONTEXT_SYMBOL m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22

@@ -2,13 +2,11 @@
 
 #include "config/registry.h"
 #include "logging/event_log.h"
-#include "logging/execute_context.h"
 #include "runtime/vdatetime.h"
 #include "runtime/vosexception.h"
 #include "test/recording_handler.h"
 #include "test/sandbox.h"
 
-#include <cstddef>
 #include <regex>
 #include <thread>
 
@@ -100,22 +98,4 @@ TEST_F(Logs, EventSourceIsRegisteredOnceAndAnExistingLogKeepsItsSettings)
     EXPECT_NE(nullptr, EventLog().handle());
     registry::lookup(HKEY_LOCAL_MACHINE, log, L"MaxSize", size, 0);
     EXPECT_EQ(5u, size);
-}
-
-TEST(ExecuteContext, IsFoundByOtherModulesThroughTheExport)
-{
-    // Offsets that modules built by another compiler rely on.
-    static_assert(offsetof(LogSettings, eventLog) == 6 && offsetof(LogSettings, handlers) == 16);
-    static_assert(offsetof(LogSettings, consoleUsed) == 40 && offsetof(ExecuteContext, logSettings) == 16);
-    RecordingHandler first, second;
-    const auto symbol = reinterpret_cast<ExecuteContext**>(reinterpret_cast<void*>(
-        GetProcAddress(GetModuleHandleW(nullptr), "m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22")));
-    ASSERT_NE(nullptr, symbol);
-    ASSERT_EQ(&ExecuteContext::get(), *symbol);
-    EXPECT_EQ(1, (*symbol)->references);
-    const LogHandlerList& list = (*symbol)->logSettings->handlers;
-    LogManager::addHandler(&first);
-    LogManager::removeHandler(&first); // both of its entries
-    ASSERT_EQ(1u, list.count);
-    EXPECT_EQ(&second, list.last->handler);
 }

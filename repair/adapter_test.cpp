@@ -1,8 +1,11 @@
 #include "repair/adapter.h"
 
+#include "runtime/text.h"
 #include "test/failure.h"
 #include "test/fake_system_helper.h"
+#include "test/json_document.h"
 #include "test/recording_handler.h"
+#include "test/stress.h"
 
 #include <regex>
 #include <tuple>
@@ -63,6 +66,24 @@ TEST_F(Adapter, GathersTheFiguresOfThreeRunsWhateverTheyPrint)
     }
     helper->calls.resize(3);
     EXPECT_EQ((Calls{L"sysinfo loadavg", L"sysinfo memory", L"sysinfo swap"}), helper->calls);
+}
+
+TEST_F(Adapter, AnswersWithADocumentWhateverUtilitiesPrint)
+{
+    std::mt19937 random = seeded();
+    const int count = rounds(2'000, 200'000);
+    for (int round = 0; round < count; ++round) {
+        for (const wchar_t* what : {L"loadavg", L"memory", L"swap"}) {
+            std::wstring& output = helper->outputs[what] = toWide(randomBytes(random, 40), 28591);
+            for (wchar_t& c : output)
+                c = random() % 3    ? L" \n:.-0123456789eE"[random() % 17]
+                    : random() % 50 ? c
+                                    : static_cast<wchar_t>(random());
+        }
+        const std::wstring answer = adapter.getSystemResources();
+        ASSERT_EQ(3u, jsonDocument(toNarrow(answer, utf8CodePage)).size()) << testing::PrintToString(answer);
+    }
+    figure(count, "answers made of random output of utilities");
 }
 
 TEST_F(Adapter, ReportsEachVolumeOnceInOrder)

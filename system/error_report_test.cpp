@@ -3,6 +3,7 @@
 #include "runtime/text.h"
 #include "system/error_report_helpers.h"
 #include "test/sandbox.h"
+#include "test/stress.h"
 
 #include <algorithm>
 #include <fstream>
@@ -114,4 +115,12 @@ TEST_F(ErrorReport, IsWellFormedWhateverItsTextsHold)
                   "<update_ticket>\xd0\x96 1" +
                   bad + bad + "</update_ticket></additional_info></error>",
         report);
+
+    std::mt19937 random = seeded();
+    const int count = rounds(50, 5'000);
+    for (int round = 0; round < count && !HasFailure(); ++round) {
+        setTicket(randomBytes(random, 2000));
+        built(toWide(randomBytes(random, 200), 28591) + static_cast<wchar_t>(random()));
+    }
+    figure(count, "error reports of random messages and update tickets, read by a parser of XML");
 }

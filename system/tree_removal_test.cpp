@@ -78,14 +78,6 @@ TEST(TreeRemoval, NeverLeavesItsDirectoryWhateverHappensBetweenItsSteps)
     EXPECT_GT(steps, 40);
 }
 
-TEST(TreeRemoval, RemovesFilesThenDirectories)
-{
-    Tree tree;
-    EXPECT_EQ(DWORD{ERROR_SUCCESS}, tree.removeTop());
-    EXPECT_EQ(L"", tree.source.content(tree.clean));
-    EXPECT_EQ(L"a b junction a b deep inner top ", tree.source.removals);
-}
-
 TEST(CleanedDirectory, IsReachedOverLinksOfTheMachineAlone)
 {
     ScriptedSource source;

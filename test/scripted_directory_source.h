@@ -24,7 +24,6 @@ class ScriptedSource : public IDirectorySource
 public:
     std::function<void(int step)> disturb = [](int) {};
     int steps = 0, openObjects = 0;
-    std::wstring removals; // the names of what was removed, in order
 
     Node* add(Node* parent, const std::wstring& name, ObjectKind kind = ObjectKind::directory)
     {
@@ -122,7 +121,6 @@ public:
         Node* const node = static_cast<Node*>(object);
         if (!node->children.empty())
             return ERROR_DIR_NOT_EMPTY;
-        removals += node->name + L" ";
         detach(node);
         return ERROR_SUCCESS;
     }
