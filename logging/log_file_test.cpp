@@ -1,14 +1,11 @@
 #include "logging/log_file.h"
 
 #include "config/registry.h"
-#include "logging/event_log.h"
-#include "runtime/vdatetime.h"
 #include "runtime/vosexception.h"
 #include "test/recording_handler.h"
 #include "test/sandbox.h"
 
 #include <regex>
-#include <thread>
 
 namespace {
 
@@ -20,23 +17,6 @@ protected:
 };
 
 } // namespace
-
-TEST_F(Logs, AreWrittenOnlyWhenEnabled)
-{
-    setConfig(L"log_off_enabled", 0);
-    LogFile(L"off", true).write(L"x");
-    LogFile(L"default", false).write(L"x");
-    EXPECT_EQ(L"", root.log(L"off") + root.log(L"default"));
-    LogFile off(L"off", true);
-    EXPECT_FALSE(UniqueHandle(OpenMutexW(SYNCHRONIZE, FALSE, L"kelvolog_off_mutex")));
-    setConfig(L"log_default_enabled", 1);
-    LogFile on(L"default", false);
-    const UniqueHandle mutex(OpenMutexW(SYNCHRONIZE, FALSE, L"kelvolog_default_mutex"));
-    ASSERT_TRUE(mutex);
-    std::thread([&] { WaitForSingleObject(mutex.get(), INFINITE); }).join(); // dies with the mutex
-    on.write(L"x");
-    EXPECT_NE(L"", root.log(L"default"));
-}
 
 TEST_F(Logs, FailureOfOneSinkCostsNoOtherItsRecord)
 {
@@ -81,21 +61,4 @@ TEST_F(Logs, DebugLogTakesSevereRecordsAndWithDebugAll)
         LogManager::log(LogLevel::Info, L"record %d", record);
     EXPECT_TRUE(root.log().ends_with(L" Info: record 17\r\n"));
     EXPECT_EQ(std::wstring::npos, root.log().find(L"record 16"));
-}
-
-TEST_F(Logs, EventSourceIsRegisteredOnceAndAnExistingLogKeepsItsSettings)
-{
-    const std::wstring log = L"System\\CurrentControlSet\\Services\\EventLog\\Kelvo";
-    DWORD types = 0, size = 0;
-    EventLog().report(LogLevel::Error, std::wstring(100'000, L'x'));
-    registry::lookup(HKEY_LOCAL_MACHINE, log + L"\\mendkit_logging_test", L"TypesSupported", types, 0);
-    registry::lookup(HKEY_LOCAL_MACHINE, log, L"MaxSize", size, 0);
-    EXPECT_EQ(7u, types);
-    EXPECT_EQ(0x800000u, size);
-    EXPECT_EQ(root.path() + L"\\admin\\bin64\\eventmsg.dll",
-        registry::getstr(HKEY_LOCAL_MACHINE, log + L"\\mendkit_logging_test", L"EventMessageFile", 0));
-    registry::set(registry::open(HKEY_LOCAL_MACHINE, log, KEY_WRITE).get(), L"MaxSize", 5);
-    EXPECT_NE(nullptr, EventLog().handle());
-    registry::lookup(HKEY_LOCAL_MACHINE, log, L"MaxSize", size, 0);
-    EXPECT_EQ(5u, size);
 }

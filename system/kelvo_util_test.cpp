@@ -87,20 +87,6 @@ TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
     EXPECT_EQ(root + L"\\", KelvoRepairAdapter::DefaultSystemHelper().getKelvoRootDir());
 }
 
-TEST_F(Utility, RecordsStartAndEndWhenAskedTo)
-{
-    setConfig(L"log_util_exec_enabled", 1);
-    run("out x");
-    run("exit 1");
-    const std::wstring log = product.log(L"util_exec");
-    const std::wstring call = L"\t" + root + L"\\admin\\bin\\util.exe\t\"--pwd=*\" --x\t";
-    const std::size_t start = log.find(L" execUtil(Start)\t"), end = log.find(L" execUtil(End)\t");
-    EXPECT_LT(start, log.find(call + L"\n\r\n"));
-    EXPECT_LT(start, end);
-    EXPECT_LT(end, log.find(call, end));
-    EXPECT_EQ(std::wstring::npos, log.find(L"(End)", end + 20)) << "a failed run has no end";
-}
-
 TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
 {
     const UniqueHandle own = identity::tokenOf(GetCurrentProcess(), TOKEN_ALL_ACCESS);

@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 /// A program run to its end, its standard output (and, merged, its standard error) captured.
 struct ChildResult
@@ -55,20 +54,6 @@ try {
 } catch (const vexception& failure) { // GoogleTest would not say what it was
     ADD_FAILURE() << testing::PrintToString(failure.fullText());
     throw;
-}
-
-/// Starts the same call many times at once and waits for all to succeed.
-inline void runMany(const std::wstring& program, const std::wstring& arguments, int count)
-{
-    std::vector<vexecutil> children(static_cast<std::size_t>(count));
-    for (vexecutil& child : children) {
-        child.path = program;
-        child.arguments = arguments;
-        child.stdoutFile = L"NUL";
-        startPatiently(child);
-    }
-    for (const vexecutil& child : children)
-        EXPECT_EQ(0u, waitFor(child));
 }
 
 /// A program of the build, by its path there.

@@ -32,30 +32,27 @@ constexpr std::uint64_t none = 0, invalid = ~0ull;
 // said while there is something left to read.
 constexpr Failure failures[] = {
     {"malloc", none, ERROR_NOT_ENOUGH_MEMORY, Way::failForEver},
-    {"malloc calloc realloc HeapAlloc LocalAlloc SysAllocStringLen TlsSetValue _beginthreadex CreateWellKnownSid "
-     "CopySid "
-     "ConvertSidToStringSidW ConvertStringSidToSidW ConvertStringSecurityDescriptorToSecurityDescriptorW "
-     "FormatMessageW "
-     "GetModuleFileNameW LCMapStringEx WideCharToMultiByte InitializeProcThreadAttributeList "
-     "AddVectoredExceptionHandler "
+    {"malloc calloc realloc HeapAlloc LocalAlloc SysAllocStringLen TlsSetValue _beginthreadex "
+     "CreateWellKnownSid CopySid ConvertSidToStringSidW ConvertStringSidToSidW "
+     "ConvertStringSecurityDescriptorToSecurityDescriptorW FormatMessageW GetModuleFileNameW LCMapStringEx "
+     "WideCharToMultiByte InitializeProcThreadAttributeList AddVectoredExceptionHandler "
      "UpdateProcThreadAttribute",
         none, ERROR_NOT_ENOUGH_MEMORY},
     {"_vscwprintf _vsnwprintf _snwprintf TlsAlloc WaitForMultipleObjects", invalid, ERROR_NOT_ENOUGH_MEMORY},
     {"PathAllocCombine PathAllocCanonicalize CoInitializeEx OleRun", 0x8007000e, 0}, // E_OUTOFMEMORY
-    {"ReadFile CreateThreadpoolWork CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle CheckTokenMembership "
-     "DuplicateToken "
-     "GetTokenInformation GetNamedPipeServerProcessId GetFinalPathNameByHandleW",
+    {"ReadFile CreateThreadpoolWork CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle "
+     "CheckTokenMembership DuplicateToken GetTokenInformation GetNamedPipeServerProcessId "
+     "GetFinalPathNameByHandleW",
         none, ERROR_NO_SYSTEM_RESOURCES},
     {"RegGetValueW RegQueryValueExW RegSetValueExW SetEntriesInAclW", ERROR_NO_SYSTEM_RESOURCES, 0},
     {"NtQueryObject", 0xc000009a, 0}, // STATUS_INSUFFICIENT_RESOURCES
     {"CreateProcessW LoadLibraryA LoadLibraryW LoadLibraryExW", none, ERROR_COMMITMENT_LIMIT},
     {"CreateFileW", invalid, ERROR_TOO_MANY_OPEN_FILES}, {"CreateNamedPipeW", invalid, ERROR_PIPE_BUSY},
     {"CreateFileW GetFileAttributesW FindFirstFileW", invalid, ERROR_ACCESS_DENIED},
-    {"CreateMutexW OpenMutexW CreateProcessW CreateProcessAsUserW GetExitCodeProcess GetPriorityClass OpenProcess "
-     "OpenProcessToken OpenThreadToken DuplicateTokenEx OpenServiceW QueryServiceConfigW "
-     "GetFileInformationByHandleEx "
-     "SetFileInformationByHandle DeleteFileW SetCurrentDirectoryW OpenDesktopW OpenWindowStationW "
-     "SetProcessWindowStation",
+    {"CreateMutexW OpenMutexW CreateProcessW CreateProcessAsUserW GetExitCodeProcess GetPriorityClass "
+     "OpenProcess OpenProcessToken OpenThreadToken DuplicateTokenEx OpenServiceW QueryServiceConfigW "
+     "GetFileInformationByHandleEx SetFileInformationByHandle DeleteFileW SetCurrentDirectoryW "
+     "OpenDesktopW OpenWindowStationW SetProcessWindowStation",
         none, ERROR_ACCESS_DENIED},
     {"RegCreateKeyExW RegOpenKeyExW GetSecurityInfo SetSecurityInfo", ERROR_ACCESS_DENIED, 0},
     {"NtCreateFile", 0xc0000022, 0}, {"NtCreateFile", 0xc0000043, 0}, // access denied, sharing violation
@@ -70,8 +67,9 @@ constexpr Failure failures[] = {
     {"WaitForSingleObject WaitForMultipleObjects", WAIT_ABANDONED, 0},
     {"CreateMutexW", none, ERROR_INVALID_HANDLE}, // the name is that of something else
     {"GetProcAddress GetModuleHandleW K32EnumProcessModules", none, ERROR_PROC_NOT_FOUND},
-    {"PathStripToRootW SHGetSpecialFolderPathW SetFilePointerEx SetDefaultDllDirectories SetProcessMitigationPolicy "
-     "SetThreadStackGuarantee SystemTimeToFileTime SetFileInformationByHandle GetAce DeviceIoControl",
+    {"PathStripToRootW SHGetSpecialFolderPathW SetFilePointerEx SetDefaultDllDirectories "
+     "SetProcessMitigationPolicy SetThreadStackGuarantee SystemTimeToFileTime SetFileInformationByHandle "
+     "GetAce DeviceIoControl",
         none, ERROR_INVALID_PARAMETER},
     {"MultiByteToWideChar", none, ERROR_NO_UNICODE_TRANSLATION},
     {"RegGetValueW RegQueryValueExW RegOpenKeyExW", ERROR_FILE_NOT_FOUND, 0},

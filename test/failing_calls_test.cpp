@@ -40,7 +40,7 @@ struct Command
 
 const fs::path panel = panelRoot, cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
 
-constexpr wchar_t pipe[] = L"\\\\.\\pipe\\failing_calls";
+constexpr wchar_t pipe[] = L"failing_calls";
 
 /// Size and time of the last change.
 using Files = std::map<fs::path, std::pair<std::uintmax_t, fs::file_time_type>>;
@@ -96,11 +96,8 @@ class FailingCalls : public ProgramRun, public testing::WithParamInterface<std::
 protected:
     FailingCalls()
     {
-        service_.path = builtProgram(L"devpanel\\devpanel.exe");
-        EXPECT_EQ(0u, runChild(service_.path, L"install").exitCode);
-        service_.arguments = L"serve 0 failing_calls";
-        startPatiently(service_);
-        setConfig(L"zrmpipe", L"failing_calls");
+        EXPECT_EQ(0u, runChild(devpanel, L"install").exitCode);
+        setConfig(L"zrmpipe", pipe);
         setConfig(L"PRODUCT_ROOT_D", root.path());
         setConfig(L"CrashDumpsEnabled", 0);
         setConfig(L"SendFeedback", command.isVerbose ? L"true" : L"false");
@@ -122,16 +119,17 @@ protected:
     {
         SetEnvironmentVariableW(L"TMP", nullptr); // it goes with the root
         UnmapViewOfFile(call);
-        service_.terminate();
+        service_->terminate();
     }
 
     /// One run. @param wanted  which of the possible failures happens, from 1; 0: none @return the exit code
     std::uint32_t run(LONG wanted)
     {
-        while (!WaitNamedPipeW(pipe, 100)) // it may be starting, or busy with the last one
+        while (!isFree(pipe)) // it may be busy with the last one
             Sleep(1);
-        Con::ClientOverlappedPipe().create(pipe, 10); // being asked makes the panel's service stay
-        WaitNamedPipeW(pipe, 5000);
+        Con::ClientOverlappedPipe().create(L"\\\\.\\pipe\\" + std::wstring(pipe), 10); // being asked makes it stay
+        while (!isFree(pipe))
+            Sleep(1);
         for (const fs::path& directory : cleaned)
             makeFile(directory / L"tree" / L"file");
         const std::wstring outputFile = root.path() + L"\\output.log";
@@ -191,7 +189,7 @@ protected:
     LONG mostHandles = 1000;
 
 private:
-    vexecutil service_;
+    const std::unique_ptr<vexecutil> service_ = serve(L"0", pipe);
     UniqueHandle section_;
     const UniqueHandle mutexes_[2] = {UniqueHandle(CreateMutexW(nullptr, FALSE, L"kelvolog_debug_mutex")),
         UniqueHandle(CreateMutexW(nullptr, FALSE, L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}"))};

@@ -3,6 +3,8 @@
 #include "test/child_process.h"
 #include "test/sandbox.h"
 
+#include <memory>
+
 /// The product's real configuration key, with a product root of the test's own.
 class ProgramRun : public testing::Test
 {
@@ -22,5 +24,20 @@ protected:
         return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
+    static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
+
+    /// A management service with one client at a time, once it is there for it.
+    std::unique_ptr<vexecutil> serve(const wchar_t* silence, const wchar_t* pipe) const
+    {
+        auto service = std::make_unique<vexecutil>();
+        service->path = devpanel;
+        service->arguments = L"serve " + std::wstring(silence) + L" " + pipe;
+        startPatiently(*service);
+        while (!isFree(pipe))
+            Sleep(5);
+        return service;
+    }
+
     const ProductRoot root;
+    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe");
 };

@@ -38,20 +38,6 @@ protected:
         return result.exitCode == 0;
     }
 
-    static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
-
-    /// A management service with one client at a time, once it is there for it.
-    std::unique_ptr<vexecutil> serve(const wchar_t* silence, const wchar_t* pipe) const
-    {
-        auto service = std::make_unique<vexecutil>();
-        service->path = devpanel;
-        service->arguments = L"serve " + std::wstring(silence) + L" " + pipe;
-        startPatiently(*service);
-        while (!isFree(pipe))
-            Sleep(5);
-        return service;
-    }
-
     /// A run that is under way, connected, when this returns.
     std::thread startRun(const wchar_t* pipe, const wchar_t* command, ChildResult& result) const
     {
@@ -78,8 +64,8 @@ protected:
     }
 
     std::mt19937 random = seeded();
-    const std::wstring devpanel = builtProgram(L"devpanel\\devpanel.exe"), panel = L"C:\\Program Files\\Kelvo Panel",
-                       temp = panel + L"\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
+    const std::wstring panel = L"C:\\Program Files\\Kelvo Panel", temp = panel + L"\\tmp", aps = temp + L"\\aps",
+                       kept = temp + L"\\kept";
 };
 
 std::string statusOf(const std::string& name, const std::string& status)
@@ -293,8 +279,13 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
     setConfig(L"Debug", 1);
     constexpr int batch = 40;
     const int count = batch * rounds(1, 25);
-    for (int begun = 0; begun < count; begun += batch)
-        runMany(builtProgram(L"app\\mendkit.exe"), L"--get-service-status --name=none", batch);
+    for (int begun = 0; begun < count; begun += batch) {
+        std::vector<std::thread> callers;
+        for (int caller = 0; caller < batch; ++caller)
+            callers.emplace_back([] { EXPECT_EQ(0u, run(L"--get-service-status --name=none").exitCode); });
+        for (std::thread& caller : callers)
+            caller.join();
+    }
     const std::wstring log = root.log();
     EXPECT_EQ(std::wstring::npos, log.find(L'\xfeff', 1)) << "one byte-order mark, at the start";
     const std::wregex record(
