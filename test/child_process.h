@@ -30,12 +30,6 @@ inline void startPatiently(vexecutil& child)
     child.start();
 }
 
-inline std::uint32_t waitFor(const vexecutil& child)
-{
-    EXPECT_TRUE(child.waitForExit(50'000));
-    return child.exitCode();
-}
-
 /// Runs a program to its end. @param capture  false: it gets the standard handles of this process
 inline ChildResult runChild(const std::wstring& program, const std::wstring& arguments, bool capture = true)
 try {
@@ -49,7 +43,8 @@ try {
     char buffer[4096];
     while (const std::size_t count = capture ? child.stdoutPipe.read(buffer, sizeof buffer, 0) : 0)
         result.output.append(buffer, count);
-    result.exitCode = waitFor(child);
+    EXPECT_TRUE(child.waitForExit(50'000));
+    result.exitCode = child.exitCode();
     return result;
 } catch (const vexception& failure) { // GoogleTest would not say what it was
     ADD_FAILURE() << testing::PrintToString(failure.fullText());

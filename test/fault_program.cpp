@@ -31,7 +31,6 @@ struct FaultingHandler : ILogHandler
 };
 
 const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
-    {L"read", [] { zero = *badAddress; }},
     {L"null", [] { reinterpret_cast<void (*)()>(static_cast<ULONG_PTR>(zero))(); }},
     {L"handled", // by the system
         [] {
@@ -43,10 +42,9 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
             int numbers[] = {2, 1};
             qsort(numbers, 2, sizeof(int), [](const void*, const void*) { return *badAddress; });
         }},
-    {L"copy", [] { memcpy(badAddress, &faults, static_cast<std::size_t>(8 + zero)); }},
     {L"system", [] { GetSystemTime(reinterpret_cast<SYSTEMTIME*>(badAddress)); }},
     {L"division", [] { zero = 1 / zero; }}, {L"instruction", [] { __asm__ volatile("ud2"); }},
-    {L"privileged", [] { __asm__ volatile("hlt"); }}, {L"stack", [] { zero = overflowStack(0); }},
+    {L"stack", [] { zero = overflowStack(0); }},
     {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
     {L"twice",
         [] {

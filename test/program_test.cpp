@@ -48,24 +48,8 @@ protected:
         return running;
     }
 
-    /// Files to be cleaned, half of them in a tree, and one beside them that nothing may happen to.
-    void fillTemp(int files) const
-    {
-        for (const std::wstring& directory : {temp, aps, aps + L"\\tree", kept})
-            CreateDirectoryW(directory.c_str(), nullptr);
-        for (int file = 0; file < files; ++file)
-            std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
-        std::ofstream((kept + L"\\file").c_str()) << "x";
-    }
-    void expectOnlyTheRest() const
-    {
-        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
-        EXPECT_EQ("x", readFile(kept + L"\\file"));
-    }
-
     std::mt19937 random = seeded();
-    const std::wstring panel = L"C:\\Program Files\\Kelvo Panel", temp = panel + L"\\tmp", aps = temp + L"\\aps",
-                       kept = temp + L"\\kept";
+    const std::wstring panel = L"C:\\Program Files\\Kelvo Panel";
 };
 
 std::string statusOf(const std::string& name, const std::string& status)
@@ -258,16 +242,22 @@ TEST_F(Program, RunsWithAnyBytesInItsSettings)
 TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
 {
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    const std::wstring temp = panel + L"\\tmp", aps = temp + L"\\aps", kept = temp + L"\\kept";
     const int count = rounds(1, 20), files = rounds(1'000, 4'000);
     for (int round = 0; round < count && !HasFailure(); ++round) {
-        fillTemp(files);
+        for (const std::wstring& directory : {temp, aps, aps + L"\\tree", kept})
+            CreateDirectoryW(directory.c_str(), nullptr);
+        for (int file = 0; file < files; ++file)
+            std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
+        std::ofstream((kept + L"\\file").c_str()) << "x"; // beside them
         ChildResult results[2];
         const auto service = serve(L"0", L"one"), other = serve(L"0", L"two");
         std::thread first = startRun(L"one", L"--free-disk-space", results[0]);
         startRun(L"two", L"--free-disk-space", results[1]).join();
         first.join();
         EXPECT_TRUE(hasAnswered(results[0]) && hasAnswered(results[1]));
-        expectOnlyTheRest();
+        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
+        EXPECT_EQ("x", readFile(kept + L"\\file"));
         service->terminate();
         other->terminate();
     }
@@ -306,11 +296,11 @@ TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
     for (const auto& [word, output, exitCode, dumps] :
         std::initializer_list<std::tuple<const wchar_t*, std::string, std::uint32_t, int>>{{L"none", "", 0, 0},
             {L"handled", "", 0, 0}, {L"null", fault + "05", 1, 1}, {L"callback", fault + "05", 1, 1},
-            {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1}, {L"read", fault, 1, 1},
-            {L"copy", fault + "05", 1, 1}, {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1},
-            {L"instruction", fault + "1d", 1, 1}, {L"privileged", fault + "96", 1, 1}, {L"twice", fault + "fd", 1, 2},
-            {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1}, {L"logging", "logged", 0, 1},
-            {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"end", "", 1, 0}}) {
+            {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
+            {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
+            {L"twice", fault + "fd", 1, 2}, {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1},
+            {L"logging", "logged", 0, 1}, {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1},
+            {L"end", "", 1, 0}}) {
         const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
         EXPECT_EQ(exitCode, result.exitCode) << word;
         EXPECT_NE(std::string::npos, result.output.find(output)) << word << result.output;
@@ -336,14 +326,9 @@ TEST_F(Program, KeepsTheLastDumpForAdministratorsOnly)
         FindClose(search);
 
         std::string dump = readFile(dumps + found.cFileName);
-        MINIDUMP_EXCEPTION_STREAM* fault = nullptr;
-        MINIDUMP_MODULE_LIST* modules = nullptr;
-        for (const auto& [type, stream] : {std::pair{ExceptionStream, reinterpret_cast<void**>(&fault)},
-                 {ModuleListStream, reinterpret_cast<void**>(&modules)}})
-            ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), type, nullptr, stream, nullptr));
-        EXPECT_EQ(code, fault->ExceptionRecord.ExceptionCode);
-        EXPECT_LT(fault->ExceptionRecord.ExceptionAddress - modules->Modules[0].BaseOfImage,
-            modules->Modules[0].SizeOfImage);
+        void* stream = nullptr;
+        ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), ExceptionStream, nullptr, &stream, nullptr));
+        EXPECT_EQ(code, static_cast<MINIDUMP_EXCEPTION_STREAM*>(stream)->ExceptionRecord.ExceptionCode);
 
         BYTE rights[1024];
         DWORD size = sizeof rights;
