@@ -21,9 +21,10 @@ struct DirectoryEntry
 
 using DirectoryEntries = std::list<DirectoryEntry>;
 
-/// A volume's size, in bytes.
-struct DiskSpace
+/// What a listing holds.
+enum class ListingKind : std::int32_t
 {
-    std::uint64_t total;
-    std::uint64_t free; // all of it, not only what the caller's quota leaves
+    directories,
+    files,
+    directoriesThenFiles
 };

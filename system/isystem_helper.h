@@ -5,6 +5,13 @@
 #include <cstdint>
 #include <string>
 
+/// A volume's size, in bytes.
+struct DiskSpace
+{
+    std::uint64_t total;
+    std::uint64_t free; // all of it, not only what the caller's quota leaves
+};
+
 namespace KelvoRepairAdapter {
 
 /// The repair operations' only door to the operating system. Failures are vexceptions.
