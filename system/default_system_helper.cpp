@@ -10,7 +10,6 @@
 #include "system/panel_directories.h"
 #include "system/removal.h"
 #include "system/service.h"
-#include "system/util_exec_log.h"
 
 #include <shlobj.h>
 
@@ -47,7 +46,7 @@ std::uint32_t DefaultSystemHelper::getServiceStatus(const std::wstring& name)
 std::wstring DefaultSystemHelper::execUtil(const std::wstring& name, const std::wstring& arguments, bool bin64)
 {
     const auto describe = [&] {
-        return formatString(L"execUtil(%s, %s)", name.c_str(), maskedArguments(arguments).c_str());
+        return formatString(L"execUtil(%s, %s)", name.c_str(), maskArguments(arguments).c_str());
     };
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::execUtil"}, describe, [&](Span&) {
         std::wstring output;

@@ -2,6 +2,7 @@
 
 #include "logging/log_manager.h"
 #include "runtime/format.h"
+#include "runtime/mask.h"
 #include "runtime/operation.h"
 #include "runtime/path.h"
 #include "runtime/text.h"
@@ -84,7 +85,7 @@ void startKelvoUtilInternal(
     const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64)
 {
     const auto call = [&](const wchar_t* format, const std::wstring& what) {
-        return formatString(format, what.c_str(), maskedArguments(arguments).c_str());
+        return formatString(format, what.c_str(), maskArguments(arguments).c_str());
     };
     const auto describe = [&] { return call(L"Unable to call startKelvoUtilInternal(%s, %s)", name); };
     operation({RaiseSite("startKelvoUtilInternal"), RaiseSite("Start command")}, describe, [&](Span& span) {
@@ -95,7 +96,7 @@ void startKelvoUtilInternal(
         runner.hideWindow = 1;
         runner.pipeStdin = input != nullptr;
         writeToUtilExecLog(true, runner.path, arguments, 0);
-        LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskedArguments(arguments).c_str());
+        LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskArguments(arguments).c_str());
         runner.start();
         if (input)
             runner.stdinPipe.write(input->data(), input->size(), lastWrite);
@@ -109,7 +110,7 @@ std::uint32_t execKelvoUtil(const std::wstring& name, const std::wstring& argume
 {
     auto code = static_cast<std::uint32_t>(-1);
     try {
-        const std::wstring shown = maskedArguments(arguments);
+        const std::wstring shown = maskArguments(arguments);
         const auto describe = [&](const wchar_t* format) {
             return [&, format] { return formatString(format, name.c_str(), shown.c_str()); };
         };
