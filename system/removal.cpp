@@ -1,8 +1,8 @@
 #include "system/removal.h"
 
 #include "runtime/vosexception.h"
-#include "system/cleaned_directory.h"
 #include "system/cleaning.h"
+#include "system/removal_codes.h"
 #include "system/tree_removal.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "system/tree_removal.h"
 
-#include "system/cleaned_directory.h"
+#include "system/removal_codes.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/idirectory_source.h"
+#include "system/open_object.h"
 #include "system/removal_patience.h"
 
 /// Removes entries of directories: decides on an open object, and removes that very object. Whatever others do to
