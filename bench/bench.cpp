@@ -2,6 +2,7 @@
 // the folder of the build and, for a part of the table, one of pipe, status, log, utilities, cleaning.
 
 #include "bench/cleaning.h"
+#include "bench/program_run.h"
 #include "bench/report.h"
 
 #include "config/kelvo_srv_client.h"
