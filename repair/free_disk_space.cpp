@@ -37,7 +37,7 @@ void Adapter::cleanDirectory(const std::wstring& path, std::int32_t kind)
             try {
                 const auto describeEntry = [&] { return L"Remove '" + maskArgument(inside) + L"'"; };
                 changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describeEntry, [&] {
-                    if (entry.isDirectory() && !entry.isNameSurrogate)
+                    if (entry.isRealDirectory())
                         helper_->removeDirectory(inside);
                     else
                         helper_->removeFile(inside);

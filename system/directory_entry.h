@@ -17,6 +17,8 @@ struct DirectoryEntry
     FILETIME creationTime, lastAccessTime, lastWriteTime; // UTC
 
     bool isDirectory() const noexcept { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+    /// A directory that is no link to another one.
+    bool isRealDirectory() const noexcept { return isDirectory() && !isNameSurrogate; }
 };
 
 using DirectoryEntries = std::list<DirectoryEntry>;

@@ -13,15 +13,6 @@
 
 namespace {
 
-constexpr unsigned lastWrite = 1;
-
-bool endsInExe(const std::wstring& name)
-{
-    const std::wstring extension = L".exe";
-    return name.size() >= extension.size() &&
-           _wcsicmp(name.c_str() + name.size() - extension.size(), extension.c_str()) == 0;
-}
-
 /// What the child writes, to the end.
 std::vector<char> readAll(ExecPipe& pipe)
 {
@@ -75,7 +66,7 @@ void run(const std::wstring& name, const std::wstring& arguments, const std::wst
 std::wstring findUtilPath(const std::wstring& name, bool bin64)
 {
     const std::wstring directory = path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
-    std::wstring path = path::combine(directory, endsInExe(name) ? name : name + L".exe");
+    std::wstring path = path::combine(directory, path::hasExtension(name, L".exe") ? name : name + L".exe");
     if (!path::isFile(path))
         throw vexception(L"Unable to find path of '" + name + L"'", {"findUtilPath"});
     return path;
@@ -99,7 +90,7 @@ void startKelvoUtilInternal(
         LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskArguments(arguments).c_str());
         runner.start();
         if (input)
-            runner.stdinPipe.write(input->data(), input->size(), lastWrite);
+            runner.stdinPipe.write(input->data(), input->size(), ExecPipe::lastWrite);
         if (span.isActive())
             span.tag("if_error", call(L"Unabale to start command: %s %s", runner.path)); // sic
     });

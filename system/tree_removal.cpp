@@ -115,7 +115,7 @@ DWORD TreeRemoval::removeFilesOf(Level& level)
     DWORD code = source_.list(level.object.get(), true, entries);
     for (; code == ERROR_SUCCESS; code = source_.list(level.object.get(), false, entries)) {
         for (DirectoryEntry& entry : entries) {
-            if (entry.isDirectory() && !entry.isNameSurrogate) {
+            if (entry.isRealDirectory()) {
                 if (!isDots(entry.name))
                     level.directories.push_back(std::move(entry.name));
             } else if (const DWORD failure = removeEntryAt(level.object.get(), location_, entry.name)) {
