@@ -20,8 +20,8 @@ public:
     /// @throws vosexception "Unable to create pipe ...", "Unable to connect to pipe ..."
     UniqueFile create(Direction direction);
 
-    /// From now on the end of this process ends reading and writing too.
-    void attach(HANDLE process) noexcept { process_ = process; } // weak
+    /// From now on the child's end ends reading and writing too.
+    void attach(HANDLE child) noexcept { process_ = child; } // weak
 
     explicit operator bool() const noexcept { return static_cast<bool>(pipe_); }
 

@@ -44,7 +44,7 @@ public:
     /// Removes a directory with everything in it; links are removed as such, never followed. One that is no longer
     /// there counts as removed.
     virtual void removeDirectory(const std::wstring& path) = 0;
-    /// Removes a file, or a directory link as such.
+    /// Removes a file, or a directory link as such. One that is no longer there counts as removed.
     virtual void removeFile(const std::wstring& path) = 0;
 };
 

@@ -51,10 +51,10 @@ DWORD TreeRemoval::removeEntryAt(
 
 DWORD TreeRemoval::note(std::wstring_view name, DWORD code)
 {
-    if (code != ERROR_SUCCESS && failed_.empty()) {
+    if (code != ERROR_SUCCESS && failedPath_.empty()) {
         for (const Level& level : levels_)
-            failed_ += level.name + L'\\';
-        failed_ += name;
+            failedPath_ += level.name + L'\\';
+        failedPath_ += name;
     }
     return code;
 }
@@ -62,14 +62,14 @@ DWORD TreeRemoval::note(std::wstring_view name, DWORD code)
 DWORD TreeRemoval::removeEntry(const DirectoryAt& parent, std::wstring_view name)
 {
     const DWORD code = removeEntryAt(parent.object.get(), parent.location, name);
-    failed_ = name;
+    failedPath_ = name;
     return code;
 }
 
 DWORD TreeRemoval::removeTree(const DirectoryAt& parent, std::wstring_view name)
 {
     levels_.clear();
-    failed_.clear();
+    failedPath_.clear();
     location_ = parent.location;
     DWORD code = enter(parent.object.get(), std::wstring(name));
     while (code == ERROR_SUCCESS && !levels_.empty()) {
