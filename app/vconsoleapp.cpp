@@ -1,6 +1,7 @@
 #include "app/vconsoleapp.h"
 
 #include "logging/log_manager.h"
+#include "runtime/call_text.h"
 #include "runtime/format.h"
 #include "runtime/mask.h"
 #include "runtime/memory_reserve.h"
@@ -35,9 +36,7 @@ void vconsoleapp::cmdNotSupported(const std::wstring& possibleCommands) const
 
 std::int32_t vconsoleapp::start(std::int32_t argc, const wchar_t* const* argv)
 {
-    const auto describe = [&] {
-        return formatString(L"Unable to execute console command: '%s'", maskArgument(command_).c_str());
-    };
+    const auto describe = callText(L"Unable to execute console command: '%s'", command_);
     return operation({"vconsoleapp::start", 95}, describe, [&](Span&) -> std::int32_t {
         if (argc > 1) {
             command_ = argv[1];

@@ -2,14 +2,14 @@
 // the folder of the build and, for a part of the table, one of pipe, status, log, utilities, cleaning.
 
 #include "bench/cleaning.h"
+#include "bench/program_run.h"
 #include "bench/report.h"
 
 #include "config/kelvo_srv_client.h"
-#include "config/product_config.h"
-#include "config/registry.h"
 #include "logging/log_manager.h"
 #include "runtime/vdatetime.h"
 #include "system/kelvo_util.h"
+#include "test/registry_override.h"
 
 #include <psapi.h>
 
@@ -18,35 +18,6 @@
 #include <thread>
 
 namespace {
-
-/// HKEY_LOCAL_MACHINE replaced by an empty key for the life of a scope.
-class RegistrySandbox
-{
-public:
-    RegistrySandbox()
-        : keyName_(L"Software\\mendkit_bench_" + std::to_wstring(GetCurrentProcessId())),
-          root_(registry::create(HKEY_CURRENT_USER, keyName_, KEY_ALL_ACCESS))
-    {
-        RegOverridePredefKey(HKEY_LOCAL_MACHINE, root_.get());
-    }
-    RegistrySandbox(const RegistrySandbox&) = delete;
-    RegistrySandbox& operator=(const RegistrySandbox&) = delete;
-    ~RegistrySandbox()
-    {
-        RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
-        RegDeleteTreeW(HKEY_CURRENT_USER, keyName_.c_str());
-    }
-
-    template <typename Value>
-    void set(const wchar_t* name, const Value& value) const
-    {
-        registry::set(registry::create(HKEY_LOCAL_MACHINE, config::configKey, KEY_WRITE).get(), name, value);
-    }
-
-private:
-    std::wstring keyName_;
-    UniqueRegistryKey root_;
-};
 
 void benchServiceStatus(const std::wstring& build)
 {
@@ -90,8 +61,8 @@ struct SilentLog : IServiceLog
 void benchPipe()
 {
     const std::wstring name = L"mendkit_bench_" + std::to_wstring(GetCurrentProcessId()), bareName = name + L"_bare";
-    const RegistrySandbox sandbox;
-    sandbox.set(L"zrmpipe", name);
+    const RegistryOverride machine;
+    setConfig(L"zrmpipe", name);
     std::thread(serveReplies, name).detach();
     std::thread(serveReplies, bareName).detach();
     Sleep(100);
@@ -196,9 +167,9 @@ void benchLogLine()
     const std::wstring admin = root + L"\\admin", logs = admin + L"\\logs", bareLog = logs + L"\\bare.log";
     for (const std::wstring& directory : {root, admin, logs})
         CreateDirectoryW(directory.c_str(), nullptr);
-    const RegistrySandbox sandbox;
-    sandbox.set(L"Debug", 1);
-    sandbox.set(L"PRODUCT_ROOT_D", root);
+    const RegistryOverride machine;
+    setConfig(L"Debug", 1);
+    setConfig(L"PRODUCT_ROOT_D", root);
 
     LogManager::settings().eventLog[0] = false; // the file alone
     const std::wstring text(80, L'x');

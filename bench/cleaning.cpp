@@ -1,5 +1,6 @@
 #include "bench/cleaning.h"
 
+#include "bench/program_run.h"
 #include "bench/report.h"
 
 #include <initializer_list>

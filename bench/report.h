@@ -1,50 +1,13 @@
 #pragma once
 
 #include "bench/stopwatch.h"
-#include "runtime/handles.h"
-
-#include <psapi.h>
 
 #include <cstdio>
-#include <string>
 
+/// A row of the table. @param aim  for the ratio; one below 1 stands for "less than 1"
 inline void print(const char* subject, const char* reference, const Comparison& result, double aim)
 {
     std::printf("%-28s %9.0f us   %-30s %9.0f us   ratio %5.2f   aim %s%.2f\n", subject, result.subject, reference,
         result.reference, result.ratio(), aim < 1 ? "<" : "", aim < 1 ? 1.0 : aim);
     std::fflush(stdout);
-}
-
-/// Starts a program with its output thrown away and waits for its end.
-/// @return its peak working set in bytes, as far as a look every few milliseconds shows it
-inline std::size_t run(const std::wstring& program, const std::wstring& arguments)
-{
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    static const UniqueFile nowhere(CreateFileW(L"NUL", GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr));
-    STARTUPINFOW startup{};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = startup.hStdError = nowhere.get();
-    std::wstring commandLine = L"\"" + program + L"\" " + arguments;
-    PROCESS_INFORMATION process{};
-    while (!CreateProcessW(
-        program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-        if (GetLastError() == ERROR_INTERNAL_ERROR) // Wine fails about one start in some thousands with this
-            continue;
-        std::printf("cannot start %ls: %lu\n", program.c_str(), GetLastError());
-        ExitProcess(1);
-    }
-    constexpr DWORD look = 20;
-    PROCESS_MEMORY_COUNTERS memory{};
-    while (WaitForSingleObject(process.hProcess, look) == WAIT_TIMEOUT)
-        K32GetProcessMemoryInfo(process.hProcess, &memory, sizeof memory);
-    DWORD code = 1;
-    GetExitCodeProcess(process.hProcess, &code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    if (code != 0) {
-        std::printf("%ls failed with %lu\n", program.c_str(), code);
-        ExitProcess(1);
-    }
-    return memory.PeakWorkingSetSize;
 }

@@ -30,14 +30,3 @@ target_compile_options(mendkit_settings INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-fnon-call-exceptions>)
 target_compile_definitions(mendkit_settings INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX)
 target_include_directories(mendkit_settings INTERFACE ${CMAKE_SOURCE_DIR})
-
-# mendkit_library(<name> DEPENDS <targets> SOURCES <files> [TESTS <files>])
-# One floor of the house, and its test program when it has tests.
-function(mendkit_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS;SOURCES;TESTS")
-  add_library(${name} STATIC ${arg_SOURCES})
-  target_link_libraries(${name} PUBLIC mendkit_settings ${arg_DEPENDS})
-  if(MENDKIT_TESTS AND arg_TESTS)
-    mendkit_test(${name}_test LIBRARIES ${name} mendkit_test_support SOURCES ${arg_TESTS})
-  endif()
-endfunction()

@@ -1,11 +1,10 @@
 #include "logging/crash_dump_pruning.h"
 
+#include "runtime/path.h"
 #include "runtime/structured_exception.h"
 #include "runtime/unique.h"
 
 #include <algorithm>
-#include <cwchar>
-#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -29,11 +28,8 @@ struct Dump
 /// The search also looks at the short names of files ("x.dmpold", "x.zip"), so the long one is asked again.
 bool isDump(const WIN32_FIND_DATAW& found)
 {
-    const std::wstring_view name = found.cFileName;
-    constexpr std::wstring_view extension = L".dmp";
     constexpr DWORD others = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    return !(found.dwFileAttributes & others) && name.size() >= extension.size() &&
-           _wcsicmp(found.cFileName + name.size() - extension.size(), extension.data()) == 0;
+    return !(found.dwFileAttributes & others) && path::hasExtension(found.cFileName, L".dmp");
 }
 
 std::vector<Dump> dumpsOf(const std::wstring& location)

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace KelvoRepair {
 
@@ -16,7 +17,7 @@ class Adapter
 {
 public:
     /// Any implementation of the helper will do; the adapter shares its ownership.
-    explicit Adapter(std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper);
+    explicit Adapter(std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper) : helper_(std::move(helper)) {}
 
     /// {"name", "status"}; status is "invalid" for a missing service, "disabled", or the name of the state. A
     /// state that has no name leaves it out.

@@ -31,7 +31,9 @@ std::wstring volumeOf(const std::wstring& directory)
     }
 }
 
-/// Whether a directory whose path comes from outside may be emptied.
+/// Whether a directory whose path comes from outside may be emptied, as far as its text tells: this also spares roots
+/// of volumes and the panel's root. Where the directory really lies is asked once it is open
+/// (cleaning::openDirectory): links and other spellings show only there.
 bool mayBeCleaned(const std::wstring& directory, const std::wstring& root, const std::wstring& windows)
 {
     const std::wstring volume = volumeOf(directory);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/directory_listing.h"
+#include "system/directory_entry.h"
 
 #include <cwchar>
 #include <map>

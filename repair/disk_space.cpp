@@ -1,5 +1,6 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
+#include "runtime/call_text.h"
 #include "runtime/letter_case.h"
 #include "runtime/operation.h"
 #include "runtime/path.h"
@@ -12,8 +13,7 @@ namespace KelvoRepair {
 
 std::wstring Adapter::getDiskSpace()
 {
-    const auto describe = [] { return std::wstring(L"getDiskSpace()"); };
-    return operation({"KelvoRepair::Adapter::getDiskSpace"}, describe, [&](Span&) {
+    return operation({"KelvoRepair::Adapter::getDiskSpace"}, callText(L"getDiskSpace()"), [&](Span&) {
         std::set<std::wstring> volumes;
         volumes.insert(upperCase(path::root(helper_->getKelvoRootDir())));
         volumes.insert(upperCase(path::root(helper_->getDumpTempDir())));

@@ -1,7 +1,7 @@
 #include "logging/log_manager.h"
 #include "repair/adapter.h"
 #include "repair/cleaning_table.h"
-#include "runtime/format.h"
+#include "runtime/call_text.h"
 #include "runtime/mask.h"
 #include "runtime/operation.h"
 
@@ -19,8 +19,7 @@ std::wstring entryPath(const std::wstring& directory, const std::wstring& name)
 
 void Adapter::freeDiskSpace()
 {
-    const auto describe = [] { return std::wstring(L"freeDiskSpace()"); };
-    changingOperation({"KelvoRepair::Adapter::freeDiskSpace"}, describe, [&] {
+    changingOperation({"KelvoRepair::Adapter::freeDiskSpace"}, callText(L"freeDiskSpace()"), [&] {
         const std::wstring root = helper_->getKelvoRootDir();
         const std::wstring dumps = helper_->getDumpTempDir();
         for (const auto& [path, kind] : cleaningTable(root, dumps, helper_->getWindowsDir()))
@@ -30,8 +29,7 @@ void Adapter::freeDiskSpace()
 
 void Adapter::cleanDirectory(const std::wstring& path, std::int32_t kind)
 {
-    const auto describe = [&] { return formatString(L"cleanDirectory(%s, %d)", maskArgument(path).c_str(), kind); };
-    changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describe, [&] {
+    changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, callText(L"cleanDirectory(%s, %d)", path, kind), [&] {
         for (const DirectoryEntry& entry : helper_->listDirectory(path, kind)) {
             if (std::wstring_view(L"..").find(entry.name) != std::wstring_view::npos)
                 continue; // the directory itself and the one above it
@@ -39,7 +37,7 @@ void Adapter::cleanDirectory(const std::wstring& path, std::int32_t kind)
             try {
                 const auto describeEntry = [&] { return L"Remove '" + maskArgument(inside) + L"'"; };
                 changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describeEntry, [&] {
-                    if (entry.isDirectory() && !entry.isNameSurrogate)
+                    if (entry.isRealDirectory())
                         helper_->removeDirectory(inside);
                     else
                         helper_->removeFile(inside);

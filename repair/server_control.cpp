@@ -1,5 +1,6 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
+#include "runtime/call_text.h"
 #include "runtime/format.h"
 #include "runtime/operation.h"
 
@@ -20,8 +21,7 @@ std::wstring Adapter::reboot(std::uint32_t timeoutSeconds)
 
 void Adapter::repairKelvoSqlServer()
 {
-    const auto describe = [] { return std::wstring(L"repairKelvoSqlServer()"); };
-    changingOperation({"KelvoRepair::Adapter::repairKelvoSqlServer"}, describe,
+    changingOperation({"KelvoRepair::Adapter::repairKelvoSqlServer"}, callText(L"repairKelvoSqlServer()"),
         [&] { helper_->execUtil(L"mysqlmng_adm", L"--repair", false); });
 }
 

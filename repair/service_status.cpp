@@ -1,7 +1,6 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
-#include "runtime/format.h"
-#include "runtime/mask.h"
+#include "runtime/call_text.h"
 #include "runtime/operation.h"
 
 #include <json/value.h>
@@ -48,8 +47,7 @@ const char* statusOf(KelvoRepairAdapter::ISystemHelper& helper, const std::wstri
 
 std::wstring Adapter::getServiceStatus(const std::wstring& name)
 {
-    const auto describe = [&] { return formatString(L"getServiceStatus(%s)", maskArgument(name).c_str()); };
-    return operation({"KelvoRepair::Adapter::getServiceStatus"}, describe, [&](Span&) {
+    return operation({"KelvoRepair::Adapter::getServiceStatus"}, callText(L"getServiceStatus(%s)", name), [&](Span&) {
         Json::Value answer(Json::objectValue);
         answer["name"] = jsonText(name);
         if (const char* const status = statusOf(*helper_, name))

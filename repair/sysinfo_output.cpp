@@ -3,6 +3,7 @@
 #include "repair/json_text.h"
 #include "runtime/letter_case.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cwchar>

@@ -1,8 +1,7 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
 #include "repair/sysinfo_output.h"
-#include "runtime/format.h"
-#include "runtime/mask.h"
+#include "runtime/call_text.h"
 #include "runtime/operation.h"
 
 #include <json/value.h>
@@ -11,15 +10,13 @@ namespace KelvoRepair {
 
 Json::Value Adapter::getSystemResources(const std::wstring& section)
 {
-    const auto describe = [&] { return formatString(L"getSystemResources(%s)", maskArgument(section).c_str()); };
-    return operation({"KelvoRepair::Adapter::getSystemResources"}, describe,
+    return operation({"KelvoRepair::Adapter::getSystemResources"}, callText(L"getSystemResources(%s)", section),
         [&](Span&) { return namedNumbers(helper_->execUtil(L"sysinfo", section, false)); });
 }
 
 std::wstring Adapter::getSystemResources()
 {
-    const auto describe = [] { return std::wstring(L"getSystemResources()"); };
-    return operation({"KelvoRepair::Adapter::getSystemResources"}, describe, [&](Span&) {
+    return operation({"KelvoRepair::Adapter::getSystemResources"}, callText(L"getSystemResources()"), [&](Span&) {
         Json::Value answer(Json::objectValue);
         answer["cpu"] = loadAverages(helper_->execUtil(L"sysinfo", L"loadavg", false));
         answer["memory"] = getSystemResources(L"memory");
@@ -30,8 +27,7 @@ std::wstring Adapter::getSystemResources()
 
 void Adapter::freeSystemResources()
 {
-    const auto describe = [] { return std::wstring(L"freeSystemResources()"); };
-    changingOperation({"KelvoRepair::Adapter::freeSystemResources"}, describe,
+    changingOperation({"KelvoRepair::Adapter::freeSystemResources"}, callText(L"freeSystemResources()"),
         [&] { helper_->execUtil(L"websrvmng", L"--restart-vhosts-app-pools", true); });
 }
 

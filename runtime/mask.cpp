@@ -96,3 +96,11 @@ std::wstring maskArgument(std::wstring_view argument)
     appendMaskedArgument(masked, argument);
     return masked;
 }
+
+std::wstring maskArguments(std::wstring_view arguments)
+{
+    std::wstring masked;
+    for (const std::wstring& argument : splitArguments(arguments))
+        masked += (masked.empty() ? L"" : L" ") + quoteArgument(maskArgument(argument));
+    return masked;
+}

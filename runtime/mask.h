@@ -13,3 +13,6 @@ std::wstring maskCommandLine(std::wstring_view commandLine);
 
 /// The same for one argument as a program receives it, which is one token whatever white space is in it.
 std::wstring maskArgument(std::wstring_view argument);
+
+/// The same for each of a program's arguments, written as one text: quoted where that is needed.
+std::wstring maskArguments(std::wstring_view arguments);

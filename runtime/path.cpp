@@ -7,6 +7,7 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <cwchar>
 
 std::wstring path::combine(const std::wstring& directory, const std::wstring& name)
 {
@@ -57,6 +58,12 @@ std::wstring path::root(const std::wstring& path)
     if (!buffer.ends_with(L'\\')) // a share has none; questions about a volume need one
         buffer += L'\\';
     return buffer;
+}
+
+bool path::hasExtension(std::wstring_view path, std::wstring_view extension) noexcept
+{
+    return path.size() >= extension.size() &&
+           _wcsnicmp(path.data() + path.size() - extension.size(), extension.data(), extension.size()) == 0;
 }
 
 std::wstring_view path::fileTitle(std::wstring_view path) noexcept

@@ -24,6 +24,9 @@ bool isFile(const std::wstring& path) noexcept;
 /// @throws vexception for a path without a root
 std::wstring root(const std::wstring& path);
 
+/// Whether a name or path ends in the extension (".exe"), in whatever letter case.
+bool hasExtension(std::wstring_view path, std::wstring_view extension) noexcept;
+
 /// A file's name without directory and extension.
 std::wstring_view fileTitle(std::wstring_view path) noexcept;
 

@@ -132,6 +132,14 @@ make_test_prefix() {
 # who reads our standard error to its end is not kept waiting by them.
 start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
 
+# One server for the whole run of a script: without it every program pays for starting one.
+start_test_wine() {
+    make_test_prefix
+    wineserver --persistent >/dev/null 2>&1 </dev/null || true
+    trap 'wineserver --kill >/dev/null 2>&1 || true' EXIT
+    start_wine
+}
+
 # Puts the stand-in for the panel into the private prefix.
 ensure_panel() {
     local program

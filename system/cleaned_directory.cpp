@@ -64,32 +64,6 @@ DWORD openStep(IDirectorySource& source, const DirectoryAt& directory, std::wstr
 
 } // namespace
 
-bool isMissing(DWORD code) noexcept
-{
-    return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;
-}
-
-bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location)
-{
-    std::wstring expected(directory);
-    if (!expected.ends_with(L'\\')) // as a volume's root does
-        expected += L'\\';
-    expected += name;
-    std::size_t at = 0, found = 0;
-    while (at < expected.size()) {
-        if (found < location.size() && expected[at] == location[found]) {
-            ++at, ++found;
-            continue;
-        }
-        // Wine tells names without the dots and blanks at their ends. They are opened whole, there too.
-        const std::size_t rest = std::min(expected.find_first_not_of(L". ", at), expected.size());
-        if (rest == at || (rest < expected.size() && expected[rest] != L'\\'))
-            return false;
-        at = rest;
-    }
-    return found == location.size();
-}
-
 DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, DirectoryAt& opened)
 {
     constexpr int mostLinks = 16;

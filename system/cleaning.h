@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/idirectory_source.h"
+#include "system/open_object.h"
 
 /// What the cleaning of this process's directories shares.
 namespace cleaning {

@@ -17,13 +17,16 @@ struct DirectoryEntry
     FILETIME creationTime, lastAccessTime, lastWriteTime; // UTC
 
     bool isDirectory() const noexcept { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+    /// A directory that is no link to another one.
+    bool isRealDirectory() const noexcept { return isDirectory() && !isNameSurrogate; }
 };
 
 using DirectoryEntries = std::list<DirectoryEntry>;
 
-/// A volume's size, in bytes.
-struct DiskSpace
+/// What a listing holds.
+enum class ListingKind : std::int32_t
 {
-    std::uint64_t total;
-    std::uint64_t free; // all of it, not only what the caller's quota leaves
+    directories,
+    files,
+    directoriesThenFiles
 };

@@ -2,8 +2,8 @@
 
 #include "logging/log_manager.h"
 #include "runtime/vosexception.h"
-#include "system/cleaned_directory.h"
 #include "system/cleaning.h"
+#include "system/removal_codes.h"
 
 DirectoryEntries listDirectory(const std::wstring& path, ListingKind kind)
 {

@@ -2,14 +2,6 @@
 
 #include "system/directory_entry.h"
 
-/// What a listing holds.
-enum class ListingKind : std::int32_t
-{
-    directories,
-    files,
-    directoriesThenFiles
-};
-
 /// The entries of one directory that is to be cleaned, "." and ".." among its directories; each group in the file
 /// system's order. A directory that does not exist has none, and so has any other kind. Neither has one that is, or
 /// lies behind, a link that is not the machine's own (openCleanedDirectory), or that holds the system or this

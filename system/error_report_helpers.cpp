@@ -24,9 +24,8 @@ void DefaultProcessHelper::start()
 
 void DefaultProcessHelper::writeInput(const std::string& data)
 {
-    constexpr unsigned lastWrite = 1;
     constexpr DWORD patience = 1500; // and half a second more when the child ends meanwhile
-    process_.stdinPipe.write(data.data(), data.size(), lastWrite, patience);
+    process_.stdinPipe.write(data.data(), data.size(), ExecPipe::lastWrite, patience);
 }
 
 bool DefaultSystemHelper::isFeedbackEnabled(LogLevel, const std::wstring&)

@@ -42,7 +42,6 @@ std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
 
 void ExecPipe::write(const void* data, std::size_t size, unsigned flags, DWORD totalMilliseconds)
 {
-    constexpr unsigned lastWrite = 1;
     const ULONGLONG begun = GetTickCount64();
     auto at = static_cast<const char*>(data);
     while (size > 0) {

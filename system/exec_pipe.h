@@ -14,12 +14,14 @@ public:
         toChild
     };
 
+    static constexpr unsigned lastWrite = 1; ///< a flag: the pipe is closed behind this write
+
     /// Creates both ends. @return the child's, inheritable
     /// @throws vosexception "Unable to create pipe ...", "Unable to connect to pipe ..."
     UniqueFile create(Direction direction);
 
-    /// From now on the end of this process ends reading and writing too.
-    void attach(HANDLE process) noexcept { process_ = process; } // weak
+    /// From now on the child's end ends reading and writing too.
+    void attach(HANDLE child) noexcept { process_ = child; } // weak
 
     explicit operator bool() const noexcept { return static_cast<bool>(pipe_); }
 
@@ -29,7 +31,7 @@ public:
     /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"
     std::size_t read(void* buffer, std::size_t size, unsigned flags);
 
-    /// Writes all of it. @param flags  1: this is the last write, the pipe is closed behind it
+    /// Writes all of it. @param flags  lastWrite or 0
     /// @param totalMilliseconds  how long all of it may take
     /// @throws vosexception "Unable to write to pipe", also when the process ends; Con::PipeTimeout when the child
     ///         takes nothing for a minute, or the time is over

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "system/directory_entry.h"
+#include "system/removal_codes.h"
 
 #include <windows.h>
 
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 /// What an open object says that it is.
@@ -34,10 +34,6 @@ struct Opening
     bool security = false; // it will be asked whose it is
 };
 
-// Codes of the system that its headers lack here: ERROR_DIRECTORY_NOT_SUPPORTED, ERROR_UNTRUSTED_MOUNT_POINT,
-// ERROR_REPARSE_POINT_ENCOUNTERED.
-inline constexpr DWORD unexpectedDirectory = 336, untrustedLink = 448, leadsElsewhere = 4395;
-
 /// How the cleaning of directories reaches the file system: an object is opened by its name within an open
 /// directory, and from then on asked, listed and removed by its handle alone. Operations return Win32 codes,
 /// since most failures here are part of the work; they throw nothing but std::bad_alloc.
@@ -53,8 +49,7 @@ public:
 
     /// @param name  one name, taken literally: no separators, no ".", nothing is trimmed
     /// @return also leadsElsewhere when the directory has become a link, unexpectedDirectory for a directory and
-    /// ERROR_DIRECTORY for a file, where the other
-    ///         was wanted
+    ///         ERROR_DIRECTORY for a file, where the other was wanted
     virtual DWORD open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened) = 0;
 
     virtual void close(Handle object) noexcept = 0;
@@ -79,48 +74,4 @@ public:
     /// Whether a link is the machine's own: it belongs to SYSTEM, Administrators or TrustedInstaller, and nobody
     /// else may change it.
     virtual bool isTrusted(Handle link) noexcept = 0;
-};
-
-/// An open object of a source; closes it.
-class OpenObject
-{
-public:
-    explicit OpenObject(IDirectorySource& source) noexcept : source_(&source) {}
-    OpenObject(OpenObject&& other) noexcept : source_(other.source_), handle_(std::exchange(other.handle_, nullptr))
-    {
-    }
-    OpenObject& operator=(OpenObject&& other) noexcept
-    {
-        close();
-        source_ = other.source_;
-        handle_ = std::exchange(other.handle_, nullptr);
-        return *this;
-    }
-    ~OpenObject() { close(); }
-
-    IDirectorySource::Handle get() const noexcept { return handle_; }
-
-    /// For the source's operations that open; what was open is closed first.
-    IDirectorySource::Handle& receive() noexcept
-    {
-        close();
-        return handle_;
-    }
-
-    void close() noexcept
-    {
-        if (handle_)
-            source_->close(std::exchange(handle_, nullptr));
-    }
-
-private:
-    IDirectorySource* source_;
-    IDirectorySource::Handle handle_ = nullptr;
-};
-
-/// An open directory and where it was found to lie.
-struct DirectoryAt
-{
-    OpenObject object;
-    std::wstring location;
 };

@@ -5,6 +5,13 @@
 #include <cstdint>
 #include <string>
 
+/// A volume's size, in bytes.
+struct DiskSpace
+{
+    std::uint64_t total;
+    std::uint64_t free; // all of it, not only what the caller's quota leaves
+};
+
 namespace KelvoRepairAdapter {
 
 /// The repair operations' only door to the operating system. Failures are vexceptions.
@@ -37,7 +44,7 @@ public:
     /// Removes a directory with everything in it; links are removed as such, never followed. One that is no longer
     /// there counts as removed.
     virtual void removeDirectory(const std::wstring& path) = 0;
-    /// Removes a file, or a directory link as such.
+    /// Removes a file, or a directory link as such. One that is no longer there counts as removed.
     virtual void removeFile(const std::wstring& path) = 0;
 };
 

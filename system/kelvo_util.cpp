@@ -2,6 +2,7 @@
 
 #include "logging/log_manager.h"
 #include "runtime/format.h"
+#include "runtime/mask.h"
 #include "runtime/operation.h"
 #include "runtime/path.h"
 #include "runtime/text.h"
@@ -11,15 +12,6 @@
 #include <vector>
 
 namespace {
-
-constexpr unsigned lastWrite = 1;
-
-bool endsInExe(const std::wstring& name)
-{
-    const std::wstring extension = L".exe";
-    return name.size() >= extension.size() &&
-           _wcsicmp(name.c_str() + name.size() - extension.size(), extension.c_str()) == 0;
-}
 
 /// What the child writes, to the end.
 std::vector<char> readAll(ExecPipe& pipe)
@@ -74,7 +66,7 @@ void run(const std::wstring& name, const std::wstring& arguments, const std::wst
 std::wstring findUtilPath(const std::wstring& name, bool bin64)
 {
     const std::wstring directory = path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
-    std::wstring path = path::combine(directory, endsInExe(name) ? name : name + L".exe");
+    std::wstring path = path::combine(directory, path::hasExtension(name, L".exe") ? name : name + L".exe");
     if (!path::isFile(path))
         throw vexception(L"Unable to find path of '" + name + L"'", {"findUtilPath"});
     return path;
@@ -84,7 +76,7 @@ void startKelvoUtilInternal(
     const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64)
 {
     const auto call = [&](const wchar_t* format, const std::wstring& what) {
-        return formatString(format, what.c_str(), maskedArguments(arguments).c_str());
+        return formatString(format, what.c_str(), maskArguments(arguments).c_str());
     };
     const auto describe = [&] { return call(L"Unable to call startKelvoUtilInternal(%s, %s)", name); };
     operation({RaiseSite("startKelvoUtilInternal"), RaiseSite("Start command")}, describe, [&](Span& span) {
@@ -95,10 +87,10 @@ void startKelvoUtilInternal(
         runner.hideWindow = 1;
         runner.pipeStdin = input != nullptr;
         writeToUtilExecLog(true, runner.path, arguments, 0);
-        LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskedArguments(arguments).c_str());
+        LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskArguments(arguments).c_str());
         runner.start();
         if (input)
-            runner.stdinPipe.write(input->data(), input->size(), lastWrite);
+            runner.stdinPipe.write(input->data(), input->size(), ExecPipe::lastWrite);
         if (span.isActive())
             span.tag("if_error", call(L"Unabale to start command: %s %s", runner.path)); // sic
     });
@@ -109,7 +101,7 @@ std::uint32_t execKelvoUtil(const std::wstring& name, const std::wstring& argume
 {
     auto code = static_cast<std::uint32_t>(-1);
     try {
-        const std::wstring shown = maskedArguments(arguments);
+        const std::wstring shown = maskArguments(arguments);
         const auto describe = [&](const wchar_t* format) {
             return [&, format] { return formatString(format, name.c_str(), shown.c_str()); };
         };

@@ -18,8 +18,7 @@ void startKelvoUtilInternal(
     const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64);
 
 /// Runs a utility to its end, however long it takes.
-/// @param output        gets what it wrote, standard output and error merged, from the ANSI code page; may be
-/// null
+/// @param output        gets what it wrote, standard output and error merged, from the ANSI code page; may be null
 /// @param throwOnError  false: a failure is swallowed and the exit code returned, -1 when there was none
 /// @return 0 on success
 /// @throws vexception when the utility cannot be run or exits with a code other than 0

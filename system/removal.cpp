@@ -1,8 +1,8 @@
 #include "system/removal.h"
 
 #include "runtime/vosexception.h"
-#include "system/cleaned_directory.h"
 #include "system/cleaning.h"
+#include "system/removal_codes.h"
 #include "system/tree_removal.h"
 
 namespace {
@@ -19,7 +19,7 @@ void remove(const std::wstring& path, DWORD (TreeRemoval::*how)(const DirectoryA
         separator == std::wstring::npos ? ERROR_BAD_PATHNAME : cleaning::directory(path.substr(0, separator), parent);
     if (code == ERROR_SUCCESS) {
         code = (removal.*how)(*parent, std::wstring_view(path).substr(separator + 1));
-        failed = path.substr(0, separator + 1) + removal.failed();
+        failed = path.substr(0, separator + 1) + removal.failedPath();
     }
     if (code != ERROR_SUCCESS && !isMissing(code))
         throwOsError(code, L"Unable to remove path (" + failed + L")", {"RunTime::File::remove"});

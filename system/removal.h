@@ -2,6 +2,8 @@
 
 #include <string>
 
+// What others hold is waited for: at most two seconds in all, for every removal of this process together.
+
 /// Removes a file, or a directory link as such, without ever following a link on the way (openCleanedDirectory,
 /// TreeRemoval). One that does not exist counts as removed.
 /// @param path  absolute; behind the last backslash the entry's name, taken literally

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/idirectory_source.h"
+#include "system/removal_codes.h"
 
 /// How long removals may wait for others in all: short pauses, out of one budget for the life of the object. A
 /// thousand locked files thus cost no more than the budget.

@@ -5,8 +5,7 @@
 #include <string>
 
 /// Questions to the service control manager. Each call opens and closes its own handles and asks for no right
-/// beyond connecting and querying. `machine` and `database` may be null: the local machine, its active
-/// database.
+/// beyond connecting and querying. `machine` and `database` may be null: the local machine, its active database.
 namespace service {
 
 /// Whether a service of that name is installed.
@@ -14,9 +13,8 @@ namespace service {
 bool exist(const std::wstring& name);
 
 /// Fills the status record. @return 0
-/// @throws vosexception "OpenSCManager", "OpenService '<name>'", "QueryServiceStatus '<name>'"; the record as
-/// it
-///         then stands is logged first
+/// @throws vosexception "OpenSCManager", "OpenService '<name>'", "QueryServiceStatus '<name>'"; the record as it then
+///         stands is logged first, unless the first of these failed
 DWORD queryStatusService(
     SERVICE_STATUS& status, const std::wstring& name, const wchar_t* machine, const wchar_t* database);
 

@@ -1,6 +1,6 @@
 #include "system/tree_removal.h"
 
-#include "system/cleaned_directory.h"
+#include "system/removal_codes.h"
 
 namespace {
 
@@ -51,10 +51,10 @@ DWORD TreeRemoval::removeEntryAt(
 
 DWORD TreeRemoval::note(std::wstring_view name, DWORD code)
 {
-    if (code != ERROR_SUCCESS && failed_.empty()) {
+    if (code != ERROR_SUCCESS && failedPath_.empty()) {
         for (const Level& level : levels_)
-            failed_ += level.name + L'\\';
-        failed_ += name;
+            failedPath_ += level.name + L'\\';
+        failedPath_ += name;
     }
     return code;
 }
@@ -62,14 +62,14 @@ DWORD TreeRemoval::note(std::wstring_view name, DWORD code)
 DWORD TreeRemoval::removeEntry(const DirectoryAt& parent, std::wstring_view name)
 {
     const DWORD code = removeEntryAt(parent.object.get(), parent.location, name);
-    failed_ = name;
+    failedPath_ = name;
     return code;
 }
 
 DWORD TreeRemoval::removeTree(const DirectoryAt& parent, std::wstring_view name)
 {
     levels_.clear();
-    failed_.clear();
+    failedPath_.clear();
     location_ = parent.location;
     DWORD code = enter(parent.object.get(), std::wstring(name));
     while (code == ERROR_SUCCESS && !levels_.empty()) {
@@ -115,7 +115,7 @@ DWORD TreeRemoval::removeFilesOf(Level& level)
     DWORD code = source_.list(level.object.get(), true, entries);
     for (; code == ERROR_SUCCESS; code = source_.list(level.object.get(), false, entries)) {
         for (DirectoryEntry& entry : entries) {
-            if (entry.isDirectory() && !entry.isNameSurrogate) {
+            if (entry.isRealDirectory()) {
                 if (!isDots(entry.name))
                     level.directories.push_back(std::move(entry.name));
             } else if (const DWORD failure = removeEntryAt(level.object.get(), location_, entry.name)) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/idirectory_source.h"
+#include "system/open_object.h"
 #include "system/removal_patience.h"
 
 /// Removes entries of directories: decides on an open object, and removes that very object. Whatever others do to
@@ -18,13 +18,12 @@ public:
     DWORD removeEntry(const DirectoryAt& parent, std::wstring_view name);
 
     /// Removes a directory with everything in it: files, then subdirectories, then itself. Links in it, and a link
-    /// or a file in its own place, are removed as such. Stops at the first entry that cannot be
-    /// removed.
+    /// or a file in its own place, are removed as such. Stops at the first entry that cannot be removed.
     /// @return a Win32 code; an entry that is not there counts as removed
     DWORD removeTree(const DirectoryAt& parent, std::wstring_view name);
 
-    /// The path, relative to the last call's parent, of the entry that could not be removed.
-    const std::wstring& failed() const noexcept { return failed_; }
+    /// The path, relative to the last call's parent, of the entry that could not be removed; only after a failure.
+    const std::wstring& failedPath() const noexcept { return failedPath_; }
 
 private:
     /// One directory of the way down to where the removal is.
@@ -49,5 +48,5 @@ private:
     RemovalPatience& patience_;
     std::vector<Level> levels_; // not the program's stack: trees may be as deep as they like
     std::wstring location_;     // of the innermost level
-    std::wstring failed_;
+    std::wstring failedPath_;
 };

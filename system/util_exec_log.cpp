@@ -2,7 +2,7 @@
 
 #include "logging/log_file.h"
 #include "logging/log_manager.h"
-#include "runtime/command_line.h"
+#include "runtime/call_text.h"
 #include "runtime/format.h"
 #include "runtime/mask.h"
 #include "runtime/module.h"
@@ -11,25 +11,16 @@
 void writeToUtilExecLog(
     bool isStart, const std::wstring& path, const std::wstring& arguments, std::uint32_t elapsed) noexcept
 {
-    const auto describe = [] { return std::wstring(L"Unabale to call writeToUtilExecLog()"); }; // sic
+    const auto describe = callText(L"Unabale to call writeToUtilExecLog()"); // sic
     try {
         operation({"writeToUtilExecLog"}, describe, [&](Span&) {
             const std::wstring milliseconds = isStart ? std::wstring() : std::to_wstring(elapsed);
             LogFile(L"util_exec", false)
                 .write(formatString(L"execUtil(%s)\t%s\t%s\t%s\t%s\n", isStart ? L"Start" : L"End",
-                    moduleFileName().c_str(), path.c_str(), maskedArguments(arguments).c_str(),
-                    milliseconds.c_str()));
+                    moduleFileName().c_str(), path.c_str(), maskArguments(arguments).c_str(), milliseconds.c_str()));
         });
     } catch (const vexception& failure) {
         LogManager::log(LogLevel::Warning, failure); // an Error would stand beside the answer
     } catch (...) {                                  // no memory, not even for the failure
     }
-}
-
-std::wstring maskedArguments(const std::wstring& arguments)
-{
-    std::wstring masked;
-    for (const std::wstring& argument : splitArguments(arguments))
-        masked += (masked.empty() ? L"" : L" ") + quoteArgument(maskArgument(argument));
-    return masked;
 }

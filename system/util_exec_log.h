@@ -9,6 +9,3 @@
 /// @param elapsed    milliseconds, for an end
 void writeToUtilExecLog(
     bool isStart, const std::wstring& path, const std::wstring& arguments, std::uint32_t elapsed) noexcept;
-
-/// Arguments as they may be shown: secrets masked, and each argument quoted that needs it.
-std::wstring maskedArguments(const std::wstring& arguments);

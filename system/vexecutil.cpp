@@ -7,7 +7,6 @@
 #include "system/child_identity.h"
 #include "system/desktop_access.h"
 
-#include <algorithm>
 #include <array>
 #include <memory>
 #include <vector>

@@ -28,8 +28,7 @@ public:
     UniqueHandle process, thread;
     DWORD processId = 0, threadId = 0;
 
-    /// Starts the child. Of the redirected handles just those reach it; the pipes that it got are closed
-    /// here.
+    /// Starts the child. Of the redirected handles just those reach it; the pipes that it got are closed here.
     /// @throws vosexception "CreateProcess '<command line>'" and the like
     void start();
 
