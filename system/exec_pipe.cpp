@@ -71,6 +71,12 @@ std::size_t ExecPipe::completeOrEnd(DWORD timeoutMilliseconds)
         return isOver() ? 0 : pipe_.complete(0);
     const HANDLE either[] = {pipe_.completion(), process_};
     const DWORD signalled = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
+    if (signalled == WAIT_FAILED) {
+        const DWORD code = GetLastError();
+        pipe_.close(); // the buffer is the caller's again
+        throwOsError(code, formatString(L"Unable to complete pipe operation: Unknown state %X", signalled),
+            {"ExecPipe::completeOrEnd"});
+    }
     const bool processEnded = signalled == WAIT_OBJECT_0 + 1;
     if (processEnded && endedAt_ == 0)
         endedAt_ = GetTickCount64();
