@@ -172,7 +172,7 @@ void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
 {
     // The default access list lets everybody read; the pipes of this program are for its own user. The owner
     // is named because clients look at it, and Wine takes the user's group where none is given.
-    const std::wstring user = identity::userOf(identity::effectiveToken(TOKEN_QUERY).get()).text();
+    const std::wstring user = identity::currentUser().text();
     const std::wstring rights = L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")";
     SECURITY_ATTRIBUTES security{sizeof security, nullptr, FALSE};
     UniqueLocalMemory descriptor;

@@ -13,7 +13,7 @@ UniqueHandle chooseChildIdentity()
             return primary;
         throwOsError(code, L"Unable to open a thread token", site);
     }
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_READ | TOKEN_DUPLICATE, process.receive()))
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_READ, process.receive()))
         throwOsError(GetLastError(), L"Unable to open a process token", site);
     if (identity::isAdministrator(thread.get()) == identity::isAdministrator(process.get()))
         return primary;
