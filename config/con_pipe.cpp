@@ -43,7 +43,7 @@ void OverlappedPipe::open(UniqueFile handle)
     if (!event_)
         event_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!event_)
-        throwOsError(GetLastError(), L"CreateEvent", {"Con::OverlappedPipe::open"});
+        throwLastError({L"CreateEvent"}, {"Con::OverlappedPipe::open"});
     handle_ = std::move(handle);
 }
 
@@ -164,7 +164,7 @@ void ClientOverlappedPipe::create(const std::wstring& name, DWORD tries)
         throwOsError(ERROR_ACCESS_DENIED, failure, site);
     DWORD mode = PIPE_READMODE_BYTE | PIPE_WAIT;
     if (!SetNamedPipeHandleState(handle.get(), &mode, nullptr, nullptr))
-        throwOsError(GetLastError(), L"Unable to set mode of pipe " + name, site);
+        throwLastError({L"Unable to set mode of pipe ", name}, site);
     open(std::move(handle));
 }
 
@@ -186,7 +186,7 @@ void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
             0, &security));
     }
     if (!handle)
-        throwOsError(GetLastError(), L"Unable to create pipe " + name, {"Con::ServerOverlappedPipe::create"});
+        throwLastError({L"Unable to create pipe ", name}, {"Con::ServerOverlappedPipe::create"});
     open(std::move(handle));
 }
 
@@ -203,8 +203,9 @@ bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
     setPending();
     const DWORD state = WaitForSingleObject(completion(), timeoutMilliseconds);
     if (state != WAIT_OBJECT_0 && state != WAIT_TIMEOUT) {
-        throwOsError(GetLastError(),
-            formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
+        const DWORD failure = GetLastError();
+        throwOsError(
+            failure, formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
     }
     cancel();
     return state == WAIT_OBJECT_0 || !isFinished(); // one may have come while we gave up

@@ -34,10 +34,11 @@ bool isTrusted(HANDLE pipe)
     const identity::Sid self = identity::userOf(caller.get());
     const auto isTrustedUser = [&](const identity::Sid& sid) { return identity::isMachine(sid) || sid == self; };
     const identity::Sid owner = ownerOf(pipe);
-    // The owner is that of the pipe's first instance; who may create instances may also serve one more. So the process
-    // at the other end counts as well wherever it can be asked.
+    // The owner is that of the pipe's first instance; who may create instances may also serve one more. So the
+    // process at the other end counts as well wherever it can be asked.
     const UniqueHandle token = serverToken(pipe);
-    // A service's process may be closed to other callers, who can harm only themselves. To an administrator it is open.
+    // A service's process may be closed to other callers, who can harm only themselves. To an administrator it is
+    // open.
     if (!token)
         return owner && isTrustedUser(owner) && !identity::isAdministrator(caller.get());
     const identity::Sid user = identity::userOf(token.get());

@@ -22,7 +22,7 @@ Sid Sid::wellKnown(WELL_KNOWN_SID_TYPE type)
     DWORD size = SECURITY_MAX_SID_SIZE;
     sid.bytes_.resize(size);
     if (!CreateWellKnownSid(type, nullptr, sid.bytes_.data(), &size))
-        throwOsError(GetLastError(), L"CreateWellKnownSid", {"identity::Sid::wellKnown"});
+        throwLastError({L"CreateWellKnownSid"}, {"identity::Sid::wellKnown"});
     sid.bytes_.resize(size);
     return sid;
 }
@@ -41,7 +41,7 @@ std::wstring Sid::text() const
 {
     wchar_t* text = nullptr;
     if (!ConvertSidToStringSidW(get(), &text))
-        throwOsError(GetLastError(), L"ConvertSidToStringSid", {"identity::Sid::text"});
+        throwLastError({L"ConvertSidToStringSid"}, {"identity::Sid::text"});
     const UniqueLocalMemory owner(text);
     return text;
 }
@@ -55,7 +55,7 @@ std::vector<BYTE> informationOf(HANDLE token, TOKEN_INFORMATION_CLASS kind, Rais
     GetTokenInformation(token, kind, nullptr, 0, &size);
     std::vector<BYTE> buffer(size);
     if (!GetTokenInformation(token, kind, buffer.data(), size, &size))
-        throwOsError(GetLastError(), L"GetTokenInformation", site);
+        throwLastError({L"GetTokenInformation"}, site);
     return buffer;
 }
 
@@ -104,7 +104,7 @@ UniqueHandle tokenOf(HANDLE process, DWORD rights)
 {
     UniqueHandle token;
     if (!OpenProcessToken(process, rights, token.receive()))
-        throwOsError(GetLastError(), L"OpenProcessToken", {"identity::tokenOf"});
+        throwLastError({L"OpenProcessToken"}, {"identity::tokenOf"});
     return token;
 }
 

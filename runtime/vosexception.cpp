@@ -59,3 +59,12 @@ void throwOsError(DWORD code, const std::wstring& context, RaiseSite site)
     KnownErrors::raise(code, context, site);
     throw vosexception(code, context, site);
 }
+
+void throwLastError(std::initializer_list<std::wstring_view> context, RaiseSite site)
+{
+    const DWORD code = GetLastError();
+    std::wstring text;
+    for (const std::wstring_view part : context)
+        text += part;
+    throwOsError(code, text, site);
+}

@@ -25,7 +25,7 @@ UniqueFile ExecPipe::create(Direction direction)
     const DWORD access = toChild ? GENERIC_READ | FILE_WRITE_ATTRIBUTES : GENERIC_WRITE | FILE_READ_ATTRIBUTES;
     UniqueFile childEnd(CreateFileW(name.c_str(), access, 0, &inherit, OPEN_EXISTING, 0, nullptr));
     if (!childEnd)
-        throwOsError(GetLastError(), L"Unable to connect to pipe " + name, {"ExecPipe::create"});
+        throwLastError({L"Unable to connect to pipe ", name}, {"ExecPipe::create"});
     return childEnd;
 }
 

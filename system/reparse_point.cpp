@@ -92,7 +92,8 @@ bool isLinkOfMachine(HANDLE link) noexcept
         const DWORD status = GetSecurityInfo(link, SE_FILE_OBJECT,
             OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner, nullptr, &list, nullptr, &descriptor);
         const UniqueLocalMemory memory(descriptor);
-        return status == ERROR_SUCCESS && owner && isMachineOrInstaller(identity::Sid(owner)) && !mayOthersChange(list);
+        return status == ERROR_SUCCESS && owner && isMachineOrInstaller(identity::Sid(owner)) &&
+               !mayOthersChange(list);
     } catch (...) {
         return false;
     }
