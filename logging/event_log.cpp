@@ -23,7 +23,7 @@ HANDLE registerSource(const std::wstring& sourceName)
     const std::lock_guard lock(mutex);
 
     UniqueRegistryKey log;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, logKey, 0, KEY_QUERY_VALUE, log.receive()) == ERROR_FILE_NOT_FOUND) {
+    if (registry::tryOpen(HKEY_LOCAL_MACHINE, logKey, KEY_QUERY_VALUE, log) == ERROR_FILE_NOT_FOUND) {
         log = registry::create(HKEY_LOCAL_MACHINE, logKey, KEY_ALL_ACCESS);
         registry::set(log.get(), L"MaxSize", 0x800000);
         registry::set(log.get(), L"Retention", 0);
