@@ -126,7 +126,7 @@ std::size_t OverlappedPipe::read(void* buffer, std::size_t size)
 {
     while (beginRead(buffer, size)) {
         const std::size_t bytes = complete(timeout_);
-        if (bytes > 0 || !PeekNamedPipe(handle_.get(), nullptr, 0, nullptr, nullptr, nullptr))
+        if (bytes > 0 || isFinished())
             return bytes;
     }
     return 0;
