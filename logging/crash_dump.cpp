@@ -31,8 +31,7 @@ void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointe
     CrashDumpFile file(fileName);
     const UniqueFile target = file.duplicate();
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exceptionPointers, TRUE};
-    if (!write(GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType,
-            exceptionPointers ? &information : nullptr, nullptr, nullptr)) {
+    if (!write(GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
         const DWORD code = dumpError(GetLastError());
         throwOsError(code, L"Unable to generate dump file", {"internalDumpMiniDump", 740});
     }

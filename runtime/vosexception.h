@@ -36,11 +36,6 @@ using VFileNotFoundException = vosexceptionOf<ERROR_FILE_NOT_FOUND>;
 using VPathNotFoundException = vosexceptionOf<ERROR_PATH_NOT_FOUND>;
 using VAccessDeniedException = vosexceptionOf<ERROR_ACCESS_DENIED>;
 using VSharingViolationException = vosexceptionOf<ERROR_SHARING_VIOLATION>;
-using VBrokenPipeException = vosexceptionOf<ERROR_BROKEN_PIPE>;
-using VDiskFullException = vosexceptionOf<ERROR_DISK_FULL>;
-using VDirectoryNotEmptyException = vosexceptionOf<ERROR_DIR_NOT_EMPTY>;
-using VAlreadyExistsException = vosexceptionOf<ERROR_ALREADY_EXISTS>;
-using VPipeBusyException = vosexceptionOf<ERROR_PIPE_BUSY>;
 using VServiceDoesNotExistException = vosexceptionOf<ERROR_SERVICE_DOES_NOT_EXIST>;
 
 /// Throws the exception of the family above that stands for the code, a plain vosexception for other codes.
