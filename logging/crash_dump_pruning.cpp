@@ -4,6 +4,7 @@
 #include "runtime/unique.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cwchar>
 #include <string_view>
 #include <tuple>

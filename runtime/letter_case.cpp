@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 namespace {
 
 std::wstring mapped(std::wstring text, DWORD map)
