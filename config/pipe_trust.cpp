@@ -35,10 +35,9 @@ bool isTrusted(HANDLE pipe)
     const auto isTrustedUser = [&](const identity::Sid& sid) { return identity::isMachine(sid) || sid == self; };
     const identity::Sid owner = ownerOf(pipe);
     // The owner is that of the pipe's first instance; who may create instances may also serve one more. So the
-    // process at the other end counts as well wherever it can be asked.
+    // process at the other end counts as well.
     const UniqueHandle token = serverToken(pipe);
-    // A service's process may be closed to other callers, who can harm only themselves. To an administrator it is
-    // open.
+    // To an administrator a service's process is open; other callers can harm only themselves.
     if (!token)
         return owner && isTrustedUser(owner) && !identity::isAdministrator(caller.get());
     const identity::Sid user = identity::userOf(token.get());
