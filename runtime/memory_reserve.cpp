@@ -24,7 +24,7 @@ void __wrap_free(void* block);
 
 namespace {
 
-constexpr std::size_t reserveSize = 64 * 1024, largestBlock = 4096, alignment = 16;
+constexpr std::size_t reserveSize = 65'536, largestBlock = 4096, alignment = 16;
 // Named, as the compiler would put its zeroes into the file.
 alignas(alignment) __attribute__((section(".bss"))) BYTE reserve[reserveSize];
 std::atomic<std::size_t> used = 0;
