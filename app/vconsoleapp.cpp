@@ -6,6 +6,7 @@
 #include "runtime/mask.h"
 #include "runtime/memory_reserve.h"
 #include "runtime/operation.h"
+#include "runtime/stack_reserve.h"
 #include "runtime/vexception.h"
 
 #include <windows.h>

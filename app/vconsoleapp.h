@@ -18,7 +18,7 @@ public:
     virtual std::int32_t go(std::int32_t count, const wchar_t* const* arguments);
 
     /// Takes the command word and calls the handler; without one shows the usage. @return the exit code
-    /// @throws vexception only
+    /// @throws vexception; std::bad_alloc where there is no memory left to make one
     virtual std::int32_t start(std::int32_t argc, const wchar_t* const* argv);
 
     /// Shows how to call the program. @throws vexception "Missing command parameter" unless overridden

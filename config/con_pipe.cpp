@@ -43,7 +43,7 @@ void OverlappedPipe::open(UniqueFile handle)
     if (!event_)
         event_.reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (!event_)
-        throwOsError(GetLastError(), L"CreateEvent", {"Con::OverlappedPipe::open"});
+        throwLastError({L"CreateEvent"}, {"Con::OverlappedPipe::open"});
     handle_ = std::move(handle);
 }
 
@@ -126,7 +126,7 @@ std::size_t OverlappedPipe::read(void* buffer, std::size_t size)
 {
     while (beginRead(buffer, size)) {
         const std::size_t bytes = complete(timeout_);
-        if (bytes > 0 || !PeekNamedPipe(handle_.get(), nullptr, 0, nullptr, nullptr, nullptr))
+        if (bytes > 0 || isFinished())
             return bytes;
     }
     return 0;
@@ -164,7 +164,7 @@ void ClientOverlappedPipe::create(const std::wstring& name, DWORD tries)
         throwOsError(ERROR_ACCESS_DENIED, failure, site);
     DWORD mode = PIPE_READMODE_BYTE | PIPE_WAIT;
     if (!SetNamedPipeHandleState(handle.get(), &mode, nullptr, nullptr))
-        throwOsError(GetLastError(), L"Unable to set mode of pipe " + name, site);
+        throwLastError({L"Unable to set mode of pipe ", name}, site);
     open(std::move(handle));
 }
 
@@ -172,7 +172,7 @@ void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
 {
     // The default access list lets everybody read; the pipes of this program are for its own user. The owner
     // is named because clients look at it, and Wine takes the user's group where none is given.
-    const std::wstring user = identity::userOf(identity::effectiveToken(TOKEN_QUERY).get()).text();
+    const std::wstring user = identity::currentUser().text();
     const std::wstring rights = L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")";
     SECURITY_ATTRIBUTES security{sizeof security, nullptr, FALSE};
     UniqueLocalMemory descriptor;
@@ -186,7 +186,7 @@ void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
             0, &security));
     }
     if (!handle)
-        throwOsError(GetLastError(), L"Unable to create pipe " + name, {"Con::ServerOverlappedPipe::create"});
+        throwLastError({L"Unable to create pipe ", name}, {"Con::ServerOverlappedPipe::create"});
     open(std::move(handle));
 }
 
@@ -203,8 +203,9 @@ bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
     setPending();
     const DWORD state = WaitForSingleObject(completion(), timeoutMilliseconds);
     if (state != WAIT_OBJECT_0 && state != WAIT_TIMEOUT) {
-        throwOsError(GetLastError(),
-            formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
+        const DWORD failure = GetLastError();
+        throwOsError(
+            failure, formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
     }
     cancel();
     return state == WAIT_OBJECT_0 || !isFinished(); // one may have come while we gave up

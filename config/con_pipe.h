@@ -31,8 +31,8 @@ public:
     /// Cancels what is under way and awaits its end.
     ~OverlappedPipe();
 
-    /// Reads what is there, up to `size` bytes, waiting for the first one. @return 0 when the pipe is
-    /// finished
+    /// Reads what is there, up to `size` bytes, waiting for the first one.
+    /// @return 0 when the pipe is finished
     /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"; PipeTimeout
     std::size_t read(void* buffer, std::size_t size);
     /// Writes all of it. @throws vosexception "Unable to write to pipe" and as read()
@@ -43,8 +43,8 @@ public:
     /// @return false when the pipe is finished
     bool beginRead(void* buffer, std::size_t size);
     void beginWrite(const void* data, std::size_t size);
-    /// Awaits the end of the operation, and cancels it when it takes longer. @return bytes; 0: the pipe is
-    /// finished
+    /// Awaits the end of the operation, and cancels it when it takes longer.
+    /// @return bytes; 0: the pipe is finished
     std::size_t complete(DWORD timeoutMilliseconds);
     /// Whether the operation that was begun has ended already.
     bool hasEnded() const noexcept { return HasOverlappedIoCompleted(&overlapped_); }
@@ -54,10 +54,10 @@ public:
     HANDLE completion() const noexcept { return event_.get(); }
 
     explicit operator bool() const noexcept { return static_cast<bool>(handle_); }
-    HANDLE handle() const noexcept { return handle_.get(); } // weak
     void close() noexcept;
 
 protected:
+    HANDLE handle() const noexcept { return handle_.get(); } // weak
     void open(UniqueFile handle);
     /// Cancels what is under way, if anything, and awaits its end. @return the bytes that came through
     DWORD cancel() noexcept;

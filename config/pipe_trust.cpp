@@ -24,26 +24,25 @@ UniqueHandle serverToken(HANDLE pipe)
     const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
     UniqueHandle token;
     if (process)
-        OpenProcessToken(process.get(), TOKEN_QUERY | TOKEN_DUPLICATE, token.receive());
+        OpenProcessToken(process.get(), TOKEN_QUERY, token.receive());
     return token;
 }
 
 bool isTrusted(HANDLE pipe)
 {
-    const auto isMachine = [](const identity::Sid& sid) {
-        return sid == identity::Sid::wellKnown(WinLocalSystemSid) ||
-               sid == identity::Sid::wellKnown(WinBuiltinAdministratorsSid) ||
-               sid == identity::userOf(identity::effectiveToken(TOKEN_QUERY).get());
-    };
+    const UniqueHandle caller = identity::effectiveToken(TOKEN_QUERY);
+    const identity::Sid self = identity::userOf(caller.get());
+    const auto isTrustedUser = [&](const identity::Sid& sid) { return identity::isMachine(sid) || sid == self; };
     const identity::Sid owner = ownerOf(pipe);
+    // The owner is that of the pipe's first instance; who may create instances may also serve one more. So the
+    // process at the other end counts as well.
     const UniqueHandle token = serverToken(pipe);
-    if (!token) // the service's process may be closed to us
-        return owner && isMachine(owner);
-    // The owner is that of the pipe's first instance; who may write to it may also serve one more. So the process
-    // at the other end counts as well wherever it can be asked.
+    // To an administrator a service's process is open; other callers can harm only themselves.
+    if (!token)
+        return owner && isTrustedUser(owner) && !identity::isAdministrator(caller.get());
     const identity::Sid user = identity::userOf(token.get());
-    const bool trustedUser = isMachine(user) || identity::isAdministrator(token.get());
-    return trustedUser && (!owner || owner == user || isMachine(owner));
+    const bool trustedProcess = isTrustedUser(user) || identity::isAdministrator(token.get());
+    return trustedProcess && (!owner || owner == user || isTrustedUser(owner));
 }
 
 } // namespace

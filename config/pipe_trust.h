@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
-/// Whether the server of a connected pipe may tell an administrator where programs lie: the pipe's owner and, where
-/// the system says who that is, the user of the server's process are each SYSTEM, an administrator, or the caller
-/// itself. Any local user can create a pipe of a known name before its service does. Never throws.
+/// Whether the server of a connected pipe may tell an administrator where programs lie: the user of the server's
+/// process is SYSTEM, an administrator or the caller itself, and the pipe's owner, where the system says who that
+/// is, is that user, SYSTEM, the group of administrators or the caller itself. Where the process cannot be asked,
+/// a caller who is an administrator trusts nobody; for any other caller the owner decides. Any local user can
+/// create a pipe of a known name before its service does. Never throws.
 bool isPipeOfMachine(HANDLE pipe) noexcept;

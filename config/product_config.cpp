@@ -1,9 +1,38 @@
 #include "config/product_config.h"
 
-#include "config/cached_number.h"
 #include "config/registry.h"
 
 namespace config {
+
+namespace {
+
+/// A REG_DWORD of the product's key that is consulted all the time: read on the 1st, 17th, 33rd ... query, the last
+/// number read in between, 0 before. A missing value leaves the number as it was.
+class CachedNumber
+{
+public:
+    /// @param name  name of the value; a literal, not copied
+    explicit constexpr CachedNumber(const wchar_t* name) noexcept : name_(name) {}
+
+    /// One query. @throws vexception when a due read finds a value of the wrong type or size
+    DWORD query()
+    {
+        constexpr unsigned queriesPerRead = 16;
+        if (queries_++ % queriesPerRead == 0)
+            lookup(name_, number_);
+        return number_;
+    }
+
+    /// The last number read; no query.
+    DWORD cached() const noexcept { return number_; }
+
+private:
+    const wchar_t* name_;
+    DWORD number_ = 0;
+    unsigned queries_ = 0;
+};
+
+} // namespace
 
 LSTATUS lookup(const std::wstring& name, DWORD& number)
 {
@@ -18,7 +47,7 @@ LSTATUS lookup(const std::wstring& name, std::wstring& text)
 UniqueRegistryKey openKey() noexcept
 {
     UniqueRegistryKey key;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, configKey, 0, KEY_READ | KEY_WOW64_32KEY, key.receive());
+    registry::tryOpen(HKEY_LOCAL_MACHINE, configKey, KEY_READ | KEY_WOW64_32KEY, key);
     return key;
 }
 

@@ -73,7 +73,7 @@ template <typename Read>
 LSTATUS withKey(HKEY root, const std::wstring& subKey, int view, Read read)
 {
     UniqueRegistryKey key;
-    const LSTATUS status = RegOpenKeyExW(root, subKey.c_str(), 0, KEY_QUERY_VALUE | viewAccess(view), key.receive());
+    const LSTATUS status = tryOpen(root, subKey.c_str(), KEY_QUERY_VALUE | viewAccess(view), key);
     return status == ERROR_SUCCESS ? read(key.get()) : status;
 }
 
@@ -87,10 +87,15 @@ void setValue(HKEY key, const std::wstring& name, DWORD type, const void* data, 
 
 } // namespace
 
+LSTATUS tryOpen(HKEY root, const wchar_t* subKey, REGSAM access, UniqueRegistryKey& key) noexcept
+{
+    return RegOpenKeyExW(root, subKey, 0, access, key.receive());
+}
+
 UniqueRegistryKey open(HKEY root, const std::wstring& subKey, REGSAM access)
 {
     UniqueRegistryKey key;
-    const LSTATUS status = RegOpenKeyExW(root, subKey.c_str(), 0, access, key.receive());
+    const LSTATUS status = tryOpen(root, subKey.c_str(), access, key);
     if (status != ERROR_SUCCESS)
         throwOsError(static_cast<DWORD>(status), L"RegOpenKeyEx subKey=" + subKey, {"registry::open"});
     return key;

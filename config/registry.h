@@ -11,8 +11,11 @@
 /// and leave the output alone unless they succeed; a value of the wrong type or size is a vexception.
 namespace registry {
 
-/// @param access  rights, with KEY_WOW64_32KEY or KEY_WOW64_64KEY for a view
-/// @throws vosexception "RegOpenKeyEx subKey=..."
+/// Opens the key. @param access  rights, with KEY_WOW64_32KEY or KEY_WOW64_64KEY for a view
+/// @return the system's status; the key is empty unless it is 0
+LSTATUS tryOpen(HKEY root, const wchar_t* subKey, REGSAM access, UniqueRegistryKey& key) noexcept;
+
+/// The same for a key that must be there. @throws vosexception "RegOpenKeyEx subKey=..."
 UniqueRegistryKey open(HKEY root, const std::wstring& subKey, REGSAM access);
 
 /// Opens the key or creates it. @throws vosexception "RegCreateKeyEx subKey=..."
@@ -33,8 +36,8 @@ LSTATUS lookup(HKEY root, const std::wstring& subKey, const std::wstring& name, 
 LSTATUS lookup(
     HKEY root, const std::wstring& subKey, const std::wstring& name, std::wstring& text, DWORD type, int view);
 
-/// A text that must be there. @throws vosexception "lookup subKey=... value=..."; vexception as the lookups
-/// do
+/// A text that must be there.
+/// @throws vosexception "lookup subKey=... value=..."; vexception as the lookups do
 std::wstring getstr(HKEY root, const std::wstring& subKey, const std::wstring& name, int view);
 
 /// @throws vosexception "RegSetValueEx valueName=..."

@@ -74,6 +74,31 @@ std::string client::exchange(const std::string& message)
     return reply;
 }
 
+void client::reportOrRethrow()
+{
+    try {
+        throw;
+    } catch (const vserializer::invalidprotocol&) { // it would answer the same again
+        throw;
+    } catch (const Con::PipeTimeout&) {
+        throw;
+    } catch (const vexception& failure) {
+        const auto* const system = dynamic_cast<const vosexception*>(&failure);
+        if (system && Con::isPipeFinished(system->code())) {
+            log_.warning(L"Connection to Kelvo Management Service is broken: Pipe is finished");
+            throw vexception(L"Pipe is finished", {"vpipechannel::client::query", 252});
+        }
+        log_.info(formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
+            failure.fullText().c_str()));
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const cwrpexception&) { // a fault of ours, nothing that a new connection mends
+        throw;
+    } catch (...) {
+        log_.info(L"Kelvo Management service pipe unknown communication error. Trying to reconnect.");
+    }
+}
+
 std::string client::query(const Operation& operation, std::string_view arguments)
 {
     const std::lock_guard lock(mutex_);
@@ -84,30 +109,9 @@ std::string client::query(const Operation& operation, std::string_view arguments
             connect();
         try {
             return exchange(message);
-        } catch (const vserializer::invalidprotocol&) { // it would answer the same again
-            pipe_.close();
-            throw;
-        } catch (const Con::PipeTimeout&) {
-            pipe_.close();
-            throw;
-        } catch (const vexception& failure) {
-            pipe_.close();
-            const auto* const system = dynamic_cast<const vosexception*>(&failure);
-            if (system && Con::isPipeFinished(system->code())) {
-                log_.warning(L"Connection to Kelvo Management Service is broken: Pipe is finished");
-                throw vexception(L"Pipe is finished", {"vpipechannel::client::query", 252});
-            }
-            log_.info(formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
-                failure.fullText().c_str()));
-        } catch (const std::bad_alloc&) {
-            pipe_.close();
-            throw;
-        } catch (const cwrpexception&) { // a fault of ours, nothing that a new connection mends
-            pipe_.close();
-            throw;
         } catch (...) {
             pipe_.close();
-            log_.info(L"Kelvo Management service pipe unknown communication error. Trying to reconnect.");
+            reportOrRethrow();
         }
     }
 }

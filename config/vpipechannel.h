@@ -24,15 +24,15 @@ public:
 
     /// Sends an operation with its arguments. A disturbed connection is made anew and the query repeated.
     /// @return the bytes of the reply
-    /// @throws vexception when the service cannot be reached, closes the pipe, keeps silent, or sends what
-    /// cannot
-    ///         be a reply
+    /// @throws vexception when the service cannot be reached, closes the pipe, keeps silent, or sends no valid reply
     std::string query(const Operation& operation, std::string_view arguments);
 
 private:
     void connect();
     std::string exchange(const std::string& message);
     void read(char* buffer, std::size_t size);
+    /// For the exception that is being handled: tells of it, or lets it out when a new connection would not mend it.
+    void reportOrRethrow();
 
     std::wstring pipeId_;
     std::wstring configKey_;

@@ -14,7 +14,7 @@ decltype(&MiniDumpWriteDump) dumpWriter()
     const HMODULE library = LoadLibraryExW(L"dbghelp.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
     const FARPROC address = library ? GetProcAddress(library, "MiniDumpWriteDump") : nullptr;
     if (!address)
-        throwOsError(GetLastError(), L"LoadLibrary 'dbghelp.dll'", {"internalDumpMiniDump"});
+        throwLastError({L"LoadLibrary 'dbghelp.dll'"}, {"internalDumpMiniDump"});
     return reinterpret_cast<decltype(&MiniDumpWriteDump)>(reinterpret_cast<void*>(address));
 }
 
@@ -31,9 +31,10 @@ void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointe
     CrashDumpFile file(fileName);
     const UniqueFile target = file.duplicate();
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exceptionPointers, TRUE};
-    if (!write(GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType,
-            exceptionPointers ? &information : nullptr, nullptr, nullptr))
-        throwOsError(dumpError(GetLastError()), L"Unable to generate dump file", {"internalDumpMiniDump", 740});
+    if (!write(GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
+        const DWORD code = dumpError(GetLastError());
+        throwOsError(code, L"Unable to generate dump file", {"internalDumpMiniDump", 740});
+    }
     file.keep();
 }
 

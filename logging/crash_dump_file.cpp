@@ -77,6 +77,6 @@ UniqueFile CrashDumpFile::duplicate() const
     UniqueFile copy;
     if (!DuplicateHandle(
             GetCurrentProcess(), file_.get(), GetCurrentProcess(), copy.receive(), 0, FALSE, DUPLICATE_SAME_ACCESS))
-        throwOsError(GetLastError(), L"DuplicateHandle", {"internalDumpMiniDump"});
+        throwLastError({L"DuplicateHandle"}, {"internalDumpMiniDump"});
     return copy;
 }

@@ -83,12 +83,14 @@ const std::wstring& CrashDumpInfo::getFileName()
     return fullPath_;
 }
 
-void CrashDumpInfo::dump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type) noexcept
+void CrashDumpInfo::dump(EXCEPTION_POINTERS* pointers) noexcept
 {
+    constexpr auto wholeMemory =
+        static_cast<MINIDUMP_TYPE>(MiniDumpWithDataSegs | MiniDumpWithFullMemory | MiniDumpWithHandleData);
     if (!enabled_ || !pointers || dumping.test_and_set())
         return;
     try {
-        internalDumpMiniDump(getFileName(), pointers, type);
+        internalDumpMiniDump(getFileName(), pointers, wholeMemory);
     } catch (...) {
     }
     dumping.clear();

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "logging/vectored_exception_handler.h"
+#include "logging/heap_corruption_handler.h"
 
 #include <windows.h>
-
-#include <dbghelp.h>
 
 #include <memory>
 #include <string>
@@ -26,11 +24,9 @@ public:
     /// @throws vexception "Crash dumping does not enabled"
     const std::wstring& getFileName();
 
-    static constexpr auto wholeMemory =
-        static_cast<MINIDUMP_TYPE>(MiniDumpWithDataSegs | MiniDumpWithFullMemory | MiniDumpWithHandleData);
-
-    /// Writes a dump; nothing when dumping is off, without exception pointers, and while a dump is being written.
-    void dump(EXCEPTION_POINTERS* pointers, MINIDUMP_TYPE type = wholeMemory) noexcept;
+    /// Writes a dump of the whole memory; nothing when dumping is off, without exception pointers, and while a dump
+    /// is being written.
+    void dump(EXCEPTION_POINTERS* pointers) noexcept;
 
     /// The same with the process's settings, while there are any, for a fault that has passed the vectored handlers:
     /// a heap corruption has been dumped there.

@@ -5,6 +5,7 @@
 #include "runtime/unique.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <tuple>
 #include <vector>
 

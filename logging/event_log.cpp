@@ -16,14 +16,14 @@ const wchar_t logKey[] = L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo"
 const wchar_t sourcesKey[] = L"System\\CurrentControlSet\\Services\\EventLog\\Kelvo\\";
 
 /// Makes the log and the source known to the system and opens the source. An existing log keeps its settings: they
-/// may be the administrator's. @return null when the source cannot be opened
+/// may be the administrator's. @throws vosexception
 HANDLE registerSource(const std::wstring& sourceName)
 {
     VMutex mutex(L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}");
     const std::lock_guard lock(mutex);
 
     UniqueRegistryKey log;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, logKey, 0, KEY_QUERY_VALUE, log.receive()) == ERROR_FILE_NOT_FOUND) {
+    if (registry::tryOpen(HKEY_LOCAL_MACHINE, logKey, KEY_QUERY_VALUE, log) == ERROR_FILE_NOT_FOUND) {
         log = registry::create(HKEY_LOCAL_MACHINE, logKey, KEY_ALL_ACCESS);
         registry::set(log.get(), L"MaxSize", 0x800000);
         registry::set(log.get(), L"Retention", 0);
@@ -34,7 +34,10 @@ HANDLE registerSource(const std::wstring& sourceName)
         source.get(), L"TypesSupported", EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
     registry::set(
         source.get(), L"EventMessageFile", path::combine(config::productRoot(), L"admin\\bin64\\eventmsg.dll"));
-    return RegisterEventSourceW(nullptr, sourceName.c_str());
+    const HANDLE eventSource = RegisterEventSourceW(nullptr, sourceName.c_str());
+    if (!eventSource)
+        throwLastError({L"RegisterEventSource"}, {"LogManager::getEventLog", 415});
+    return eventSource;
 }
 
 WORD eventType(LogLevel level)
@@ -65,10 +68,7 @@ HANDLE EventLog::handle()
         return eventSource_;
     if (sourceName_.empty())
         sourceName_ = moduleTitle();
-    eventSource_ = registerSource(sourceName_);
-    if (!eventSource_)
-        throwOsError(GetLastError(), L"RegisterEventSource", {"LogManager::getEventLog", 415});
-    return eventSource_;
+    return eventSource_ = registerSource(sourceName_);
 }
 
 void EventLog::report(LogLevel level, const std::wstring& message)

@@ -16,10 +16,7 @@ constexpr wchar_t byteOrderMark = 0xfeff;
 
 void append(const std::wstring& path, const std::wstring& line)
 {
-    const auto failed = [&](const wchar_t* call) {
-        const DWORD code = GetLastError(); // before the text is built, which may change it
-        throwOsError(code, call + (L" '" + path + L"'"), {"LogFile::write"});
-    };
+    const auto failed = [&](const wchar_t* call) { throwLastError({call, L" '", path, L"'"}, {"LogFile::write"}); };
     const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
         nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
@@ -35,6 +32,7 @@ void append(const std::wstring& path, const std::wstring& line)
     atEnd.Offset = atEnd.OffsetHigh = 0xffffffff;
     const DWORD size = static_cast<DWORD>(record.size() * sizeof(wchar_t));
     DWORD written = 0;
+    SetLastError(ERROR_WRITE_FAULT); // a write that falls short sets none
     if (!WriteFile(file.get(), record.data(), size, &written, &atEnd) || written != size)
         failed(L"WriteFile");
 }

@@ -1,9 +1,9 @@
 #include "logging/log_manager.h"
 
 #include "config/product_config.h"
-#include "logging/console.h"
 #include "logging/execute_context.h"
 #include "logging/log_file.h"
+#include "logging/standard_output.h"
 #include "runtime/text.h"
 
 #include <string_view>
@@ -115,7 +115,7 @@ void LogManager::dispatchToConsole(const std::wstring& message)
         const std::string separator = settings_->consoleUsed ? "\n" : "";
         const std::string text = separator + toNarrow(message, utf8CodePage);
         settings_->consoleUsed = true;
-        written = writeConsole(text);
+        written = writeStandardOutput(text);
     });
     consoleIntact_ = consoleIntact_ && written;
 }

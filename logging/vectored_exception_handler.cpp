@@ -5,22 +5,3 @@ VectoredExceptionHandler::~VectoredExceptionHandler()
     if (handle_)
         RemoveVectoredExceptionHandler(handle_);
 }
-
-HeapCorruptionHandler::HeapCorruptionHandler(structured_exception::Observer record) noexcept
-    : VectoredExceptionHandler(routine)
-{
-    record_ = record;
-}
-
-HeapCorruptionHandler::~HeapCorruptionHandler()
-{
-    record_ = nullptr;
-}
-
-// Every C++ throw of the process comes through here: the code first, and nothing else.
-LONG HeapCorruptionHandler::routine(EXCEPTION_POINTERS* pointers)
-{
-    if (pointers->ExceptionRecord->ExceptionCode == code && record_)
-        record_(pointers);
-    return EXCEPTION_CONTINUE_SEARCH;
-}

@@ -7,5 +7,6 @@
 
 /// The catch ladder, to be called inside a catch block: whatever is in flight leaves as a vexception whose
 /// trail ends with the site and context. A vexception (or a class derived from it) goes on as itself;
-/// anything else is replaced by a new one with its text. The span is tagged with the kind and the text.
+/// anything else is replaced by a new one with its text, unless there is no memory for it: std::bad_alloc. The span
+/// is tagged with the kind and the text.
 [[noreturn]] void rethrowAsVexception(Span& span, const RaiseSite& site, const std::wstring& context);

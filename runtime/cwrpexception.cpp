@@ -1,7 +1,8 @@
 #include "runtime/cwrpexception.h"
 
+#include "runtime/fault_in_flight.h"
 #include "runtime/format.h"
-#include "runtime/structured_exception.h"
+#include "runtime/stack_reserve.h"
 
 cwrpexception::cwrpexception(DWORD code, const void* faultAddress) noexcept : code_(code)
 {

@@ -4,6 +4,7 @@
 // system code handles itself never get here.
 
 #include "runtime/cwrpexception.h"
+#include "runtime/fault_in_flight.h"
 #include "runtime/structured_exception.h"
 
 #include <windows.h>

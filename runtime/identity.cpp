@@ -4,6 +4,8 @@
 
 #include <sddl.h>
 
+#include <algorithm>
+
 namespace identity {
 
 Sid::Sid(PSID sid)
@@ -20,7 +22,7 @@ Sid Sid::wellKnown(WELL_KNOWN_SID_TYPE type)
     DWORD size = SECURITY_MAX_SID_SIZE;
     sid.bytes_.resize(size);
     if (!CreateWellKnownSid(type, nullptr, sid.bytes_.data(), &size))
-        throwOsError(GetLastError(), L"CreateWellKnownSid", {"identity::Sid::wellKnown"});
+        throwLastError({L"CreateWellKnownSid"}, {"identity::Sid::wellKnown"});
     sid.bytes_.resize(size);
     return sid;
 }
@@ -39,31 +41,52 @@ std::wstring Sid::text() const
 {
     wchar_t* text = nullptr;
     if (!ConvertSidToStringSidW(get(), &text))
-        throwOsError(GetLastError(), L"ConvertSidToStringSid", {"identity::Sid::text"});
+        throwLastError({L"ConvertSidToStringSid"}, {"identity::Sid::text"});
     const UniqueLocalMemory owner(text);
     return text;
 }
 
-Sid userOf(HANDLE token)
+namespace {
+
+/// A record of the token, in memory that is aligned for any.
+std::vector<BYTE> informationOf(HANDLE token, TOKEN_INFORMATION_CLASS kind, RaiseSite site)
 {
     DWORD size = 0;
-    GetTokenInformation(token, TokenUser, nullptr, 0, &size);
+    GetTokenInformation(token, kind, nullptr, 0, &size);
     std::vector<BYTE> buffer(size);
-    if (!GetTokenInformation(token, TokenUser, buffer.data(), size, &size))
-        throwOsError(GetLastError(), L"GetTokenInformation", {"identity::userOf"});
+    if (!GetTokenInformation(token, kind, buffer.data(), size, &size))
+        throwLastError({L"GetTokenInformation"}, site);
+    return buffer;
+}
+
+} // namespace
+
+Sid userOf(HANDLE token)
+{
+    const std::vector<BYTE> buffer = informationOf(token, TokenUser, {"identity::userOf"});
     return Sid(reinterpret_cast<const TOKEN_USER*>(buffer.data())->User.Sid);
+}
+
+Sid currentUser()
+{
+    return userOf(effectiveToken(TOKEN_QUERY).get());
 }
 
 bool isAdministrator(HANDLE token)
 {
-    // The membership test takes impersonation tokens only.
-    UniqueHandle copy;
-    if (!DuplicateToken(token, SecurityIdentification, copy.receive()))
-        throwOsError(GetLastError(), L"DuplicateToken", {"identity::isAdministrator"});
-    BOOL member = FALSE;
-    if (!CheckTokenMembership(copy.get(), Sid::wellKnown(WinBuiltinAdministratorsSid).get(), &member))
-        throwOsError(GetLastError(), L"CheckTokenMembership", {"identity::isAdministrator"});
-    return member != FALSE;
+    const Sid administrators = Sid::wellKnown(WinBuiltinAdministratorsSid);
+    // Not by the system's test of membership: that takes a copy of the token, which need not be granted.
+    const std::vector<BYTE> buffer = informationOf(token, TokenGroups, {"identity::isAdministrator"});
+    const auto& groups = *reinterpret_cast<const TOKEN_GROUPS*>(buffer.data());
+    return std::any_of(groups.Groups, groups.Groups + groups.GroupCount, [&](const SID_AND_ATTRIBUTES& group) {
+        return (group.Attributes & SE_GROUP_ENABLED) != 0 && (group.Attributes & SE_GROUP_USE_FOR_DENY_ONLY) == 0 &&
+               Sid(group.Sid) == administrators;
+    });
+}
+
+bool isMachine(const Sid& sid)
+{
+    return sid == Sid::wellKnown(WinLocalSystemSid) || sid == Sid::wellKnown(WinBuiltinAdministratorsSid);
 }
 
 UniqueHandle effectiveToken(DWORD rights)
@@ -81,7 +104,7 @@ UniqueHandle tokenOf(HANDLE process, DWORD rights)
 {
     UniqueHandle token;
     if (!OpenProcessToken(process, rights, token.receive()))
-        throwOsError(GetLastError(), L"OpenProcessToken", {"identity::tokenOf"});
+        throwLastError({L"OpenProcessToken"}, {"identity::tokenOf"});
     return token;
 }
 

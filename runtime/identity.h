@@ -30,9 +30,15 @@ private:
 /// The user of a token (opened with TOKEN_QUERY). @throws vosexception "GetTokenInformation"
 Sid userOf(HANDLE token);
 
-/// Whether the token, primary or impersonating (opened with TOKEN_QUERY and TOKEN_DUPLICATE), holds the
-/// enabled group of administrators. @throws vosexception "DuplicateToken", "CheckTokenMembership"
+/// The user whom the calling thread acts as. @throws vosexception
+Sid currentUser();
+
+/// Whether the token, primary or impersonating (opened with TOKEN_QUERY), holds the enabled group of administrators.
+/// @throws vosexception "GetTokenInformation"
 bool isAdministrator(HANDLE token);
+
+/// Whether it is SYSTEM or the group of administrators. @throws vosexception "CreateWellKnownSid"
+bool isMachine(const Sid& sid);
 
 /// The token that the calling thread acts under: its own, else the process's. @throws vosexception
 UniqueHandle effectiveToken(DWORD rights);

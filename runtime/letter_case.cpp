@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 namespace {
 
 std::wstring mapped(std::wstring text, DWORD map)
@@ -12,7 +14,7 @@ std::wstring mapped(std::wstring text, DWORD map)
     const int length = static_cast<int>(text.size()); // one letter becomes one letter
     if (length > 0 &&
         !LCMapStringEx(LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0))
-        throwOsError(GetLastError(), L"LCMapStringEx", {"letter_case::mapped"});
+        throwLastError({L"LCMapStringEx"}, {"letter_case::mapped"});
     return text;
 }
 

@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <new>
 
@@ -23,21 +24,25 @@ void __wrap_free(void* block);
 
 namespace {
 
-constexpr LONG reserveSize = 64 * 1024;
-constexpr std::size_t largestBlock = 4096, alignment = 16;
+constexpr std::size_t reserveSize = 65'536, largestBlock = 4096, alignment = 16;
 // Named, as the compiler would put its zeroes into the file.
 alignas(alignment) __attribute__((section(".bss"))) BYTE reserve[reserveSize];
-LONG used = 0;
-bool isOpen = false;
+std::atomic<std::size_t> used = 0;
+std::atomic<bool> isOpen = false;
 
-/// Zeroes, as every part of the reserve is handed out once.
+/// Zeroes, as every part of the reserve is handed out once. A request that does not fit takes nothing.
 void* fromReserve(std::size_t size) noexcept
 {
     if (size > largestBlock)
         return nullptr;
-    const LONG rounded = static_cast<LONG>((size + alignment - 1) / alignment * alignment);
-    const LONG offset = InterlockedExchangeAdd(&used, rounded);
-    return offset <= reserveSize - rounded ? reserve + offset : nullptr;
+    // A block of no bytes has an address of its own too.
+    const std::size_t rounded = (std::max<std::size_t>(size, 1) + alignment - 1) / alignment * alignment;
+    std::size_t offset = used;
+    while (rounded <= reserveSize - offset) {
+        if (used.compare_exchange_weak(offset, offset + rounded))
+            return reserve + offset;
+    }
+    return nullptr;
 }
 
 bool isOfReserve(const void* block) noexcept
@@ -69,7 +74,7 @@ extern "C" void* __wrap_realloc(void* block, std::size_t size)
         const std::size_t most = isOfReserve(block)
                                      ? static_cast<std::size_t>(reserve + reserveSize - static_cast<BYTE*>(block))
                                      : _msize(block);
-        memcpy(moved, block, std::min(size, most));
+        memmove(moved, block, std::min(size, most)); // more than the block had: it may lie right before the new one
         __wrap_free(block);
     }
     return moved;

@@ -11,7 +11,7 @@ std::wstring moduleFileName()
     for (;;) {
         const DWORD length = GetModuleFileNameW(nullptr, name.data(), static_cast<DWORD>(name.size()));
         if (length == 0)
-            throwOsError(GetLastError(), L"GetModuleFileName", {"moduleName"});
+            throwLastError({L"GetModuleFileName"}, {"moduleName"});
         if (length < name.size()) { // a full buffer means a name that was cut
             name.resize(length);
             return name;

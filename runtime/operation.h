@@ -31,15 +31,15 @@ std::wstring describeFailure(Span& span, const Describe& describe) noexcept
 struct Boundary
 {
     RaiseSite site;
-    RaiseSite span;
+    RaiseSite spanSite;
 
     // Implicit, so that an operation reads operation({"Params::check"}, ...).
     Boundary(const char* function, std::source_location where = std::source_location::current()) noexcept
-        : site(function, where), span(site)
+        : site(function, where), spanSite(site)
     {
     }
-    Boundary(const char* function, std::uint_least32_t line) noexcept : site(function, line), span(site) {}
-    Boundary(RaiseSite site_, RaiseSite span_) noexcept : site(site_), span(span_) {}
+    Boundary(const char* function, std::uint_least32_t line) noexcept : site(function, line), spanSite(site) {}
+    Boundary(RaiseSite site_, RaiseSite spanSite_) noexcept : site(site_), spanSite(spanSite_) {}
 };
 
 /// The frame of every operation at a boundary: a span named after the operation, the structured-exception
@@ -47,11 +47,11 @@ struct Boundary
 /// @param boundary  the operation's qualified name and line
 /// @param describe  makes the call's description, arguments masked; called only for a failure
 /// @param work      called with the span; its result is the operation's
-/// @throws vexception only
+/// @throws vexception; std::bad_alloc where there is no memory left to make one
 template <typename Describe, typename Work>
 auto operation(const Boundary& boundary, const Describe& describe, Work&& work)
 {
-    Span span(boundary.span);
+    Span span(boundary.spanSite);
     const structured_exception::TranslatorScope translator;
     try {
         const ThreadCancelation::CancelationPoint cancelation(1);

@@ -2,15 +2,13 @@
 
 #include "runtime/text.h"
 
-#include <utility>
-
 namespace {
 ITracer* processTracer = nullptr; // weak
 }
 
-ITracer* setTracer(ITracer* tracer) noexcept
+void setTracer(ITracer* tracer) noexcept
 {
-    return std::exchange(processTracer, tracer);
+    processTracer = tracer;
 }
 
 Span::Span(const RaiseSite& site) noexcept

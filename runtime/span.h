@@ -24,8 +24,8 @@ public:
     virtual std::unique_ptr<ISpan> start(const RaiseSite& site) = 0;
 };
 
-/// Sets the process's tracer, null (the default) for none. It is not owned. @return the previous one
-ITracer* setTracer(ITracer* tracer) noexcept;
+/// Sets the process's tracer, null (the default) for none. It is not owned.
+void setTracer(ITracer* tracer) noexcept;
 
 /// A span for the life of a scope. Without a tracer it is inactive and costs nothing. Tracing never fails the
 /// work it watches: what the tracer throws is dropped.

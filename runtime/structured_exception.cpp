@@ -2,8 +2,6 @@
 
 #include "runtime/cwrpexception.h"
 
-#include <malloc.h>
-
 #include <utility>
 
 namespace structured_exception {
@@ -15,8 +13,6 @@ Observer processObserver = nullptr;
 
 } // namespace
 
-thread_local FaultInFlight faultInFlight;
-
 Translator setTranslator(Translator translator) noexcept
 {
     return std::exchange(threadTranslator, translator);
@@ -27,22 +23,9 @@ Translator currentTranslator() noexcept
     return threadTranslator;
 }
 
-Observer setObserver(Observer observer) noexcept
+void setObserver(Observer observer) noexcept
 {
-    return std::exchange(processObserver, observer);
-}
-
-void reserveStack() noexcept
-{
-    // Half of it would do for the work itself; the rest is for loading the library that does it.
-    ULONG size = 128 * 1024;
-    SetThreadStackGuarantee(&size);
-    restoreStack(); // Wine has no usable guard page before
-}
-
-void restoreStack() noexcept
-{
-    _resetstkoflw();
+    processObserver = observer;
 }
 
 void translate(unsigned code, EXCEPTION_POINTERS* pointers)

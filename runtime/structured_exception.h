@@ -21,17 +21,9 @@ Translator currentTranslator() noexcept;
 [[noreturn]] void translate(unsigned code, EXCEPTION_POINTERS* pointers);
 
 /// Sees every fault that `translate` turns into an exception, before it does; must not throw.
-/// The place of whoever records faults. @return the previous one
+/// The place of whoever records faults; null for none.
 using Observer = void (*)(EXCEPTION_POINTERS* pointers);
-Observer setObserver(Observer observer) noexcept;
-
-/// Keeps a piece of the calling thread's stack back for the time after an overflow, in which it is translated, dumped
-/// and logged. Without it an overflow ends the process. To be called once near the start of a thread.
-void reserveStack() noexcept;
-
-/// Makes the stack of the calling thread overflow in this way once more; to be called when an overflow has been
-/// caught.
-void restoreStack() noexcept;
+void setObserver(Observer observer) noexcept;
 
 /// Sets the program's translator for the life of a scope, then the previous one again.
 class TranslatorScope
@@ -45,14 +37,5 @@ public:
 private:
     Translator previous_;
 };
-
-/// The translated fault that is on its way up the calling thread's stack: the exception object and the
-/// instruction that faulted. For cwrpexception and the unwinding alone.
-struct FaultInFlight
-{
-    const void* object = nullptr;
-    const void* address = nullptr;
-};
-extern thread_local FaultInFlight faultInFlight;
 
 } // namespace structured_exception

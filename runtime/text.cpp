@@ -21,7 +21,7 @@ Text convertText(std::size_t length, const wchar_t* failure, RaiseSite site, Con
         if (convert(result.data(), size) == size)
             return result;
     }
-    throwOsError(GetLastError(), failure, site);
+    throwLastError({failure}, site);
 }
 
 } // namespace

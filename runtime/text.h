@@ -14,6 +14,7 @@ inline constexpr unsigned utf8CodePage = 65001;
 /// @throws vosexception when the system cannot convert (an unknown code page, more than 2 GiB)
 std::string toNarrow(std::wstring_view text, unsigned codePage);
 
-/// Converts text of the code page to wide text. Bytes that are invalid there become U+FFFD.
+/// Converts text of the code page to wide text. Bytes that are invalid there become what the system puts in
+/// their place, in UTF-8 U+FFFD.
 /// @throws vosexception when the system cannot convert
 std::wstring toWide(std::string_view text, unsigned codePage);

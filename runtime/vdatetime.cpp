@@ -11,7 +11,7 @@ std::int64_t ticks(const SYSTEMTIME& time)
 {
     FILETIME value;
     if (!SystemTimeToFileTime(&time, &value))
-        throwOsError(GetLastError(), L"SystemTimeToFileTime", {"VDateTime::operator-"});
+        throwLastError({L"SystemTimeToFileTime"}, {"VDateTime::operator-"});
     return static_cast<std::int64_t>((std::uint64_t{value.dwHighDateTime} << 32) | value.dwLowDateTime);
 }
 

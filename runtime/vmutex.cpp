@@ -18,7 +18,7 @@ void VMutex::lock()
     // No time-out: the panel's other processes hold these mutexes for the length of one record only.
     const DWORD result = WaitForSingleObject(handle_.get(), INFINITE);
     if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED)
-        throwOsError(GetLastError(), L"Lock object", {"VMutex::lock"});
+        throwLastError({L"Lock object"}, {"VMutex::lock"});
 }
 
 void VMutex::unlock() noexcept

@@ -28,9 +28,8 @@ struct Known
     }
 };
 
-using KnownErrors =
-    Known<ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION, ERROR_BROKEN_PIPE,
-        ERROR_DISK_FULL, ERROR_DIR_NOT_EMPTY, ERROR_ALREADY_EXISTS, ERROR_PIPE_BUSY, ERROR_SERVICE_DOES_NOT_EXIST>;
+using KnownErrors = Known<ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION,
+    ERROR_SERVICE_DOES_NOT_EXIST>;
 
 } // namespace
 
@@ -58,4 +57,13 @@ void throwOsError(DWORD code, const std::wstring& context, RaiseSite site)
 {
     KnownErrors::raise(code, context, site);
     throw vosexception(code, context, site);
+}
+
+void throwLastError(std::initializer_list<std::wstring_view> context, RaiseSite site)
+{
+    const DWORD code = GetLastError();
+    std::wstring text;
+    for (const std::wstring_view part : context)
+        text += part;
+    throwOsError(code, text, site);
 }

@@ -4,6 +4,9 @@
 
 #include <windows.h>
 
+#include <initializer_list>
+#include <string_view>
+
 /// The system's text for an error code, without its final line break; "Unknown error" when it has none.
 std::wstring systemMessage(DWORD code);
 
@@ -33,12 +36,11 @@ using VFileNotFoundException = vosexceptionOf<ERROR_FILE_NOT_FOUND>;
 using VPathNotFoundException = vosexceptionOf<ERROR_PATH_NOT_FOUND>;
 using VAccessDeniedException = vosexceptionOf<ERROR_ACCESS_DENIED>;
 using VSharingViolationException = vosexceptionOf<ERROR_SHARING_VIOLATION>;
-using VBrokenPipeException = vosexceptionOf<ERROR_BROKEN_PIPE>;
-using VDiskFullException = vosexceptionOf<ERROR_DISK_FULL>;
-using VDirectoryNotEmptyException = vosexceptionOf<ERROR_DIR_NOT_EMPTY>;
-using VAlreadyExistsException = vosexceptionOf<ERROR_ALREADY_EXISTS>;
-using VPipeBusyException = vosexceptionOf<ERROR_PIPE_BUSY>;
 using VServiceDoesNotExistException = vosexceptionOf<ERROR_SERVICE_DOES_NOT_EXIST>;
 
 /// Throws the exception of the family above that stands for the code, a plain vosexception for other codes.
 [[noreturn]] void throwOsError(DWORD code, const std::wstring& context, RaiseSite site);
+
+/// The same for the system's last error, which is read before anything else is done.
+/// @param context  in parts, since putting it together may change the last error: none may be the result of a call
+[[noreturn]] void throwLastError(std::initializer_list<std::wstring_view> context, RaiseSite site);

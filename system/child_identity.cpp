@@ -13,12 +13,12 @@ UniqueHandle chooseChildIdentity()
             return primary;
         throwOsError(code, L"Unable to open a thread token", site);
     }
-    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_READ | TOKEN_DUPLICATE, process.receive()))
-        throwOsError(GetLastError(), L"Unable to open a process token", site);
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_READ, process.receive()))
+        throwLastError({L"Unable to open a process token"}, site);
     if (identity::isAdministrator(thread.get()) == identity::isAdministrator(process.get()))
         return primary;
     if (!DuplicateTokenEx(
             thread.get(), MAXIMUM_ALLOWED, nullptr, SecurityImpersonation, TokenPrimary, primary.receive()))
-        throwOsError(GetLastError(), L"Unable to duplicate impersonation token", site);
+        throwLastError({L"Unable to duplicate impersonation token"}, site);
     return primary;
 }

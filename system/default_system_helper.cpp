@@ -77,8 +77,8 @@ DiskSpace DefaultSystemHelper::getDiskSpace(const std::wstring& path)
         {"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"}, callText(L"getDiskSpace(%s)", path), [&](Span&) {
             ULARGE_INTEGER total{}, free{};
             if (!GetDiskFreeSpaceExW(path.c_str(), nullptr, &total, &free)) {
-                throwOsError(GetLastError(), L"GetDiskFreeSpaceEx() failed",
-                    {"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"});
+                throwLastError(
+                    {L"GetDiskFreeSpaceEx() failed"}, {"KelvoRepairAdapter::DefaultSystemHelper::getDiskSpace"});
             }
             return DiskSpace{total.QuadPart, free.QuadPart};
         });

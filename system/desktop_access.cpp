@@ -71,7 +71,7 @@ public:
     explicit StationScope(HWINSTA station) : previous_(GetProcessWindowStation())
     {
         if (!SetProcessWindowStation(station))
-            throwOsError(GetLastError(), L"Unable to open desktop", {"vexecutil::start"});
+            throwLastError({L"Unable to open desktop"}, {"vexecutil::start"});
     }
     StationScope(const StationScope&) = delete;
     StationScope& operator=(const StationScope&) = delete;
@@ -89,8 +89,7 @@ void grantDesktopAccess(const identity::Sid& user)
     const Unique<WindowStationTraits> station(
         OpenWindowStationW(stationName.c_str(), FALSE, READ_CONTROL | WRITE_DAC | WINSTA_ENUMDESKTOPS));
     if (!station) {
-        throwOsError(
-            GetLastError(), L"Unable to get a winstation (" + stationName + L") security", {"vexecutil::start"});
+        throwLastError({L"Unable to get a winstation (", stationName, L") security"}, {"vexecutil::start"});
     }
     grant(station.get(), stationName, user, WINSTA_READATTRIBUTES | WINSTA_ACCESSGLOBALATOMS | WINSTA_ENUMDESKTOPS);
 
@@ -98,6 +97,6 @@ void grantDesktopAccess(const identity::Sid& user)
     const Unique<DesktopTraits> desktop(
         OpenDesktopW(desktopName.c_str(), 0, FALSE, READ_CONTROL | WRITE_DAC | DESKTOP_READOBJECTS));
     if (!desktop)
-        throwOsError(GetLastError(), L"Unable to open desktop", {"vexecutil::start"});
+        throwLastError({L"Unable to open desktop"}, {"vexecutil::start"});
     grant(desktop.get(), desktopName, user, DESKTOP_READOBJECTS | DESKTOP_WRITEOBJECTS | DESKTOP_CREATEWINDOW);
 }

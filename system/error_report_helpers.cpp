@@ -96,7 +96,7 @@ std::string DefaultSystemHelper::readFile(const std::wstring& path)
             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     DWORD count = 0;
     if (!file || !ReadFile(file.get(), bytes.data(), longest, &count, nullptr)) {
-        throwOsError(GetLastError(), L"ReadFile '" + path + L"'", {"SendErrorReport::DefaultSystemHelper::readFile"});
+        throwLastError({L"ReadFile '", path, L"'"}, {"SendErrorReport::DefaultSystemHelper::readFile"});
     }
     bytes.resize(count);
     return bytes;

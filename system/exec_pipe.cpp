@@ -25,7 +25,7 @@ UniqueFile ExecPipe::create(Direction direction)
     const DWORD access = toChild ? GENERIC_READ | FILE_WRITE_ATTRIBUTES : GENERIC_WRITE | FILE_READ_ATTRIBUTES;
     UniqueFile childEnd(CreateFileW(name.c_str(), access, 0, &inherit, OPEN_EXISTING, 0, nullptr));
     if (!childEnd)
-        throwOsError(GetLastError(), L"Unable to connect to pipe " + name, {"ExecPipe::create"});
+        throwLastError({L"Unable to connect to pipe ", name}, {"ExecPipe::create"});
     return childEnd;
 }
 
@@ -70,6 +70,12 @@ std::size_t ExecPipe::completeOrEnd(DWORD timeoutMilliseconds)
         return isOver() ? 0 : pipe_.complete(0);
     const HANDLE either[] = {pipe_.completion(), process_};
     const DWORD signalled = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
+    if (signalled == WAIT_FAILED) {
+        const DWORD code = GetLastError();
+        pipe_.close(); // the buffer is the caller's again
+        throwOsError(code, formatString(L"Unable to complete pipe operation: Unknown state %X", signalled),
+            {"ExecPipe::completeOrEnd"});
+    }
     const bool processEnded = signalled == WAIT_OBJECT_0 + 1;
     if (processEnded && endedAt_ == 0)
         endedAt_ = GetTickCount64();

@@ -25,10 +25,9 @@ struct LinkData
 constexpr std::size_t mountPointSize = offsetof(LinkData, symbolicLinkFlags);
 constexpr DWORD relativeFlag = 1;
 
-bool isMachine(const identity::Sid& sid)
+bool isMachineOrInstaller(const identity::Sid& sid)
 {
-    if (sid == identity::Sid::wellKnown(WinLocalSystemSid) ||
-        sid == identity::Sid::wellKnown(WinBuiltinAdministratorsSid))
+    if (identity::isMachine(sid))
         return true;
     PSID installer = nullptr;
     ConvertStringSidToSidW(L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464", &installer);
@@ -53,7 +52,7 @@ bool mayOthersChange(PACL list)
             return true; // files have no other kind but conditional ones
         const auto& allowed = *reinterpret_cast<ACCESS_ALLOWED_ACE*>(entry);
         auto* const sid = reinterpret_cast<PSID>(const_cast<DWORD*>(&allowed.SidStart));
-        if ((allowed.Mask & changing) != 0 && !isMachine(identity::Sid(sid)))
+        if ((allowed.Mask & changing) != 0 && !isMachineOrInstaller(identity::Sid(sid)))
             return true;
     }
     return false;
@@ -93,7 +92,8 @@ bool isLinkOfMachine(HANDLE link) noexcept
         const DWORD status = GetSecurityInfo(link, SE_FILE_OBJECT,
             OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &owner, nullptr, &list, nullptr, &descriptor);
         const UniqueLocalMemory memory(descriptor);
-        return status == ERROR_SUCCESS && owner && isMachine(identity::Sid(owner)) && !mayOthersChange(list);
+        return status == ERROR_SUCCESS && owner && isMachineOrInstaller(identity::Sid(owner)) &&
+               !mayOthersChange(list);
     } catch (...) {
         return false;
     }

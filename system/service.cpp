@@ -20,7 +20,7 @@ public:
         : handle_(OpenSCManagerW(machine, database, access))
     {
         if (!handle_)
-            throwOsError(GetLastError(), L"OpenSCManager", {"`anonymous-namespace'::servicemanager::servicemanager"});
+            throwLastError({L"OpenSCManager"}, {"`anonymous-namespace'::servicemanager::servicemanager"});
     }
 
     /// Empty when the service cannot be opened; GetLastError tells why.
@@ -36,8 +36,7 @@ private:
 /// The system's last error as the failure of a call for the service.
 [[noreturn]] void throwFailure(const wchar_t* call, const std::wstring& name, RaiseSite site)
 {
-    const DWORD code = GetLastError(); // before the text is built, which may change it
-    throwOsError(code, call + name + L"'", site);
+    throwLastError({call, L" '", name, L"'"}, site);
 }
 
 void logStatus(const SERVICE_STATUS& status)
@@ -71,9 +70,9 @@ DWORD queryStatusService(
     try {
         const UniqueService service = manager.open(name, SERVICE_QUERY_STATUS);
         if (!service)
-            throwOsError(GetLastError(), L"OpenService '" + name + L"'", {"service::queryStatusService"});
+            throwFailure(L"OpenService", name, {"service::queryStatusService"});
         if (!QueryServiceStatus(service.get(), &status))
-            throwOsError(GetLastError(), L"QueryServiceStatus '" + name + L"'", {"service::queryStatusService"});
+            throwFailure(L"QueryServiceStatus", name, {"service::queryStatusService"});
     } catch (...) {
         if (dumpServiceStatus)
             logStatus(status);
@@ -86,7 +85,7 @@ DWORD currentState(const std::wstring& name)
 {
     SERVICE_STATUS status{};
     if (queryStatusService(status, name, nullptr, nullptr) != 0)
-        throwFailure(L"query status of service '", name, {"service::currentState"});
+        throwFailure(L"query status of service", name, {"service::currentState"});
     return status.dwCurrentState;
 }
 
@@ -96,7 +95,7 @@ DWORD serviceStartupType(const std::wstring& name, const wchar_t* machine, const
     const servicemanager manager(SC_MANAGER_CONNECT, machine, database);
     const UniqueService service = manager.open(name, SERVICE_QUERY_CONFIG);
     if (!service)
-        throwFailure(L"OpenService '", name, site);
+        throwFailure(L"OpenService", name, site);
 
     constexpr DWORD firstSize = 260;
     std::vector<BYTE> buffer(firstSize); // from operator new, so aligned for any record

@@ -32,7 +32,7 @@ UniqueFile openInheritable(const std::wstring& path, DWORD access, DWORD disposi
     UniqueFile file(CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, disposition,
         FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file)
-        throwOsError(GetLastError(), L"CreateFile '" + path + L"'", {"vexecutil::start"});
+        throwLastError({L"CreateFile '", path, L"'"}, {"vexecutil::start"});
     return file;
 }
 
@@ -96,7 +96,7 @@ public:
         InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
         memory_.resize(size);
         if (!InitializeProcThreadAttributeList(get(), 1, 0, &size))
-            throwOsError(GetLastError(), L"InitializeProcThreadAttributeList", {"vexecutil::start"});
+            throwLastError({L"InitializeProcThreadAttributeList"}, {"vexecutil::start"});
         if (!handles_.empty() && !UpdateProcThreadAttribute(get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
                                      handles_.data(), handles_.size() * sizeof(HANDLE), nullptr, nullptr)) {
             const DWORD code = GetLastError();
@@ -167,7 +167,7 @@ void vexecutil::start()
         flags |= CREATE_NEW_CONSOLE;
     }
     if (!workingDirectory.empty() && !SetCurrentDirectoryW(workingDirectory.c_str()))
-        throwOsError(GetLastError(), L"SetCurrentDirectory '" + workingDirectory + L"'", site);
+        throwLastError({L"SetCurrentDirectory '", workingDirectory, L"'"}, site);
 
     const UniqueHandle token = chooseChildIdentity();
     PROCESS_INFORMATION started{};
@@ -205,7 +205,7 @@ bool vexecutil::waitForExit(DWORD timeoutMilliseconds) const
     case WAIT_TIMEOUT:
         return false;
     default:
-        throwOsError(GetLastError(), L"Lock object", {"vexecutil::waitForExit"});
+        throwLastError({L"Lock object"}, {"vexecutil::waitForExit"});
     }
 }
 
@@ -220,6 +220,6 @@ std::uint32_t vexecutil::exitCode() const
 {
     DWORD code = 0;
     if (!GetExitCodeProcess(process.get(), &code))
-        throwOsError(GetLastError(), L"GetExitCodeProcess", {"vexecutil::exitCode"});
+        throwLastError({L"GetExitCodeProcess"}, {"vexecutil::exitCode"});
     return code;
 }
