@@ -16,16 +16,14 @@ struct ScriptedSystemHelper : SendErrorReport::DefaultSystemHelper, SendErrorRep
 {
     std::wstring getCommandLine() override { return L"mendkit.exe --name=x --db-password=secret"; }
     std::wstring getModuleFileName() override { return L"C:\\x\\mendkit.exe"; }
-    std::shared_ptr<IProcessHelper> createProcess(const std::wstring& commandLine) override
+    std::shared_ptr<IProcessHelper> createProcess(const std::wstring&) override
     {
-        lastCommand = commandLine;
         return {std::shared_ptr<void>(), this}; // not owned
     }
     VDateTime getLocalTime() override { return VDateTime(now); }
     void start() override {}
     void writeInput(const std::string& data) override { sent += data; }
 
-    std::wstring lastCommand;
     SYSTEMTIME now{2026, 11, 0, 16, 0, 0, 0, 0};
     std::string sent;
 };
@@ -81,7 +79,6 @@ TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)
         setConfig(L"SendFeedback", feedback);
         EXPECT_EQ(hits, hitsOf(L"text", level)) << "a severe one was sent before";
     }
-    EXPECT_EQ(L"\"" + root.path() + L"\\admin\\bin\\send-error-report.exe\" backend", helper->lastCommand);
     setConfig(L"SendFeedback", 1); // a wrong type
     EXPECT_EQ("", hitsOf(L"crash", LogLevel::Crash));
 }

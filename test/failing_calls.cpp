@@ -41,7 +41,7 @@ constexpr Failure failures[] = {
     {"_vscwprintf _vsnwprintf _snwprintf TlsAlloc WaitForMultipleObjects", invalid, ERROR_NOT_ENOUGH_MEMORY},
     {"PathAllocCombine PathAllocCanonicalize CoInitializeEx OleRun", 0x8007000e, 0}, // E_OUTOFMEMORY
     {"ReadFile CreateThreadpoolWork CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle "
-     "CheckTokenMembership DuplicateToken GetTokenInformation GetNamedPipeServerProcessId "
+     "GetTokenInformation GetNamedPipeServerProcessId "
      "GetFinalPathNameByHandleW",
         none, ERROR_NO_SYSTEM_RESOURCES},
     {"RegGetValueW RegQueryValueExW RegSetValueExW SetEntriesInAclW", ERROR_NO_SYSTEM_RESOURCES, 0},
