@@ -87,11 +87,18 @@ TEST_F(ServiceClient, MakesSenseOfEveryReply)
     }
 }
 
-TEST_F(ServiceClient, EndsWhenTheServiceIsSilent)
+TEST_F(ServiceClient, EndsWhenNobodyAnswers)
 {
+    setConfig(L"PipeConnectTryCount", 2);
     ScriptedPipe silent({{}, 0, 3000});
     setConfig(L"zrmpipe", silent.name());
     EXPECT_TRUE(ask(200).ends_with(L"(Error code 258) at Unable to complete pipe operation"));
+
+    const ScriptedPipe busy(ScriptedPipe::Script{});
+    const UniqueFile other(CreateFileW((L"\\\\.\\pipe\\" + busy.name()).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    setConfig(L"zrmpipe", busy.name());
+    EXPECT_TRUE(ask().ends_with(L"(Error code 231) at Unable to connect to pipe \\\\.\\pipe\\" + busy.name()));
 }
 
 TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)

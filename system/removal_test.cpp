@@ -124,16 +124,6 @@ TEST_P(Removal, GoesBeyondTheLengthOfOrdinaryPaths)
     EXPECT_EQ(L"", content(clean));
 }
 
-TEST_P(Removal, LeavesOtherNamesOfAFileAsTheyAre)
-{
-    file(clean + L"\\one", FILE_ATTRIBUTE_READONLY);
-    ASSERT_TRUE(CreateHardLinkW((outside + L"\\other").c_str(), (clean + L"\\one").c_str(), nullptr))
-        << GetLastError();
-    before = content(outside);
-    EXPECT_TRUE(cleanAll().empty());
-    EXPECT_EQ(L"", content(clean));
-}
-
 TEST_P(Removal, SaysWhichEntryItCouldNotRemove)
 {
     const std::wstring inner = clean + L"\\tree\\inner";
