@@ -34,9 +34,12 @@ inline std::size_t run(const std::wstring& program, const std::wstring& argument
     GetExitCodeProcess(process.hProcess, &code);
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
+    static int failures = 0;
     if (code != 0) {
         std::printf("%ls failed with %lu\n", program.c_str(), code);
-        ExitProcess(1);
+        if (++failures > 2) // the starts of a program's own children fail as rarely
+            ExitProcess(1);
+        return run(program, arguments);
     }
     return memory.PeakWorkingSetSize;
 }
