@@ -14,8 +14,17 @@ unset DISPLAY WAYLAND_DISPLAY
 # Arguments cross from Linux to Windows in the character set of the locale, and this is the one that is always there.
 export LC_ALL=C.UTF-8
 
-jsoncpp_version=1.9.5
-jsoncpp_sha256=f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2
+# "<distribution>-<release>"; the unstable release has no number.
+release=$(. /etc/os-release && echo "$ID-${VERSION_ID:-unstable}")
+jsoncpp_source=$root/build/deps/jsoncpp
+
+# The releases on which everything was tried: version of JsonCpp and SHA-256 of its original archive.
+known_jsoncpp() {
+    case $1 in
+    debian-12) echo 1.9.5 f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2 ;;
+    debian-13) echo 1.9.6 f93b6dd7ce796b13d02c108bc9f79812245a82e577581c4c9aabe57075c90ea2 ;;
+    esac
+}
 build_packages=(ca-certificates cmake g++-mingw-w64-x86-64-posix googletest ninja-build wine wine64)
 test_packages=(python3-jsonschema)
 check_packages=(clang-format clang-tidy git)
@@ -59,15 +68,20 @@ ensure_packages() {
     quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "${missing[@]}"
 }
 
-# Debian's source package of JsonCpp, without touching the machine's own list of sources.
+# What was fetched: "<release> <version> <SHA-256 of the original archive>".
+jsoncpp_origin() { cat "$jsoncpp_source/.origin" 2>/dev/null || true; }
+
+# The original archive of Debian's source package of JsonCpp, without touching the machine's own list of sources.
 ensure_jsoncpp() {
-    local target=$root/build/deps/jsoncpp
-    [ -e "$target/.complete" ] && return 0
-    say "Fetching the source of JsonCpp $jsoncpp_version ..."
+    local origin file version sha256 expected
+    origin=$(jsoncpp_origin)
+    [ "${origin%% *}" = "$release" ] && return 0
+    expected=$(known_jsoncpp "$release")
+    say "Fetching the source of JsonCpp ${expected%% *} ..."
+    [ -n "$expected" ] || say "Nothing was proved on $release yet: its JsonCpp is taken as the archive's signature vouches for it."
     local work=$root/build/deps/fetch
-    rm -rf "$work" "$target"
-    mkdir -p "$work/sources" "$work/lists/partial" "$target"
-    local file
+    rm -rf "$work" "$jsoncpp_source"
+    mkdir -p "$work/sources" "$work/lists/partial" "$jsoncpp_source"
     for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
         [ -s "$file" ] && sed -nE 's/^[[:space:]]*deb[[:space:]]/deb-src /p' "$file" >"$work/sources/$(basename "$file" .list).list"
     done
@@ -78,29 +92,45 @@ ensure_jsoncpp() {
         -o "Dir::State::lists=$work/lists" -o "Dir::Cache::srcpkgcache=" -o "Dir::Cache::pkgcache="
         -o APT::Sandbox::User=root)
     quietly "${apt[@]}" update
-    (cd "$work" && quietly "${apt[@]}" source --download-only libjsoncpp)
-    local archive=$work/libjsoncpp_$jsoncpp_version.orig.tar.gz
-    if ! echo "$jsoncpp_sha256  $archive" | sha256sum --check --status; then
-        say "The source of JsonCpp is not the expected $jsoncpp_version"
+    # Some mirrors lack the packaging files, which nothing here needs.
+    (cd "$work" && quietly "${apt[@]}" source --tar-only --download-only libjsoncpp)
+    file=$(echo "$work"/libjsoncpp_*.orig.tar.*)
+    version=${file##*/libjsoncpp_}
+    version=${version%.orig.tar.*}
+    sha256=$(sha256sum "$file")
+    sha256=${sha256%% *}
+    if [ "${expected:-$version $sha256}" != "$version $sha256" ]; then
+        say "The source of JsonCpp is $version with the checksum $sha256, expected: $expected"
         return 1
     fi
-    tar -xzf "$archive" -C "$target" --strip-components 1
+    tar -xf "$file" -C "$jsoncpp_source" --strip-components 1
     rm -rf "$work"
-    touch "$target/.complete"
+    echo "$release $version $sha256" >"$jsoncpp_source/.origin"
 }
 
+# Names and versions of the packages.
+versions_of() { dpkg-query -W -f '${Package} ${Version}\n' "$@"; }
+
 build() {
-    local started=$SECONDS
+    local started=$SECONDS toolchain
+    # An upgraded machine builds anew: objects of two compilers or two libraries do not mix.
+    toolchain=$(versions_of binutils-mingw-w64-x86-64 cmake g++-mingw-w64-x86-64-posix googletest mingw-w64-x86-64-dev && jsoncpp_origin)
+    if [ -e "$build_dir/.toolchain" ] && [ "$(cat "$build_dir/.toolchain")" != "$toolchain" ]; then
+        rm -rf "$build_dir"
+    fi
     if [ ! -e "$build_dir/build.ninja" ]; then
         say "Building ($preset) ..."
         (cd "$root" && quietly cmake --preset "$preset")
     fi
+    echo "$toolchain" >"$build_dir/.toolchain"
     quietly cmake --build "$build_dir" "$@"
     [ $((SECONDS - started)) -lt 5 ] || say "Built in $((SECONDS - started)) s."
 }
 
 ensure_prefix() {
-    [ -e "$WINEPREFIX/.complete" ] && return 0
+    local wine_versions
+    wine_versions=$(versions_of wine wine64)
+    [ "$(cat "$WINEPREFIX/.complete" 2>/dev/null)" = "$wine_versions" ] && return 0
     say "Preparing a private Wine prefix ..."
     rm -rf "$WINEPREFIX"
     mkdir -p "$root/build"
@@ -110,7 +140,7 @@ ensure_prefix() {
     wineserver --wait
     mkdir "$WINEPREFIX/.fresh"
     cp -p "$WINEPREFIX"/*.reg "$WINEPREFIX/.fresh"
-    touch "$WINEPREFIX/.complete"
+    echo "$wine_versions" >"$WINEPREFIX/.complete"
 }
 
 # The tests get a prefix of their own, new for each run: the files of the private one under other names (only the
