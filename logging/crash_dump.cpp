@@ -15,7 +15,7 @@ decltype(&MiniDumpWriteDump) dumpWriter()
     const FARPROC address = library ? GetProcAddress(library, "MiniDumpWriteDump") : nullptr;
     if (!address)
         throwLastError({L"LoadLibrary 'dbghelp.dll'"}, {"internalDumpMiniDump"});
-    return reinterpret_cast<decltype(&MiniDumpWriteDump)>(reinterpret_cast<void*>(address));
+    return reinterpret_cast<decltype(&MiniDumpWriteDump)>(reinterpret_cast<void (*)()>(address));
 }
 
 /// The dump's own errors come as an HRESULT, most of them a system error in disguise.

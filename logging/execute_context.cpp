@@ -44,8 +44,8 @@ std::vector<HMODULE> loadedModules()
 ExecuteContext* contextOfOthers()
 {
     for (const HMODULE module : loadedModules()) {
-        const auto symbol = reinterpret_cast<ExecuteContext* const*>(
-            reinterpret_cast<void*>(GetProcAddress(module, MENDKIT_NAME_OF(MENDKIT_CONTEXT_SYMBOL))));
+        const auto symbol =
+            reinterpret_cast<ExecuteContext* const*>(GetProcAddress(module, MENDKIT_NAME_OF(MENDKIT_CONTEXT_SYMBOL)));
         if (symbol && *symbol)
             return *symbol;
     }

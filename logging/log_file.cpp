@@ -39,14 +39,15 @@ void append(const std::wstring& path, const std::wstring& line)
 
 } // namespace
 
-LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name)), enabled_(enabledDefault)
+LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name))
 {
+    DWORD enabled = enabledDefault;
     if (name_.empty())
         name_ = moduleTitle();
     const UniqueRegistryKey key = config::openKey(); // once for both values: opening costs more than reading
     if (key)
-        registry::lookup(key.get(), L"log_" + name_ + L"_enabled", enabled_);
-    if (!enabled_)
+        registry::lookup(key.get(), L"log_" + name_ + L"_enabled", enabled);
+    if (!enabled)
         return;
 
     std::wstring root; // without one, the directory is relative
@@ -58,7 +59,7 @@ LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name)
 
 void LogFile::write(const std::wstring& text)
 {
-    if (!enabled_)
+    if (!mutex_)
         return;
     const std::lock_guard lock(*mutex_);
     // The time is taken while the mutex is held: lines stand in the order of their stamps.

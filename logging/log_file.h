@@ -21,7 +21,6 @@ public:
 
 private:
     std::wstring name_;
-    DWORD enabled_;
     std::wstring directory_;
-    std::optional<VMutex> mutex_;
+    std::optional<VMutex> mutex_; // empty when the log is not enabled
 };

@@ -47,7 +47,7 @@ void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
     if (appendMasked(masked, argument))
         return;
     for (std::size_t begin = argument.find_first_of(whiteSpace); begin != std::wstring_view::npos;
-         begin = argument.find_first_of(whiteSpace, begin)) {
+        begin = argument.find_first_of(whiteSpace, begin)) {
         ++begin;
         std::wstring piece;
         const std::wstring_view rest = argument.substr(begin);
@@ -76,7 +76,7 @@ std::wstring maskCommandLine(std::wstring_view commandLine)
 {
     std::wstring masked;
     for (std::size_t begin = commandLine.find_first_not_of(whiteSpace); begin < commandLine.size();
-         begin = commandLine.find_first_not_of(whiteSpace, begin)) {
+        begin = commandLine.find_first_not_of(whiteSpace, begin)) {
         const std::size_t end = argumentEnd(commandLine, begin);
         const std::wstring_view token = commandLine.substr(begin, end - begin);
         masked += masked.empty() ? L"" : L" ";

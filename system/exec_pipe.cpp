@@ -3,6 +3,7 @@
 #include "runtime/format.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace {
 
@@ -14,9 +15,9 @@ constexpr ULONGLONG longestAfterEnd = 10'000;
 UniqueFile ExecPipe::create(Direction direction)
 {
     // A named pipe, since only these can be read with a time-out. The name is of this process and this call.
-    static LONG calls = 0;
-    const std::wstring name = formatString(
-        L"\\\\.\\pipe\\mendkit.%lu.%ld.%llu", GetCurrentProcessId(), InterlockedIncrement(&calls), GetTickCount64());
+    static std::atomic<LONG> calls = 0;
+    const std::wstring name =
+        formatString(L"\\\\.\\pipe\\mendkit.%lu.%ld.%llu", GetCurrentProcessId(), ++calls, GetTickCount64());
     const bool toChild = direction == Direction::toChild;
     pipe_.create(name, toChild ? PIPE_ACCESS_OUTBOUND : PIPE_ACCESS_INBOUND);
 

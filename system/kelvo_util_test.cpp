@@ -71,8 +71,7 @@ TEST_F(Utility, EndsAsItsOutputAndExitCodeSay)
     EXPECT_LT(GetTickCount() - start, 15'000u) << "not held up by what a utility left behind";
     EXPECT_TRUE(run("exit 0", &input).ends_with(L" at Unable to write to pipe")) << "nobody takes the input";
     EXPECT_EQ(L"!Unable to find path of 'nosuch'", run("", nullptr, L"nosuch"));
-    EXPECT_TRUE(
-        run("", nullptr, L"broken")
+    EXPECT_TRUE(run("", nullptr, L"broken")
             .ends_with(L"(Error code 193) at CreateProcess '\"" + root + L"\\admin\\bin\\broken.exe\" --pwd=* --x'"));
 }
 

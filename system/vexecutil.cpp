@@ -97,8 +97,9 @@ public:
         memory_.resize(size);
         if (!InitializeProcThreadAttributeList(get(), 1, 0, &size))
             throwLastError({L"InitializeProcThreadAttributeList"}, {"vexecutil::start"});
-        if (!handles_.empty() && !UpdateProcThreadAttribute(get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
-                                     handles_.data(), handles_.size() * sizeof(HANDLE), nullptr, nullptr)) {
+        if (!handles_.empty() &&
+            !UpdateProcThreadAttribute(get(), 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
+                static_cast<void*>(handles_.data()), handles_.size() * sizeof(HANDLE), nullptr, nullptr)) {
             const DWORD code = GetLastError();
             DeleteProcThreadAttributeList(get());
             throwOsError(code, L"UpdateProcThreadAttribute", {"vexecutil::start"});

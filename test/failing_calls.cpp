@@ -227,7 +227,7 @@ __attribute__((constructor(100))) void patchImports()
     DWORD old = 0;
     VirtualProtect(base + imports.VirtualAddress, imports.Size, PAGE_READWRITE, &old);
     for (auto* library = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress); library->Name;
-         ++library) {
+        ++library) {
         auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
         auto* addresses = reinterpret_cast<void**>(base + library->FirstThunk);
         for (; names->u1.AddressOfData; ++names, ++addresses) {
