@@ -2,21 +2,11 @@
 
 #include "logging/crash_dump_file.h"
 #include "logging/log_manager.h"
+#include "runtime/late_imports.h"
 #include "runtime/operation.h"
 #include "runtime/vosexception.h"
 
 namespace {
-
-/// From the system directory alone. Loaded at the fault: it costs a tenth of what a whole run takes. The fault may be
-/// anywhere, the loader included, but on this thread, where the loader's lock can be taken again.
-decltype(&MiniDumpWriteDump) dumpWriter()
-{
-    const HMODULE library = LoadLibraryExW(L"dbghelp.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
-    const FARPROC address = library ? GetProcAddress(library, "MiniDumpWriteDump") : nullptr;
-    if (!address)
-        throwLastError({L"LoadLibrary 'dbghelp.dll'"}, {"internalDumpMiniDump"});
-    return reinterpret_cast<decltype(&MiniDumpWriteDump)>(reinterpret_cast<void (*)()>(address));
-}
 
 /// The dump's own errors come as an HRESULT, most of them a system error in disguise.
 DWORD dumpError(DWORD code)
@@ -27,11 +17,13 @@ DWORD dumpError(DWORD code)
 
 void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointers, MINIDUMP_TYPE dumpType)
 {
-    const auto write = dumpWriter();
     CrashDumpFile file(fileName);
     const UniqueFile target = file.duplicate();
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exceptionPointers, TRUE};
-    if (!write(GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
+    // Bound at the fault: at the start it would cost a tenth of what a whole run takes. The fault may be anywhere,
+    // the loader included, but on this thread, where the loader's lock can be taken again.
+    if (!late::MiniDumpWriteDump(
+            GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
         const DWORD code = dumpError(GetLastError());
         throwOsError(code, L"Unable to generate dump file", {"internalDumpMiniDump", 740});
     }

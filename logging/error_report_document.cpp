@@ -1,5 +1,6 @@
 #include "logging/error_report_document.h"
 
+#include "runtime/late_imports.h"
 #include "runtime/text.h"
 
 #include <comdef.h>
@@ -22,7 +23,7 @@ void check(HRESULT result)
 
 UniqueBstr toBstr(const std::wstring& text)
 {
-    UniqueBstr result(SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
+    UniqueBstr result(late::SysAllocStringLen(text.data(), static_cast<UINT>(text.size())));
     if (!result)
         throw std::bad_alloc();
     return result;
@@ -51,7 +52,7 @@ std::wstring xmlText(const std::wstring& text)
 
 } // namespace
 
-ComScope::ComScope() : result_(CoInitializeEx(nullptr, COINIT_MULTITHREADED))
+ComScope::ComScope() : result_(late::CoInitializeEx(nullptr, COINIT_MULTITHREADED))
 {
     // Somebody has set COM up in the other way, which serves as well.
     if (result_ != RPC_E_CHANGED_MODE)
@@ -61,14 +62,14 @@ ComScope::ComScope() : result_(CoInitializeEx(nullptr, COINIT_MULTITHREADED))
 ComScope::~ComScope()
 {
     if (SUCCEEDED(result_))
-        CoUninitialize();
+        late::CoUninitialize.tryCall();
 }
 
 Document::Document()
 {
-    check(CoCreateInstance(classDomDocument60, nullptr, CLSCTX_SERVER, interfaceDomDocument2,
+    check(late::CoCreateInstance(classDomDocument60, nullptr, CLSCTX_SERVER, interfaceDomDocument2,
         reinterpret_cast<void**>(document_.receive())));
-    check(OleRun(document_.get()));
+    check(late::OleRun(document_.get()));
 }
 
 Document::Element Document::append(IXMLDOMElement* parent, const wchar_t* name, const std::wstring& text)
@@ -86,7 +87,7 @@ std::string Document::xml() const
 {
     UniqueBstr text;
     check(document_.get()->get_xml(text.receive()));
-    return toNarrow({text.get(), SysStringLen(text.get())}, utf8CodePage);
+    return toNarrow({text.get(), late::SysStringLen(text.get())}, utf8CodePage);
 }
 
 } // namespace SendErrorReport

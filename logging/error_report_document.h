@@ -12,7 +12,7 @@ namespace SendErrorReport {
 class ComScope
 {
 public:
-    /// @throws _com_error
+    /// @throws _com_error, vosexception
     ComScope();
     ComScope(const ComScope&) = delete;
     ComScope& operator=(const ComScope&) = delete;

@@ -1,10 +1,7 @@
 #pragma once
 
+#include "runtime/late_imports.h"
 #include "runtime/unique.h"
-
-#include <windows.h>
-
-#include <oleauto.h> // needs the other one
 
 template <typename Interface>
 struct ComTraits
@@ -21,7 +18,7 @@ struct BstrTraits
 {
     using Type = BSTR;
     static Type empty() noexcept { return nullptr; }
-    static void close(Type text) noexcept { SysFreeString(text); }
+    static void close(Type text) noexcept { late::SysFreeString.tryCall(text); }
 };
 /// A text of COM's own allocation.
 using UniqueBstr = Unique<BstrTraits>;

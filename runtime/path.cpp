@@ -1,10 +1,8 @@
 #include "runtime/path.h"
 
 #include "runtime/handles.h"
+#include "runtime/late_imports.h"
 #include "runtime/vosexception.h"
-
-#include <pathcch.h>
-#include <shlwapi.h>
 
 #include <algorithm>
 #include <cwchar>
@@ -12,7 +10,8 @@
 std::wstring path::combine(const std::wstring& directory, const std::wstring& name)
 {
     wchar_t* combined = nullptr;
-    const HRESULT result = PathAllocCombine(directory.c_str(), name.c_str(), PATHCCH_ALLOW_LONG_PATHS, &combined);
+    const HRESULT result =
+        late::PathAllocCombine(directory.c_str(), name.c_str(), PATHCCH_ALLOW_LONG_PATHS, &combined);
     const UniqueLocalMemory owner(combined);
     if (FAILED(result)) {
         throwOsError(
@@ -27,7 +26,7 @@ std::wstring path::normalise(std::wstring path)
     if (path.empty())
         return path;
     wchar_t* canonical = nullptr;
-    const HRESULT result = PathAllocCanonicalize(path.c_str(), PATHCCH_ALLOW_LONG_PATHS, &canonical);
+    const HRESULT result = late::PathAllocCanonicalize(path.c_str(), PATHCCH_ALLOW_LONG_PATHS, &canonical);
     const UniqueLocalMemory owner(canonical);
     if (FAILED(result))
         throwOsError(HRESULT_CODE(result), L"PathAllocCanonicalize '" + path + L"'", {"path::normalise"});
@@ -52,7 +51,7 @@ std::wstring path::root(const std::wstring& path)
         buffer.replace(0, 7, L"\\");
     else if (buffer.starts_with(L"\\\\?\\"))
         buffer.erase(0, 4);
-    if (!PathStripToRootW(buffer.data()))
+    if (!late::PathStripToRootW(buffer.data()))
         throw vexception(L"Unable to find the root of path (" + path + L")", {"VFileName::root"});
     buffer.resize(wcsnlen(buffer.c_str(), buffer.size()));
     if (!buffer.ends_with(L'\\')) // a share has none; questions about a volume need one

@@ -2,6 +2,7 @@
 
 #include "runtime/call_text.h"
 #include "runtime/format.h"
+#include "runtime/late_imports.h"
 #include "runtime/mask.h"
 #include "runtime/operation.h"
 #include "runtime/path.h"
@@ -11,8 +12,6 @@
 #include "system/panel_directories.h"
 #include "system/removal.h"
 #include "system/service.h"
-
-#include <shlobj.h>
 
 namespace KelvoRepairAdapter {
 
@@ -63,7 +62,7 @@ std::wstring DefaultSystemHelper::getWindowsDir()
     return operation(
         {"KelvoRepairAdapter::DefaultSystemHelper::getWindowsDir"}, callText(L"getWindowsDir()"), [](Span&) {
             wchar_t system[MAX_PATH];
-            if (!SHGetSpecialFolderPathW(nullptr, system, CSIDL_SYSTEM, FALSE)) {
+            if (!late::SHGetSpecialFolderPathW(nullptr, system, CSIDL_SYSTEM, FALSE)) {
                 throw vexception(L"SHGetSpecialFolderPath failed for index " + std::to_wstring(CSIDL_SYSTEM),
                     {"KelvoRepairAdapter::DefaultSystemHelper::getWindowsDir"});
             }

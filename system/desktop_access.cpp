@@ -1,5 +1,6 @@
 #include "system/desktop_access.h"
 
+#include "runtime/late_imports.h"
 #include "runtime/vosexception.h"
 
 #include <aclapi.h>
@@ -12,14 +13,14 @@ struct WindowStationTraits
 {
     using Type = HWINSTA;
     static Type empty() noexcept { return nullptr; }
-    static void close(Type station) noexcept { CloseWindowStation(station); }
+    static void close(Type station) noexcept { late::CloseWindowStation.tryCall(station); }
 };
 
 struct DesktopTraits
 {
     using Type = HDESK;
     static Type empty() noexcept { return nullptr; }
-    static void close(Type desktop) noexcept { CloseDesktop(desktop); }
+    static void close(Type desktop) noexcept { late::CloseDesktop.tryCall(desktop); }
 };
 
 bool isGranted(PACL list, const identity::Sid& user, DWORD rights)
@@ -68,14 +69,14 @@ void grant(HANDLE object, const std::wstring& name, const identity::Sid& user, D
 class StationScope
 {
 public:
-    explicit StationScope(HWINSTA station) : previous_(GetProcessWindowStation())
+    explicit StationScope(HWINSTA station) : previous_(late::GetProcessWindowStation())
     {
-        if (!SetProcessWindowStation(station))
+        if (!late::SetProcessWindowStation(station))
             throwLastError({L"Unable to open desktop"}, {"vexecutil::start"});
     }
     StationScope(const StationScope&) = delete;
     StationScope& operator=(const StationScope&) = delete;
-    ~StationScope() { SetProcessWindowStation(previous_); }
+    ~StationScope() { late::SetProcessWindowStation.tryCall(previous_); }
 
 private:
     HWINSTA previous_; // weak
@@ -87,7 +88,7 @@ void grantDesktopAccess(const identity::Sid& user)
 {
     const std::wstring stationName = L"winsta0", desktopName = L"default";
     const Unique<WindowStationTraits> station(
-        OpenWindowStationW(stationName.c_str(), FALSE, READ_CONTROL | WRITE_DAC | WINSTA_ENUMDESKTOPS));
+        late::OpenWindowStationW(stationName.c_str(), FALSE, READ_CONTROL | WRITE_DAC | WINSTA_ENUMDESKTOPS));
     if (!station) {
         throwLastError({L"Unable to get a winstation (", stationName, L") security"}, {"vexecutil::start"});
     }
@@ -95,7 +96,7 @@ void grantDesktopAccess(const identity::Sid& user)
 
     const StationScope scope(station.get());
     const Unique<DesktopTraits> desktop(
-        OpenDesktopW(desktopName.c_str(), 0, FALSE, READ_CONTROL | WRITE_DAC | DESKTOP_READOBJECTS));
+        late::OpenDesktopW(desktopName.c_str(), 0, FALSE, READ_CONTROL | WRITE_DAC | DESKTOP_READOBJECTS));
     if (!desktop)
         throwLastError({L"Unable to open desktop"}, {"vexecutil::start"});
     grant(desktop.get(), desktopName, user, DESKTOP_READOBJECTS | DESKTOP_WRITEOBJECTS | DESKTOP_CREATEWINDOW);
