@@ -1,8 +1,8 @@
 #include "app/last_resort.h"
 
-#include "logging/crash_dump_info.h"
+#include "logging/crash/crash_dump_info.h"
 #include "logging/log_manager.h"
-#include "runtime/memory_reserve.h"
+#include "runtime/fault/memory_reserve.h"
 
 #include <windows.h>
 

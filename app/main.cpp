@@ -1,8 +1,8 @@
 #include "app/last_resort.h"
 #include "app/manager.h"
-#include "logging/error_report_handler.h"
 #include "logging/log_manager.h"
-#include "system/error_report_helpers.h"
+#include "logging/report/report_handler.h"
+#include "system/report_helpers.h"
 
 #include <windows.h>
 

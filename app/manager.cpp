@@ -4,7 +4,7 @@
 #include "app/print_console.h"
 #include "logging/log_manager.h"
 #include "repair/adapter.h"
-#include "runtime/vexception.h"
+#include "runtime/failure/vexception.h"
 #include "system/default_system_helper.h"
 
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #include "app/params.h"
 
-#include "runtime/vexception.h"
+#include "runtime/failure/vexception.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,7 +1,7 @@
 #include "app/print_console.h"
 
-#include "logging/standard_output.h"
-#include "runtime/vexception.h"
+#include "logging/sink/standard_output.h"
+#include "runtime/failure/vexception.h"
 
 void detail::printWide(const std::wstring& text)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/format.h"
+#include "runtime/text/format.h"
 
 #include <string>
 

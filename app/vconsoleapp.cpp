@@ -1,13 +1,13 @@
 #include "app/vconsoleapp.h"
 
 #include "logging/log_manager.h"
-#include "runtime/call_text.h"
-#include "runtime/format.h"
-#include "runtime/mask.h"
-#include "runtime/memory_reserve.h"
-#include "runtime/operation.h"
-#include "runtime/stack_reserve.h"
-#include "runtime/vexception.h"
+#include "runtime/failure/vexception.h"
+#include "runtime/fault/memory_reserve.h"
+#include "runtime/fault/stack_reserve.h"
+#include "runtime/operation/call_text.h"
+#include "runtime/operation/operation.h"
+#include "runtime/text/format.h"
+#include "runtime/text/mask.h"
 
 #include <windows.h>
 

@@ -5,10 +5,10 @@
 #include "bench/program_run.h"
 #include "bench/report.h"
 
-#include "config/kelvo_srv_client.h"
+#include "config/management_service/kelvo_srv_client.h"
 #include "logging/log_manager.h"
 #include "runtime/vdatetime.h"
-#include "system/kelvo_util.h"
+#include "system/panel/panel_utility.h"
 #include "test/registry_override.h"
 
 #include <psapi.h>

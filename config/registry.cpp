@@ -1,6 +1,6 @@
 #include "config/registry.h"
 
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
 
 #include <cwchar>
 #include <vector>

@@ -3,10 +3,10 @@
 #include "config/product_config.h"
 #include "config/registry.h"
 #include "devpanel/pipe_service.h"
-#include "runtime/handles.h"
+#include "runtime/failure/vosexception.h"
+#include "runtime/handle/handles.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
-#include "runtime/vosexception.h"
 
 namespace {
 

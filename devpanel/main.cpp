@@ -2,7 +2,7 @@
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
-#include "runtime/vexception.h"
+#include "runtime/failure/vexception.h"
 
 #include <windows.h>
 

@@ -1,7 +1,7 @@
 #include "devpanel/pipe_service.h"
 
-#include "config/con_pipe.h"
-#include "config/vserializer.h"
+#include "config/management_service/wire_format.h"
+#include "config/pipe/overlapped_pipe.h"
 #include "runtime/module.h"
 
 #include <string>

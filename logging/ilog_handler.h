@@ -1,7 +1,7 @@
 #pragma once
 
-#include "logging/log_level.h"
-#include "runtime/vexception.h"
+#include "logging/settings/log_level.h"
+#include "runtime/failure/vexception.h"
 
 #include <string>
 

@@ -1,10 +1,10 @@
 #include "logging/log_manager.h"
 
 #include "config/product_config.h"
-#include "logging/execute_context.h"
-#include "logging/log_file.h"
-#include "logging/standard_output.h"
-#include "runtime/text.h"
+#include "logging/settings/execute_context.h"
+#include "logging/sink/log_file.h"
+#include "logging/sink/standard_output.h"
+#include "runtime/text/code_page.h"
 
 #include <string_view>
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "logging/event_log.h"
 #include "logging/ilog_handler.h"
-#include "logging/log_level.h"
-#include "logging/log_settings.h"
-#include "runtime/format.h"
-#include "runtime/vexception.h"
+#include "logging/settings/log_level.h"
+#include "logging/settings/log_settings.h"
+#include "logging/sink/event_log.h"
+#include "runtime/failure/vexception.h"
+#include "runtime/text/format.h"
 
 #include <string>
 

@@ -1,6 +1,6 @@
 #include "repair/adapter.h"
 
-#include "runtime/text.h"
+#include "runtime/text/code_page.h"
 #include "test/failure.h"
 #include "test/fake_system_helper.h"
 #include "test/json_document.h"

@@ -1,8 +1,8 @@
 #include "repair/cleaning_table.h"
 
 #include "logging/log_manager.h"
-#include "runtime/letter_case.h"
 #include "runtime/path.h"
+#include "runtime/text/letter_case.h"
 
 namespace KelvoRepair {
 

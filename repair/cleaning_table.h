@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/directory_entry.h"
+#include "system/cleaning/directory_entry.h"
 
 #include <cwchar>
 #include <map>

@@ -1,9 +1,9 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
-#include "runtime/call_text.h"
-#include "runtime/letter_case.h"
-#include "runtime/operation.h"
+#include "runtime/operation/call_text.h"
+#include "runtime/operation/operation.h"
 #include "runtime/path.h"
+#include "runtime/text/letter_case.h"
 
 #include <json/value.h>
 

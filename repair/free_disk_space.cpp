@@ -1,9 +1,9 @@
 #include "logging/log_manager.h"
 #include "repair/adapter.h"
 #include "repair/cleaning_table.h"
-#include "runtime/call_text.h"
-#include "runtime/mask.h"
-#include "runtime/operation.h"
+#include "runtime/operation/call_text.h"
+#include "runtime/operation/operation.h"
+#include "runtime/text/mask.h"
 
 namespace KelvoRepair {
 

@@ -1,6 +1,6 @@
 #include "repair/json_text.h"
 
-#include "runtime/text.h"
+#include "runtime/text/code_page.h"
 
 #include <json/writer.h>
 

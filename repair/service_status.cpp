@@ -1,7 +1,7 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
-#include "runtime/call_text.h"
-#include "runtime/operation.h"
+#include "runtime/operation/call_text.h"
+#include "runtime/operation/operation.h"
 
 #include <json/value.h>
 #include <windows.h>

@@ -1,7 +1,7 @@
 #include "repair/sysinfo_output.h"
 
 #include "repair/json_text.h"
-#include "runtime/letter_case.h"
+#include "runtime/text/letter_case.h"
 
 #include <algorithm>
 #include <array>

@@ -1,8 +1,8 @@
 #include "repair/adapter.h"
 #include "repair/json_text.h"
 #include "repair/sysinfo_output.h"
-#include "runtime/call_text.h"
-#include "runtime/operation.h"
+#include "runtime/operation/call_text.h"
+#include "runtime/operation/operation.h"
 
 #include <json/value.h>
 

@@ -1,6 +1,6 @@
 #include "runtime/identity.h"
 
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
 
 #include <sddl.h>
 

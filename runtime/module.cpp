@@ -1,7 +1,7 @@
 #include "runtime/module.h"
 
+#include "runtime/failure/vosexception.h"
 #include "runtime/path.h"
-#include "runtime/vosexception.h"
 
 #include <windows.h>
 

@@ -1,8 +1,8 @@
 #include "runtime/path.h"
 
-#include "runtime/handles.h"
-#include "runtime/late_imports.h"
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
+#include "runtime/handle/handles.h"
+#include "runtime/late/late_imports.h"
 
 #include <algorithm>
 #include <cwchar>

@@ -1,7 +1,7 @@
 #include "runtime/vdatetime.h"
 
-#include "runtime/format.h"
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
+#include "runtime/text/format.h"
 
 #include <tuple>
 

@@ -1,6 +1,6 @@
 #include "runtime/vmutex.h"
 
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
 
 VMutex::VMutex(const std::wstring& name) : handle_(CreateMutexW(nullptr, FALSE, name.c_str()))
 {

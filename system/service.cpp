@@ -1,8 +1,8 @@
 #include "system/service.h"
 
 #include "logging/log_manager.h"
-#include "runtime/handles.h"
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
+#include "runtime/handle/handles.h"
 
 #include <vector>
 

@@ -2,7 +2,7 @@
 
 #include "runtime/module.h"
 #include "runtime/path.h"
-#include "system/vexecutil.h"
+#include "system/process/vexecutil.h"
 
 #include <gtest/gtest.h>
 

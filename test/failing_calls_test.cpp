@@ -1,13 +1,14 @@
 // Every command once for each way in which one of its calls into Windows can fail; a sample of them unless all are
 // asked for.
 
-#include "config/con_pipe.h"
+#include "config/pipe/overlapped_pipe.h"
 #include "devpanel/pipe_service.h"
 #include "runtime/vmutex.h"
 #include "test/failing_calls.h"
 #include "test/program.h"
 #include "test/text_pattern.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
 #include <map>

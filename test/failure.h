@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/vexception.h"
+#include "runtime/failure/vexception.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/vosexception.h"
+#include "runtime/failure/vosexception.h"
 #include "system/isystem_helper.h"
 
 #include <map>

@@ -9,6 +9,7 @@
 
 #include <dbghelp.h>
 
+#include <algorithm>
 #include <fstream>
 #include <thread>
 

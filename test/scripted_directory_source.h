@@ -1,6 +1,6 @@
 #pragma once
 
-#include "system/idirectory_source.h"
+#include "system/cleaning/idirectory_source.h"
 
 #include <deque>
 #include <functional>

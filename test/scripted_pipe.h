@@ -1,7 +1,7 @@
 #pragma once
 
-#include "config/vserializer.h"
-#include "runtime/handles.h"
+#include "config/management_service/wire_format.h"
+#include "runtime/handle/handles.h"
 
 #include <string>
 #include <thread>

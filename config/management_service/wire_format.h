@@ -1,0 +1,55 @@
+#pragma once
+
+#include "runtime/failure/vexception.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+/// The management service's encoding of values: integers little-endian, texts with length and character size.
+namespace vserializer {
+
+/// Bytes that are no valid encoding.
+class invalidprotocol : public vexception
+{
+public:
+    using vexception::vexception;
+};
+
+/// Appends values to a message.
+class writer
+{
+public:
+    void number(std::uint32_t value);
+    void bytes(std::string_view data);
+    /// A text: its length in bytes with the character size, the size 2, its UTF-16 code units.
+    void text(std::wstring_view value);
+
+    const std::string& message() const noexcept { return message_; }
+
+private:
+    std::string message_;
+};
+
+/// Reads values one after the other; never looks beyond the bytes that it was given, which must outlive it.
+class reader
+{
+public:
+    explicit reader(std::string_view bytes) noexcept : rest_(bytes) {}
+
+    /// @throws invalidprotocol
+    std::uint32_t number();
+
+    /// A text; where the service sent a failure in its place, that is thrown.
+    /// @throws invalidprotocol; vexception with the service's own text
+    std::wstring text();
+
+private:
+    std::string_view take(std::size_t count);
+    std::wstring textOf(std::uint32_t length);
+    [[noreturn]] void throwSentFailure();
+
+    std::string_view rest_;
+};
+
+} // namespace vserializer

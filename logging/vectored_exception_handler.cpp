@@ -1,7 +1,0 @@
-#include "logging/vectored_exception_handler.h"
-
-VectoredExceptionHandler::~VectoredExceptionHandler()
-{
-    if (handle_)
-        RemoveVectoredExceptionHandler(handle_);
-}

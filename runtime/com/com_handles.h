@@ -1,0 +1,24 @@
+#pragma once
+
+#include "runtime/handle/unique.h"
+#include "runtime/late/late_imports.h"
+
+template <typename Interface>
+struct ComTraits
+{
+    using Type = Interface*;
+    static Type empty() noexcept { return nullptr; }
+    static void close(Type object) noexcept { object->Release(); }
+};
+/// One reference to a COM object.
+template <typename Interface>
+using UniqueCom = Unique<ComTraits<Interface>>;
+
+struct BstrTraits
+{
+    using Type = BSTR;
+    static Type empty() noexcept { return nullptr; }
+    static void close(Type text) noexcept { late::SysFreeString.tryCall(text); }
+};
+/// A text of COM's own allocation.
+using UniqueBstr = Unique<BstrTraits>;

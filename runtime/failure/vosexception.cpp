@@ -1,0 +1,69 @@
+#include "runtime/failure/vosexception.h"
+
+#include "runtime/handle/handles.h"
+
+namespace {
+
+std::wstring describe(DWORD code, const std::wstring& context)
+{
+    std::wstring text = systemMessage(code) + L" (Error code " + std::to_wstring(code) + L")";
+    if (!context.empty())
+        text += L" at " + context;
+    return text;
+}
+
+template <DWORD... Codes>
+struct Known
+{
+    static void raise(DWORD code, const std::wstring& context, RaiseSite site)
+    {
+        (raiseIf<Codes>(code, context, site), ...);
+    }
+
+    template <DWORD Code>
+    static void raiseIf(DWORD code, const std::wstring& context, RaiseSite site)
+    {
+        if (code == Code)
+            throw vosexceptionOf<Code>(context, site);
+    }
+};
+
+using KnownErrors = Known<ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION,
+    ERROR_SERVICE_DOES_NOT_EXIST>;
+
+} // namespace
+
+std::wstring systemMessage(DWORD code)
+{
+    wchar_t* buffer = nullptr;
+    const DWORD length =
+        FormatMessageW(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
+            nullptr, code, 0, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);
+    const UniqueLocalMemory owner(buffer);
+    if (length == 0)
+        return L"Unknown error";
+
+    std::wstring text(buffer, length);
+    text.erase(text.find_last_not_of(L"\r\n") + 1);
+    return text;
+}
+
+vosexception::vosexception(DWORD code, const std::wstring& context, RaiseSite site)
+    : vexception(describe(code, context), site), code_(code)
+{
+}
+
+void throwOsError(DWORD code, const std::wstring& context, RaiseSite site)
+{
+    KnownErrors::raise(code, context, site);
+    throw vosexception(code, context, site);
+}
+
+void throwLastError(std::initializer_list<std::wstring_view> context, RaiseSite site)
+{
+    const DWORD code = GetLastError();
+    std::wstring text;
+    for (const std::wstring_view part : context)
+        text += part;
+    throwOsError(code, text, site);
+}

@@ -1,0 +1,110 @@
+// A reserve for the C and C++ run times. They keep small blocks of their own (a thread's record, its variables,
+// locks), and when the system refuses one of them they crash, end the process or wait for ever, wherever that may be.
+// The linker puts these functions in the place of the C runtime's (--wrap). The program's own memory does not come
+// from here until a failure is to be told of: that there is none is an exception, which takes its ordinary way.
+
+#include "runtime/fault/memory_reserve.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <new>
+
+#include <malloc.h>
+
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void __real_free(void* block);
+void __wrap_free(void* block);
+}
+
+namespace {
+
+constexpr std::size_t reserveSize = 65'536, largestBlock = 4096, alignment = 16;
+// Named, as the compiler would put its zeroes into the file.
+alignas(alignment) __attribute__((section(".bss"))) BYTE reserve[reserveSize];
+std::atomic<std::size_t> used = 0;
+std::atomic<bool> isOpen = false;
+
+/// Zeroes, as every part of the reserve is handed out once. A request that does not fit takes nothing.
+void* fromReserve(std::size_t size) noexcept
+{
+    if (size > largestBlock)
+        return nullptr;
+    // A block of no bytes has an address of its own too.
+    const std::size_t rounded = (std::max<std::size_t>(size, 1) + alignment - 1) / alignment * alignment;
+    std::size_t offset = used;
+    while (rounded <= reserveSize - offset) {
+        if (used.compare_exchange_weak(offset, offset + rounded))
+            return reserve + offset;
+    }
+    return nullptr;
+}
+
+bool isOfReserve(const void* block) noexcept
+{
+    return block >= reserve && block < reserve + reserveSize;
+}
+
+} // namespace
+
+extern "C" void* __wrap_malloc(std::size_t size)
+{
+    void* const block = __real_malloc(size);
+    return block ? block : fromReserve(size);
+}
+
+extern "C" void* __wrap_calloc(std::size_t count, std::size_t size)
+{
+    void* const block = __real_calloc(count, size);
+    return block || size == 0 || count > largestBlock / size ? block : fromReserve(count * size);
+}
+
+extern "C" void* __wrap_realloc(void* block, std::size_t size)
+{
+    void* moved = isOfReserve(block) ? nullptr : __real_realloc(block, size);
+    if (moved || size == 0)
+        return moved;
+    moved = isOfReserve(block) ? __wrap_malloc(size) : fromReserve(size);
+    if (moved && block) {
+        const std::size_t most = isOfReserve(block)
+                                     ? static_cast<std::size_t>(reserve + reserveSize - static_cast<BYTE*>(block))
+                                     : _msize(block);
+        memmove(moved, block, std::min(size, most)); // more than the block had: it may lie right before the new one
+        __wrap_free(block);
+    }
+    return moved;
+}
+
+extern "C" void __wrap_free(void* block)
+{
+    if (!isOfReserve(block))
+        __real_free(block);
+}
+
+void openMemoryReserve() noexcept
+{
+    isOpen = true;
+}
+
+void* operator new(std::size_t size)
+{
+    void* block = __real_malloc(std::max<std::size_t>(size, 1));
+    if (!block && isOpen)
+        block = fromReserve(size);
+    return block ? block : throw std::bad_alloc();
+}
+
+void operator delete(void* block) noexcept
+{
+    __wrap_free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept
+{
+    __wrap_free(block);
+}

@@ -1,0 +1,16 @@
+#include "runtime/com/com_error_text.h"
+#include "runtime/operation/operation.h"
+#include "test/failure.h"
+
+TEST(CatchLadder, TurnsEveryKindOfFailureIntoAVexception)
+{
+    for (const auto& [raise, message] : std::initializer_list<std::pair<void (*)(), std::wstring>>{
+             {[] { throw std::bad_alloc(); }, L"std::bad_alloc"}, {[] { throw vexception(L"own", {"g"}); }, L"own"},
+             {[] { throw _com_error(static_cast<HRESULT>(0x80040205)); }, L"IDispatch error #5 (COM Error 80040205)"},
+             {[] { throw 5; }, L"Unexpected error"}}) {
+        const auto describe = [] { return std::wstring(L"f(x)"); };
+        const std::wstring text = failureOf([&] { operation({"K::f", 7}, describe, [&](Span&) { raise(); }); });
+        EXPECT_EQ(message, messageIn(text));
+        EXPECT_TRUE(text.ends_with(L"\n   at (K::f line 7) f(x)")) << text;
+    }
+}

@@ -1,0 +1,38 @@
+#include "runtime/text/format.h"
+
+#include "runtime/failure/argument_exception.h"
+
+#include <cstdarg>
+#include <cstdlib>
+#include <cwchar>
+
+namespace {
+
+// The C runtime ends the process for an argument that it refuses, unless somebody takes the report.
+void ignoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t)
+{
+}
+
+} // namespace
+
+std::wstring detail::formatVarArgs(const wchar_t* format, ...)
+{
+    [[maybe_unused]] static const auto previous = _set_invalid_parameter_handler(ignoreInvalidParameter);
+
+    // The functions with an underscore are the C runtime's own. MinGW's standard names (vswprintf, ...) take
+    // %s for narrow text.
+    va_list args;
+    va_start(args, format);
+    const int length = _vscwprintf(format, args);
+    va_end(args);
+    if (length < 0)
+        throw ArgumentException(L"_scwprintf() failed: invalid arguments", {"formatString"});
+
+    std::wstring text(static_cast<std::size_t>(length), L'\0');
+    va_start(args, format);
+    const int written = _vsnwprintf(text.data(), text.size() + 1, format, args);
+    va_end(args);
+    if (written != length)
+        throw ArgumentException(L"swprintf() failed: invalid arguments", {"formatString"});
+    return text;
+}

@@ -1,0 +1,74 @@
+#include "system/cleaning/disposition.h"
+
+#include "runtime/handle/handles.h"
+
+namespace {
+
+/// Whether the code says that the system or the file system does not know what it was asked to do.
+bool isUnknown(DWORD code) noexcept
+{
+    return code == ERROR_INVALID_PARAMETER || code == ERROR_NOT_SUPPORTED || code == ERROR_INVALID_FUNCTION ||
+           code == ERROR_INVALID_LEVEL;
+}
+
+DWORD disposeNow(HANDLE object, DWORD flags) noexcept
+{
+    constexpr auto fileDispositionInfoEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
+    FILE_DISPOSITION_INFO_EX info{flags};
+    return SetFileInformationByHandle(object, fileDispositionInfoEx, &info, sizeof info) ? ERROR_SUCCESS
+                                                                                         : GetLastError();
+}
+
+DWORD disposeAtClose(HANDLE object) noexcept
+{
+    FILE_DISPOSITION_INFO info{TRUE};
+    return SetFileInformationByHandle(object, FileDispositionInfo, &info, sizeof info) ? ERROR_SUCCESS
+                                                                                       : GetLastError();
+}
+
+bool setAttributes(HANDLE object, DWORD attributes) noexcept
+{
+    FILE_BASIC_INFO info{}; // times of zero stay as they are
+    info.FileAttributes = attributes != 0 ? attributes : FILE_ATTRIBUTE_NORMAL;
+    return SetFileInformationByHandle(object, FileBasicInfo, &info, sizeof info) != FALSE;
+}
+
+/// From the newest way to the oldest; file systems differ, so the volume is asked, not the version.
+DWORD dispose(HANDLE object, DWORD flags) noexcept
+{
+    constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS;
+    DWORD code = disposeNow(object, posix | flags);
+    if (flags != 0 && isUnknown(code))
+        code = disposeNow(object, posix);
+    return isUnknown(code) ? disposeAtClose(object) : code;
+}
+
+/// What older systems want: no removal while the attribute is set.
+DWORD disposeReadOnly(HANDLE object) noexcept
+{
+    FILE_BASIC_INFO basic;
+    FILE_STANDARD_INFO standard;
+    if (!GetFileInformationByHandleEx(object, FileStandardInfo, &standard, sizeof standard) || standard.DeletePending)
+        return ERROR_DELETE_PENDING; // somebody else was quicker
+    if (!GetFileInformationByHandleEx(object, FileBasicInfo, &basic, sizeof basic) ||
+        (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) == 0)
+        return ERROR_ACCESS_DENIED;
+    const UniqueFile writer(
+        ReOpenFile(object, FILE_WRITE_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+            FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT));
+    if (!writer || !setAttributes(writer.get(), basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}))
+        return ERROR_ACCESS_DENIED;
+    const DWORD code = dispose(object, 0);
+    if (code != ERROR_SUCCESS || standard.NumberOfLinks > 1)
+        setAttributes(writer.get(), basic.FileAttributes);
+    return code;
+}
+
+} // namespace
+
+DWORD removeObject(HANDLE object)
+{
+    constexpr DWORD ignoreReadOnly = 0x10; // FILE_DISPOSITION_FLAG_IGNORE_READONLY_ATTRIBUTE
+    const DWORD code = dispose(object, ignoreReadOnly);
+    return code == ERROR_ACCESS_DENIED ? disposeReadOnly(object) : code;
+}

@@ -1,0 +1,178 @@
+#include "system/cleaning/nt_directory_source.h"
+
+#include "runtime/handle/handles.h"
+#include "system/cleaning/disposition.h"
+#include "system/cleaning/reparse_point.h"
+
+#include <winternl.h>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+DWORD codeOf(NTSTATUS status) noexcept
+{
+    constexpr auto cannotBreakOplock = static_cast<NTSTATUS>(0xC0000909);
+    constexpr auto fileIsADirectory = static_cast<NTSTATUS>(0xC00000BA),
+                   deletePending = static_cast<NTSTATUS>(0xC0000056);
+    switch (status) { // the system calls both of these "access denied", in which nobody could tell them
+    case fileIsADirectory:
+        return unexpectedDirectory;
+    case deletePending:
+        return ERROR_DELETE_PENDING;
+    case cannotBreakOplock:
+        return ERROR_SHARING_VIOLATION;
+    default:
+        return RtlNtStatusToDosError(status);
+    }
+}
+
+DirectoryEntry entryOf(const FILE_FULL_DIR_INFO& found)
+{
+    const auto time = [](const LARGE_INTEGER& value) {
+        return FILETIME{value.LowPart, static_cast<DWORD>(value.HighPart)};
+    };
+    const bool isReparsePoint = (found.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    // For reparse points the field of the extended attributes holds the tag.
+    return {std::wstring(found.FileName, found.FileNameLength / sizeof(wchar_t)), found.FileAttributes,
+        isReparsePoint, isReparsePoint && isLinkTag(found.EaSize),
+        static_cast<std::uint64_t>(found.EndOfFile.QuadPart), time(found.CreationTime), time(found.LastAccessTime),
+        time(found.LastWriteTime)};
+}
+
+} // namespace
+
+DWORD NtDirectorySource::openRoot(const std::wstring& root, Handle& opened)
+{
+    UniqueFile handle(CreateFileW(
+        root.c_str(), FILE_READ_ATTRIBUTES, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (!handle)
+        return GetLastError();
+    opened = handle.release();
+    return ERROR_SUCCESS;
+}
+
+DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened)
+{
+    if (name.empty() || name.size() > MAXSHORT || name.find_first_of(L"\\:") != std::wstring_view::npos)
+        return ERROR_INVALID_NAME; // a file system that lists such a name would lead us elsewhere
+    UNICODE_STRING text{};
+    text.Length = text.MaximumLength = static_cast<USHORT>(name.size() * sizeof(wchar_t));
+    text.Buffer = const_cast<wchar_t*>(name.data()); // the system's type knows no const
+    // Not through a directory that has become a link since it was opened.
+    constexpr ULONG dontReparse = 0x1000; // OBJ_DONT_REPARSE, unknown before Windows 10
+    OBJECT_ATTRIBUTES attributes;
+    InitializeObjectAttributes(
+        &attributes, &text, dontReparse | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
+
+    // No more rights than a directory grants to whoever may remove from it: an entry may deny all of its own.
+    ACCESS_MASK access = FILE_READ_ATTRIBUTES;
+    access |= opening.security ? READ_CONTROL : 0;
+    access |= opening.remove ? DELETE : 0;
+    access |= opening.list ? FILE_LIST_DIRECTORY | SYNCHRONIZE : 0;
+    // Who holds an oplock could keep an open waiting for ever.
+    ULONG options = FILE_OPEN_REPARSE_POINT | FILE_COMPLETE_IF_OPLOCKED;
+    options |= opening.list ? FILE_SYNCHRONOUS_IO_NONALERT : 0;
+    if (opening.type == Opening::Type::file)
+        options |= FILE_NON_DIRECTORY_FILE;
+    else if (opening.type == Opening::Type::directory)
+        options |= FILE_DIRECTORY_FILE;
+    const auto create = [&] {
+        IO_STATUS_BLOCK status;
+        return NtCreateFile(&opened, access, &attributes, &status, nullptr, 0,
+            opening.pinned ? FILE_SHARE_READ | FILE_SHARE_WRITE : shareAll, FILE_OPEN, options, nullptr, 0);
+    };
+    constexpr auto invalidParameter = static_cast<NTSTATUS>(0xC000000D);
+    constexpr NTSTATUS oplockBreakInProgress = 0x108; // opened, but its holder has not answered yet
+    NTSTATUS status = create();
+    if (status == invalidParameter) {
+        attributes.Attributes &= ~dontReparse;
+        status = create();
+    }
+    if (status == oplockBreakInProgress) {
+        close(std::exchange(opened, nullptr));
+        return ERROR_SHARING_VIOLATION;
+    }
+    return codeOf(status);
+}
+
+void NtDirectorySource::close(Handle object) noexcept
+{
+    CloseHandle(object);
+}
+
+DWORD NtDirectorySource::kindOf(Handle object, ObjectKind& kind)
+{
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    if (!GetFileInformationByHandleEx(object, FileAttributeTagInfo, &info, sizeof info)) {
+        FILE_BASIC_INFO basic; // file systems without tags (FAT) may know just this
+        if (!GetFileInformationByHandleEx(object, FileBasicInfo, &basic, sizeof basic))
+            return GetLastError();
+        info.FileAttributes = basic.FileAttributes;
+    }
+    if ((info.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0)
+        kind = ObjectKind::file;
+    else if ((info.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && isLinkTag(info.ReparseTag))
+        kind = ObjectKind::link;
+    else
+        kind = ObjectKind::directory;
+    return ERROR_SUCCESS;
+}
+
+DWORD NtDirectorySource::locationOf(Handle object, std::wstring& location)
+{
+    // The same as GetFinalPathNameByHandle without its way through the mount manager, which costs more than all the
+    // rest of a removal.
+    constexpr auto objectNameInformation = static_cast<OBJECT_INFORMATION_CLASS>(1);
+    alignas(UNICODE_STRING) std::array<BYTE, 1024> small;
+    std::vector<BYTE> large;
+    BYTE* found = small.data();
+    ULONG size = 0;
+    NTSTATUS status = NtQueryObject(object, objectNameInformation, found, small.size(), &size);
+    for (int tries = 0; tries < 3 && !NT_SUCCESS(status) && size > std::max(small.size(), large.size()); ++tries) {
+        large.resize(size);
+        found = large.data();
+        status = NtQueryObject(object, objectNameInformation, found, static_cast<ULONG>(large.size()), &size);
+    }
+    if (!NT_SUCCESS(status))
+        return codeOf(status);
+    const auto& name = *reinterpret_cast<const UNICODE_STRING*>(found);
+    location.assign(name.Buffer, name.Length / sizeof(wchar_t));
+    return location.empty() ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
+}
+
+DWORD NtDirectorySource::list(Handle directory, bool first, std::vector<DirectoryEntry>& entries)
+{
+    constexpr std::size_t piece = 65'536; // the most that every network file system takes
+    buffer_.resize(piece);
+    entries.clear();
+    if (!GetFileInformationByHandleEx(
+            directory, first ? FileFullDirectoryRestartInfo : FileFullDirectoryInfo, buffer_.data(), piece))
+        return GetLastError();
+    for (const BYTE* at = buffer_.data();;) {
+        const auto& found = *reinterpret_cast<const FILE_FULL_DIR_INFO*>(at);
+        entries.push_back(entryOf(found));
+        if (found.NextEntryOffset == 0)
+            return ERROR_SUCCESS;
+        at += found.NextEntryOffset;
+    }
+}
+
+DWORD NtDirectorySource::remove(Handle object)
+{
+    return removeObject(object);
+}
+
+DWORD NtDirectorySource::targetOf(Handle link, std::wstring& target)
+{
+    return linkTarget(link, target);
+}
+
+bool NtDirectorySource::isTrusted(Handle link) noexcept
+{
+    return isLinkOfMachine(link);
+}

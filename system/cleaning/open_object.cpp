@@ -1,0 +1,24 @@
+#include "system/cleaning/open_object.h"
+
+#include <algorithm>
+
+bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location)
+{
+    std::wstring expected(directory);
+    if (!expected.ends_with(L'\\')) // as a volume's root does
+        expected += L'\\';
+    expected += name;
+    std::size_t at = 0, found = 0;
+    while (at < expected.size()) {
+        if (found < location.size() && expected[at] == location[found]) {
+            ++at, ++found;
+            continue;
+        }
+        // Wine tells names without the dots and blanks at their ends. They are opened whole, there too.
+        const std::size_t rest = std::min(expected.find_first_not_of(L". ", at), expected.size());
+        if (rest == at || (rest < expected.size() && expected[rest] != L'\\'))
+            return false;
+        at = rest;
+    }
+    return found == location.size();
+}

@@ -1,0 +1,144 @@
+#include "runtime/failure/vosexception.h"
+#include "runtime/handle/handles.h"
+#include "system/default_system_helper.h"
+#include "test/failure.h"
+#include "test/stress.h"
+
+#include <list>
+#include <set>
+
+namespace {
+
+/// A directory to be cleaned on a volume, and one beside it that nothing may happen to. All paths are literal ones.
+class Removal : public testing::TestWithParam<const wchar_t*>
+{
+protected:
+    Removal()
+    {
+        for (const std::wstring& directory : {base.substr(0, base.rfind(L'\\')), base, clean, outside})
+            CreateDirectoryW(directory.c_str(), nullptr);
+        file(outside + L"\\canary");
+        before = content(outside);
+    }
+    ~Removal() override
+    {
+        EXPECT_EQ(before, content(outside));
+        EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeDirectory(base); }));
+        EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesW(base.c_str()));
+    }
+
+    static void file(const std::wstring& path, DWORD attributes = FILE_ATTRIBUTE_NORMAL)
+    {
+        const UniqueFile made(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, attributes, nullptr));
+        EXPECT_TRUE(made || GetLastError() == ERROR_FILE_EXISTS) << GetLastError();
+    }
+
+    /// Paths and attributes of all that lies in a directory.
+    std::wstring content(const std::wstring& directory)
+    {
+        std::wstring all;
+        for (const DirectoryEntry& entry : helper.listDirectory(directory, 2)) {
+            const std::wstring path = directory + L"\\" + entry.name;
+            if (entry.name != L"." && entry.name != L"..")
+                all += path + std::to_wstring(entry.attributes) + (entry.isDirectory() ? content(path) : L"");
+        }
+        return all;
+    }
+
+    /// What the adapter does: each entry for itself, failures left behind. @return the entries that stayed
+    std::set<std::wstring> cleanAll()
+    {
+        std::set<std::wstring> stayed;
+        for (const DirectoryEntry& entry : helper.listDirectory(clean, 2)) {
+            const std::wstring path = clean + L"\\" + entry.name;
+            if (entry.name == L"." || entry.name == L"..")
+                continue;
+            if (failureOf([&] { entry.isDirectory() ? helper.removeDirectory(path) : helper.removeFile(path); }) !=
+                L"nothing thrown")
+                stayed.insert(entry.name);
+        }
+        return stayed;
+    }
+
+    KelvoRepairAdapter::DefaultSystemHelper helper;
+    const std::wstring base =
+        std::wstring(L"\\\\?\\") + GetParam() + L"mendkit_test\\" + std::to_wstring(GetCurrentProcessId());
+    const std::wstring clean = base + L"\\clean", outside = base + L"\\outside";
+    std::wstring before;
+};
+
+} // namespace
+
+INSTANTIATE_TEST_SUITE_P(Volumes, Removal, testing::Values(L"C:\\", L"D:\\"));
+
+TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
+{
+    const std::wstring names[] = {L"plain", L"dot.", L"dot", L"blank ", L"blank", L"nul", L"con.txt",
+        L"ä Ж \xd83d\xde00", std::wstring(200, L'n')};
+    const DWORD attributes[] = {FILE_ATTRIBUTE_NORMAL, FILE_ATTRIBUTE_READONLY, FILE_ATTRIBUTE_HIDDEN,
+        FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_READONLY};
+    std::mt19937 random = seeded();
+    const int count = rounds(30, 1'000);
+    for (int round = 0; round < count; ++round) {
+        std::list<UniqueFile> open;
+        std::set<std::wstring> busy;
+        std::vector<std::wstring> directories{clean};
+        for (int object = 0; object < 40; ++object) {
+            const std::wstring path =
+                directories[random() % directories.size()] + L"\\" + names[random() % std::size(names)];
+            const DWORD attribute = attributes[random() % std::size(attributes)];
+            if (random() % 3 == 0) {
+                if (CreateDirectoryW(path.c_str(), nullptr)) {
+                    directories.push_back(path);
+                    SetFileAttributesW(path.c_str(), attribute);
+                }
+                continue;
+            }
+            if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
+                file(path, attribute);
+            // Another name of the file, which keeps its attributes; one a round, fifty in all.
+            CreateHardLinkW((outside + L"\\" + std::to_wstring(round % 50)).c_str(), path.c_str(), nullptr);
+            if (random() % 20 != 0)
+                continue;
+            UniqueFile held(
+                CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+            if (held) {
+                open.push_back(std::move(held));
+                const std::size_t start = clean.size() + 1;
+                busy.insert(path.substr(start, path.find(L'\\', start) - start));
+            }
+        }
+        before = content(outside);
+        EXPECT_EQ(busy, cleanAll()) << "round " << round;
+        open.clear();
+        EXPECT_TRUE(cleanAll().empty());
+        EXPECT_EQ(L"", content(clean));
+        EXPECT_EQ(before, content(outside));
+    }
+    figure(count, "directory trees with busy files cleaned, on one of two volumes");
+}
+
+TEST_P(Removal, GoesBeyondTheLengthOfOrdinaryPaths)
+{
+    std::wstring path = clean;
+    for (int level = 0; level < 250; ++level)
+        ASSERT_TRUE(CreateDirectoryW((path += L"\\d").c_str(), nullptr)) << level << ": " << GetLastError();
+    file(path + L"\\f");
+    helper.removeDirectory(clean + L"\\d");
+    EXPECT_EQ(L"", content(clean));
+}
+
+TEST_P(Removal, SaysWhichEntryItCouldNotRemove)
+{
+    const std::wstring inner = clean + L"\\tree\\inner";
+    CreateDirectoryW((clean + L"\\tree").c_str(), nullptr);
+    CreateDirectoryW(inner.c_str(), nullptr);
+    file(inner + L"\\busy");
+    const UniqueFile held(
+        CreateFileW((inner + L"\\busy").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const std::wstring failure = failureOf<vosexception>([&] { helper.removeDirectory(clean + L"\\tree"); });
+    EXPECT_TRUE(messageIn(failure).ends_with(L" at Unable to remove path (" + inner + L"\\busy)")) << failure;
+    EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeFile(clean + L"\\none"); }));
+    EXPECT_TRUE(helper.listDirectory(L"C:\\windows\\SYSTEM32", 2).empty()) << "nobody wants that emptied";
+    EXPECT_NE(L"nothing thrown", failureOf<vosexception>([&] { helper.removeFile(inner); })) << "a directory";
+}

@@ -1,0 +1,101 @@
+#include "system/cleaning/tree_removal.h"
+
+#include "system/cleaning/directory_walk.h"
+#include "test/scripted_directory_source.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+/// \vol\clean\top with directories, files and links, and beside it what must stay.
+struct Tree
+{
+    ScriptedSource source;
+    Node *clean = source.add(source.volume, L"clean"), *outside = source.add(source.volume, L"outside");
+    Node *top = source.add(clean, L"top"), *inner = source.add(top, L"inner");
+
+    Tree()
+    {
+        for (Node* const directory :
+            {top, inner, outside, source.add(outside, L"top"), source.add(outside, L"inner")}) {
+            for (const wchar_t* name : {L"a", L"b"})
+                source.add(directory, name, ObjectKind::file);
+        }
+        source.link(top, L"junction", outside);
+        source.link(inner, L"deep", outside);
+        source.add(outside, L"canary", ObjectKind::file);
+    }
+
+    DWORD removeTop()
+    {
+        DirectoryAt parent{OpenObject(source), {}};
+        RemovalPatience patience(0);
+        const DWORD code = openCleanedDirectory(source, L"X:\\clean", parent);
+        return code == ERROR_SUCCESS ? TreeRemoval(source, patience).removeTree(parent, L"top") : code;
+    }
+};
+
+using Attack = void (*)(Tree& tree);
+
+/// What somebody with all rights in the cleaned directory may do between two of our steps. Stronger than Windows lets
+/// him be: what we hold open does not hinder him.
+const Attack attacks[] = {
+    [](Tree& t) { t.source.replaceByLink(t.top, t.outside); },
+    [](Tree& t) { t.source.replaceByLink(t.inner, t.outside); },
+    [](Tree& t) { t.source.turnIntoLink(t.top, t.outside); },
+    [](Tree& t) { t.source.turnIntoLink(t.inner, t.outside); },
+    [](Tree& t) { t.source.turnIntoLink(t.clean, t.outside); },
+    [](Tree& t) { t.source.replaceByLink(t.clean, t.outside); },
+    [](Tree& t) { t.source.replaceByLink(ScriptedSource::find(t.inner, L"a"), t.outside); },
+    [](Tree& t) { t.source.add(t.inner, L"late", ObjectKind::file); },
+    [](Tree& t) { t.source.detach(ScriptedSource::find(t.inner, L"b")); }, [](Tree& t) { t.source.detach(t.inner); },
+    [](Tree&) {}, // nobody there
+};
+
+} // namespace
+
+TEST(TreeRemoval, NeverLeavesItsDirectoryWhateverHappensBetweenItsSteps)
+{
+    int steps = 1;
+    for (const Attack& attack : attacks) {
+        int removals = 0;
+        for (int at = 0; at <= steps; ++at) {
+            Tree tree;
+            const std::wstring before = tree.source.content(tree.outside);
+            tree.source.disturb = [&](int step) {
+                if (step == at)
+                    attack(tree);
+            };
+            removals += tree.removeTop() == ERROR_SUCCESS ? 1 : 0;
+            steps = std::max(steps, tree.source.steps);
+            ASSERT_EQ(before, tree.source.content(tree.outside)) << &attack - attacks << " at step " << at;
+            ASSERT_EQ(0, tree.source.openObjects) << "nothing stays open";
+        }
+        EXPECT_GT(removals, 0);
+    }
+    EXPECT_GT(steps, 40);
+}
+
+TEST(CleanedDirectory, IsReachedOverLinksOfTheMachineAlone)
+{
+    ScriptedSource source;
+    Node* const moved = source.add(source.add(source.volume, L"other"), L"moved");
+    Node* const panel = source.add(source.volume, L"panel");
+    source.link(panel, L"trusted", moved, L"\\\\?\\X:\\other\\moved")->isTrusted = true;
+    source.link(panel, L"relative", moved, L"..\\other\\moved")->isTrusted = true;
+    source.link(panel, L"foreign", moved, L"\\\\?\\X:\\other\\moved");
+    source.link(panel, L"chain", moved, L"\\\\?\\X:\\panel\\foreign")->isTrusted = true;
+    source.link(panel, L"loop", moved, L"\\\\?\\X:\\panel\\loop")->isTrusted = true;
+    source.add(panel, L"file", ObjectKind::file);
+    for (const auto& [path, code] : std::initializer_list<std::pair<const wchar_t*, DWORD>>{{L"X:\\other\\moved", 0},
+             {L"X:\\panel\\trusted", 0}, {L"X:\\panel\\relative\\", 0}, {L"X:\\panel\\foreign", untrustedLink},
+             {L"X:\\panel\\foreign\\below", untrustedLink}, {L"X:\\panel\\chain", untrustedLink},
+             {L"X:\\panel\\loop", ERROR_CANT_RESOLVE_FILENAME}, {L"X:\\panel\\file", ERROR_DIRECTORY},
+             {L"X:\\panel\\none", ERROR_FILE_NOT_FOUND}, {L"X:", ERROR_BAD_PATHNAME}}) {
+        DirectoryAt opened{OpenObject(source), {}};
+        EXPECT_EQ(code, openCleanedDirectory(source, path, opened)) << testing::PrintToString(std::wstring(path));
+        EXPECT_EQ(code == 0 ? L"\\vol\\other\\moved" : L"", opened.location);
+    }
+}

@@ -1,0 +1,122 @@
+#include "system/panel/panel_utility.h"
+
+#include "logging/log_manager.h"
+#include "runtime/operation/operation.h"
+#include "runtime/path.h"
+#include "runtime/text/code_page.h"
+#include "runtime/text/format.h"
+#include "runtime/text/mask.h"
+#include "system/panel/panel_directories.h"
+#include "system/panel/util_exec_log.h"
+
+#include <vector>
+
+namespace {
+
+/// What the child writes, to the end.
+std::vector<char> readAll(ExecPipe& pipe)
+{
+    std::vector<char> bytes;
+    char part[1024];
+    while (const std::size_t count = pipe.read(part, sizeof part, 0)) {
+        // Doubling, as the vector would on its own, costs too much memory for a large output.
+        if (bytes.capacity() - bytes.size() < count)
+            bytes.reserve(bytes.size() + bytes.size() / 4 + sizeof part);
+        bytes.insert(bytes.end(), part, part + count);
+    }
+    return bytes;
+}
+
+/// The rest of a run, once the child is started; `code` gets the exit code as soon as there is one.
+void finish(
+    vexecutil& runner, const std::wstring& name, const std::wstring& shown, std::wstring& output, std::uint32_t& code)
+{
+    {
+        // Drained before waiting: a full pipe would block the child for ever.
+        const std::vector<char> bytes = readAll(runner.stdoutPipe);
+        output = toWide({bytes.data(), bytes.size()}, ansiCodePage);
+    }
+    runner.waitForExit(INFINITE); // the utilities decide themselves how long they take
+    code = runner.exitCode();
+    if (code != 0) {
+        throw vexception(L"Execute " + name + L" " + shown + L" failed with error code " +
+                             std::to_wstring(static_cast<std::int32_t>(code)) + L": " + output,
+            {"execKelvoUtil"});
+    }
+}
+
+void run(const std::wstring& name, const std::wstring& arguments, const std::wstring& shown, std::wstring* output,
+    const std::string* input, bool bin64, std::uint32_t& code)
+{
+    vexecutil runner;
+    const DWORD started = GetTickCount();
+    try {
+        startKelvoUtilInternal(name, arguments, input, runner, bin64);
+        std::wstring unwanted;
+        finish(runner, name, shown, output ? *output : unwanted, code);
+    } catch (...) {
+        runner.terminate(); // nothing is left running that nobody looks after
+        throw;
+    }
+    writeToUtilExecLog(false, runner.path, arguments, GetTickCount() - started);
+}
+
+} // namespace
+
+std::wstring findUtilPath(const std::wstring& name, bool bin64)
+{
+    const std::wstring directory = path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
+    std::wstring path = path::combine(directory, path::hasExtension(name, L".exe") ? name : name + L".exe");
+    if (!path::isFile(path))
+        throw vexception(L"Unable to find path of '" + name + L"'", {"findUtilPath"});
+    return path;
+}
+
+void startKelvoUtilInternal(
+    const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64)
+{
+    const auto call = [&](const wchar_t* format, const std::wstring& what) {
+        return formatString(format, what.c_str(), maskArguments(arguments).c_str());
+    };
+    const auto describe = [&] { return call(L"Unable to call startKelvoUtilInternal(%s, %s)", name); };
+    operation({RaiseSite("startKelvoUtilInternal"), RaiseSite("Start command")}, describe, [&](Span& span) {
+        runner.path = findUtilPath(name, bin64);
+        runner.arguments = arguments;
+        runner.captureStdout = true;
+        runner.stderrToStdout = true;
+        runner.hideWindow = 1;
+        runner.pipeStdin = input != nullptr;
+        writeToUtilExecLog(true, runner.path, arguments, 0);
+        LogManager::log(LogLevel::Info, L"Execute %s %s", runner.path.c_str(), maskArguments(arguments).c_str());
+        runner.start();
+        if (input)
+            runner.stdinPipe.write(input->data(), input->size(), ExecPipe::lastWrite);
+        if (span.isActive())
+            span.tag("if_error", call(L"Unabale to start command: %s %s", runner.path)); // sic
+    });
+}
+
+std::uint32_t execKelvoUtil(const std::wstring& name, const std::wstring& arguments, std::wstring* output,
+    bool throwOnError, const std::string* input, bool bin64)
+{
+    auto code = static_cast<std::uint32_t>(-1);
+    try {
+        const std::wstring shown = maskArguments(arguments);
+        const auto describe = [&](const wchar_t* format) {
+            return [&, format] { return formatString(format, name.c_str(), shown.c_str()); };
+        };
+        // sic, both
+        operation({"execKelvoUtil", 127}, describe(L"Unabke to call execKelvoUtil(%s %s"), [&](Span&) {
+            if (output)
+                output->clear();
+            operation({RaiseSite("execKelvoUtil", 120), RaiseSite("Executre command")},
+                describe(L"Unable to executre command: %s %s"),
+                [&](Span&) { run(name, arguments, shown, output, input, bin64, code); });
+        });
+        return 0;
+    } catch (...) {
+        if (throwOnError)
+            throw;
+        return code;
+    }
+}
