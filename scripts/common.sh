@@ -18,7 +18,7 @@ jsoncpp_version=1.9.5
 jsoncpp_sha256=f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2
 build_packages=(ca-certificates cmake g++-mingw-w64-x86-64-posix googletest ninja-build wine wine64)
 test_packages=(python3-jsonschema)
-check_packages=(clang-format clang-tidy git)
+check_packages=(clang-format-19 clang-tidy-19 git)
 package_packages=(git python3 zip)
 
 say() { printf '%s\n' "$*" >&2; }
