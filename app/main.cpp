@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+// NOLINTNEXTLINE(misc-use-internal-linkage): the entry point, which the check knows as main only
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();

@@ -7,7 +7,6 @@
 #include <array>
 #include <cstdint>
 #include <cwchar>
-#include <string_view>
 
 namespace {
 

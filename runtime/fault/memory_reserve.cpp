@@ -104,6 +104,7 @@ void operator delete(void* block) noexcept
     __wrap_free(block);
 }
 
+// NOLINTNEXTLINE(misc-use-internal-linkage): a replacement is external by definition
 void operator delete(void* block, std::size_t) noexcept
 {
     __wrap_free(block);
