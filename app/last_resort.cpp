@@ -12,7 +12,7 @@
 namespace {
 
 // The process's own: made before the entry point runs, gone after it.
-const CrashDumpInfo crashDumpInfo;
+CrashDumpInfo crashDumpInfo;
 
 [[noreturn]] void endProcess()
 {

@@ -34,7 +34,7 @@ struct Command
 void answer(const std::wstring& document)
 {
     LogManager::log(LogLevel::Result, L"%s", document.c_str());
-    if (!LogManager::isConsoleIntact())
+    if (!LogManager::isStandardOutputIntact())
         throw vexception(L"Unable to write the answer to standard output", {"KelvoRepair::Manager::go"});
 }
 

@@ -51,12 +51,12 @@ UniqueRegistryKey openKey() noexcept
     return key;
 }
 
-std::wstring productRoot()
+std::wstring installationDirectory()
 {
     return registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_ROOT_D", configView);
 }
 
-std::wstring productData()
+std::wstring dataDirectory()
 {
     return registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_DATA_D", configView);
 }

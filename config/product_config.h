@@ -21,10 +21,10 @@ UniqueRegistryKey openKey() noexcept;
 
 /// PRODUCT_ROOT_D, the panel's installation directory.
 /// @throws vosexception when it is not set; vexception when it has the wrong type
-std::wstring productRoot();
+std::wstring installationDirectory();
 
-/// PRODUCT_DATA_D, the panel's data directory. @throws as productRoot()
-std::wstring productData();
+/// PRODUCT_DATA_D, the panel's data directory. @throws as installationDirectory()
+std::wstring dataDirectory();
 
 /// The switch `Debug`: records of the lower levels go to the log file and the event log too. Never throws.
 bool isDebug() noexcept;

@@ -1,7 +1,8 @@
 #include "devpanel/pipe_service.h"
 
 #include "config/management_service/wire_format.h"
-#include "config/pipe/overlapped_pipe.h"
+#include "config/pipe/client_pipe.h"
+#include "config/pipe/server_pipe.h"
 #include "runtime/module.h"
 
 #include <string>

@@ -93,7 +93,7 @@ void LogManager::noteLost(LogLevel level) noexcept
 {
     attempt([&] {
         LogManager& manager = instance();
-        manager.consoleIntact_ = manager.consoleIntact_ && !isOn(manager.settings_->console, level);
+        manager.standardOutputIntact_ = manager.standardOutputIntact_ && !isOn(manager.settings_->console, level);
     });
 }
 
@@ -104,11 +104,11 @@ void LogManager::dispatch(LogLevel level, const std::wstring& message, const vex
     if (isOn(settings_->eventLog, level))
         attempt([&] { eventLog_.report(level, message); });
     if (isOn(settings_->console, level))
-        dispatchToConsole(message);
+        writeToStandardOutput(message);
     callHandlers(settings_->handlers, level, message, failure);
 }
 
-void LogManager::dispatchToConsole(const std::wstring& message)
+void LogManager::writeToStandardOutput(const std::wstring& message)
 {
     bool written = false;
     attempt([&] {
@@ -117,7 +117,7 @@ void LogManager::dispatchToConsole(const std::wstring& message)
         settings_->consoleUsed = true;
         written = writeStandardOutput(text);
     });
-    consoleIntact_ = consoleIntact_ && written;
+    standardOutputIntact_ = standardOutputIntact_ && written;
 }
 
 void LogManager::addHandler(ILogHandler* handler)
@@ -157,10 +157,10 @@ void LogManager::resetSettings()
     setDefaults(settings());
 }
 
-bool LogManager::isConsoleIntact() noexcept
+bool LogManager::isStandardOutputIntact() noexcept
 {
     try {
-        return instance().consoleIntact_;
+        return instance().standardOutputIntact_;
     } catch (...) {
         return false;
     }

@@ -50,7 +50,7 @@ public:
     static void resetSettings();
 
     /// False once a record for standard output could not be written.
-    static bool isConsoleIntact() noexcept;
+    static bool isStandardOutputIntact() noexcept;
 
 private:
     LogManager();
@@ -63,11 +63,11 @@ private:
 
     /// @param failure  the exception that the message is the text of; null for a plain message
     void dispatch(LogLevel level, const std::wstring& message, const vexception* failure);
-    void dispatchToConsole(const std::wstring& message);
+    void writeToStandardOutput(const std::wstring& message);
 
     EventLog eventLog_;
     LogSettings* settings_; // weak: the shared context's
-    bool consoleIntact_ = true;
+    bool standardOutputIntact_ = true;
 
     inline static bool ended_ = false;
 };

@@ -2,7 +2,6 @@
 
 #include "logging/log_manager.h"
 #include "runtime/path.h"
-#include "runtime/text/letter_case.h"
 
 namespace KelvoRepair {
 
@@ -18,14 +17,14 @@ std::wstring withoutTrailingSeparators(std::wstring path)
 /// Whether the first directory is the second one or one above it.
 bool holds(const std::wstring& directory, const std::wstring& other)
 {
-    return upperCase(other + L'\\').starts_with(upperCase(directory + L'\\'));
+    return startsWithIgnoringCase(other + L'\\', directory + L'\\');
 }
 
-/// The root of a directory in upper case; empty for a path that has none.
+/// The root of a directory; empty for a path that has none.
 std::wstring volumeOf(const std::wstring& directory)
 {
     try {
-        return path::isAbsolute(directory) ? upperCase(path::root(directory)) : L"";
+        return path::isAbsolute(directory) ? path::root(directory) : L"";
     } catch (const vexception&) {
         return {};
     }
@@ -64,8 +63,8 @@ CleaningTable cleaningTable(const std::wstring& root, const std::wstring& dumps,
         LogManager::log(LogLevel::Warning,
             L"The directory of temporary dumps '%s' is not one that may be emptied. It is left alone", dumps.c_str());
     }
-    const std::wstring systemVolume = upperCase(path::root(windows));
-    if (systemVolume == upperCase(path::root(root)) || systemVolume == volumeOf(dumps))
+    const std::wstring systemVolume = path::root(windows);
+    if (equalIgnoringCase(systemVolume, path::root(root)) || equalIgnoringCase(systemVolume, volumeOf(dumps)))
         table.emplace(path::combine(windows, L"Temp"), ListingKind::directoriesThenFiles);
     return table;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "runtime/text/letter_case.h"
 #include "system/cleaning/directory_entry.h"
 
-#include <cwchar>
 #include <map>
 #include <string>
 
@@ -10,9 +10,9 @@ namespace KelvoRepair {
 
 struct IgnoreCase
 {
-    bool operator()(const std::wstring& left, const std::wstring& right) const noexcept
+    bool operator()(const std::wstring& left, const std::wstring& right) const
     {
-        return _wcsicmp(left.c_str(), right.c_str()) < 0;
+        return lessIgnoringCase(left, right);
     }
 };
 

@@ -3,19 +3,10 @@
 #include "repair/cleaning_table.h"
 #include "runtime/operation/call_text.h"
 #include "runtime/operation/operation.h"
+#include "runtime/path.h"
 #include "runtime/text/mask.h"
 
 namespace KelvoRepair {
-
-namespace {
-
-/// An entry's path. Joined as text: its name must stay as it is, dots and blanks at its end included.
-std::wstring entryPath(const std::wstring& directory, const std::wstring& name)
-{
-    return directory.ends_with(L'\\') ? directory + name : directory + L'\\' + name;
-}
-
-} // namespace
 
 void Adapter::freeDiskSpace()
 {
@@ -27,26 +18,27 @@ void Adapter::freeDiskSpace()
     });
 }
 
-void Adapter::cleanDirectory(const std::wstring& path, std::int32_t kind)
+void Adapter::cleanDirectory(const std::wstring& directory, std::int32_t kind)
 {
-    changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, callText(L"cleanDirectory(%s, %d)", path, kind), [&] {
-        for (const DirectoryEntry& entry : helper_->listDirectory(path, kind)) {
-            if (std::wstring_view(L"..").find(entry.name) != std::wstring_view::npos)
-                continue; // the directory itself and the one above it
-            const std::wstring inside = entryPath(path, entry.name);
-            try {
-                const auto describeEntry = [&] { return L"Remove '" + maskArgument(inside) + L"'"; };
-                changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describeEntry, [&] {
-                    if (entry.isRealDirectory())
-                        helper_->removeDirectory(inside);
-                    else
-                        helper_->removeFile(inside);
-                });
-            } catch (const vexception& failure) { // what is in use stays; its neighbours need not
-                LogManager::log(LogLevel::Warning, failure);
+    changingOperation(
+        {"KelvoRepair::Adapter::cleanDirectory"}, callText(L"cleanDirectory(%s, %d)", directory, kind), [&] {
+            for (const DirectoryEntry& entry : helper_->listDirectory(directory, kind)) {
+                if (entry.isDots())
+                    continue;
+                const std::wstring inside = path::append(directory, entry.name);
+                try {
+                    const auto describeEntry = [&] { return L"Remove '" + maskArgument(inside) + L"'"; };
+                    changingOperation({"KelvoRepair::Adapter::cleanDirectory"}, describeEntry, [&] {
+                        if (entry.isRealDirectory())
+                            helper_->removeDirectory(inside);
+                        else
+                            helper_->removeFile(inside);
+                    });
+                } catch (const vexception& failure) { // what is in use stays; its neighbours need not
+                    LogManager::log(LogLevel::Warning, failure);
+                }
             }
-        }
-    });
+        });
 }
 
 } // namespace KelvoRepair

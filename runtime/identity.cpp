@@ -84,7 +84,7 @@ bool isAdministrator(HANDLE token)
     });
 }
 
-bool isMachine(const Sid& sid)
+bool isSystemOrAdministrators(const Sid& sid)
 {
     return sid == Sid::wellKnown(WinLocalSystemSid) || sid == Sid::wellKnown(WinBuiltinAdministratorsSid);
 }

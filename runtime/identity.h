@@ -38,7 +38,7 @@ Sid currentUser();
 bool isAdministrator(HANDLE token);
 
 /// Whether it is SYSTEM or the group of administrators. @throws vosexception "CreateWellKnownSid"
-bool isMachine(const Sid& sid);
+bool isSystemOrAdministrators(const Sid& sid);
 
 /// The token that the calling thread acts under: its own, else the process's. @throws vosexception
 UniqueHandle effectiveToken(DWORD rights);

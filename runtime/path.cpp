@@ -3,6 +3,7 @@
 #include "runtime/failure/vosexception.h"
 #include "runtime/handle/handles.h"
 #include "runtime/late/late_imports.h"
+#include "runtime/text/letter_case.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -18,6 +19,14 @@ std::wstring path::combine(const std::wstring& directory, const std::wstring& na
             HRESULT_CODE(result), L"PathAllocCombine '" + directory + L"' '" + name + L"'", {"path::combine"});
     }
     return combined;
+}
+
+std::wstring path::append(const std::wstring& directory, std::wstring_view name)
+{
+    std::wstring joined = directory;
+    if (!joined.ends_with(L'\\'))
+        joined += L'\\';
+    return joined.append(name);
 }
 
 std::wstring path::normalise(std::wstring path)
@@ -59,10 +68,10 @@ std::wstring path::root(const std::wstring& path)
     return buffer;
 }
 
-bool path::hasExtension(std::wstring_view path, std::wstring_view extension) noexcept
+bool path::hasExtension(std::wstring_view path, std::wstring_view extension)
 {
     return path.size() >= extension.size() &&
-           _wcsnicmp(path.data() + path.size() - extension.size(), extension.data(), extension.size()) == 0;
+           equalIgnoringCase(path.substr(path.size() - extension.size()), extension);
 }
 
 std::wstring_view path::fileTitle(std::wstring_view path) noexcept

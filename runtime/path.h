@@ -10,6 +10,9 @@ namespace path {
 /// @throws vosexception "PathAllocCombine '<directory>' '<name>'" when the system cannot join them
 std::wstring combine(const std::wstring& directory, const std::wstring& name);
 
+/// The directory, one separator and the name, as text: the name stays as it is, dots and blanks at its end included.
+std::wstring append(const std::wstring& directory, std::wstring_view name);
+
 /// The path with backslashes for slashes and without "." and ".." segments; an empty one stays empty.
 /// @throws vosexception "PathAllocCanonicalize '<path>'"
 std::wstring normalise(std::wstring path);
@@ -24,8 +27,8 @@ bool isFile(const std::wstring& path) noexcept;
 /// @throws vexception for a path without a root
 std::wstring root(const std::wstring& path);
 
-/// Whether a name or path ends in the extension (".exe"), in whatever letter case.
-bool hasExtension(std::wstring_view path, std::wstring_view extension) noexcept;
+/// Whether a name or path ends in the extension (".exe"), in any letter case. @throws vosexception "LCMapStringEx"
+bool hasExtension(std::wstring_view path, std::wstring_view extension);
 
 /// A file's name without directory and extension.
 std::wstring_view fileTitle(std::wstring_view path) noexcept;

@@ -48,7 +48,7 @@ std::wstring DefaultSystemHelper::execUtil(const std::wstring& name, const std::
 std::wstring DefaultSystemHelper::getKelvoRootDir()
 {
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::getKelvoRootDir"}, callText(L"getKelvoRootDir()"),
-        [](Span&) { return panel::rootDirectory(); });
+        [](Span&) { return panel::installationDirectory(); });
 }
 
 std::wstring DefaultSystemHelper::getDumpTempDir()

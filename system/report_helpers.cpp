@@ -36,12 +36,12 @@ bool DefaultSystemHelper::isFeedbackEnabled(LogLevel, const std::wstring&)
 
 std::wstring DefaultSystemHelper::getProductRoot()
 {
-    return config::productRoot();
+    return config::installationDirectory();
 }
 
 std::wstring DefaultSystemHelper::getProductData()
 {
-    return config::productData();
+    return config::dataDirectory();
 }
 
 std::wstring DefaultSystemHelper::getUtcTimestamp()

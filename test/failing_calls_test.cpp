@@ -1,7 +1,7 @@
 // Every command once for each way in which one of its calls into Windows can fail; a sample of them unless all are
 // asked for.
 
-#include "config/pipe/overlapped_pipe.h"
+#include "config/pipe/client_pipe.h"
 #include "devpanel/pipe_service.h"
 #include "runtime/vmutex.h"
 #include "test/failing_calls.h"

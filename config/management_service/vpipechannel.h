@@ -1,7 +1,7 @@
 #pragma once
 
 #include "config/management_service/iservice_log.h"
-#include "config/pipe/overlapped_pipe.h"
+#include "config/pipe/client_pipe.h"
 
 #include <mutex>
 #include <string>

@@ -1,10 +1,6 @@
 #include "config/pipe/overlapped_pipe.h"
 
-#include "config/pipe/pipe_trust.h"
-#include "runtime/identity.h"
 #include "runtime/text/format.h"
-
-#include <sddl.h>
 
 #include <algorithm>
 #include <utility>
@@ -143,78 +139,6 @@ void OverlappedPipe::write(const void* data, std::size_t size)
         at += bytes;
         size -= bytes;
     }
-}
-
-void ClientOverlappedPipe::create(const std::wstring& name, DWORD tries)
-{
-    const RaiseSite site("Con::ClientOverlappedPipe::create");
-    const std::wstring failure = L"Unable to connect to pipe " + name;
-    UniqueFile handle;
-    for (DWORD attempt = 0;;) {
-        handle.reset(CreateFileW(name.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-            FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION, nullptr));
-        if (handle)
-            break;
-        const DWORD code = GetLastError();
-        if (code != ERROR_PIPE_BUSY || ++attempt >= tries)
-            throwOsError(code, failure, site);
-        WaitNamedPipeW(name.c_str(), 1000);
-    }
-    if (!isPipeOfMachine(handle.get()))
-        throwOsError(ERROR_ACCESS_DENIED, failure, site);
-    DWORD mode = PIPE_READMODE_BYTE | PIPE_WAIT;
-    if (!SetNamedPipeHandleState(handle.get(), &mode, nullptr, nullptr))
-        throwLastError({L"Unable to set mode of pipe ", name}, site);
-    open(std::move(handle));
-}
-
-void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
-{
-    // The default access list lets everybody read; the pipes of this program are for its own user. The owner
-    // is named because clients look at it, and Wine takes the user's group where none is given.
-    const std::wstring user = identity::currentUser().text();
-    const std::wstring rights = L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")";
-    SECURITY_ATTRIBUTES security{sizeof security, nullptr, FALSE};
-    UniqueLocalMemory descriptor;
-    UniqueFile handle;
-    if (ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            rights.c_str(), SDDL_REVISION_1, &security.lpSecurityDescriptor, nullptr)) {
-        descriptor.reset(security.lpSecurityDescriptor);
-        constexpr DWORD bufferSize = 65'536;
-        handle.reset(CreateNamedPipeW(name.c_str(), access | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-            PIPE_TYPE_BYTE | PIPE_READMODE_BYTE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS, 1, bufferSize, bufferSize,
-            0, &security));
-    }
-    if (!handle)
-        throwLastError({L"Unable to create pipe ", name}, {"Con::ServerOverlappedPipe::create"});
-    open(std::move(handle));
-}
-
-bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
-{
-    const RaiseSite site("Con::ServerOverlappedPipe::connect");
-    if (ConnectNamedPipe(handle(), prepare()))
-        return true;
-    const DWORD code = GetLastError();
-    if (code == ERROR_PIPE_CONNECTED || code == ERROR_NO_DATA) // here, or here and gone again
-        return true;
-    if (code != ERROR_IO_PENDING)
-        throwOsError(code, L"Unable to wait while pipe has been connected", site);
-    setPending();
-    const DWORD state = WaitForSingleObject(completion(), timeoutMilliseconds);
-    if (state != WAIT_OBJECT_0 && state != WAIT_TIMEOUT) {
-        const DWORD failure = GetLastError();
-        throwOsError(
-            failure, formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
-    }
-    cancel();
-    return state == WAIT_OBJECT_0 || !isFinished(); // one may have come while we gave up
-}
-
-void ServerOverlappedPipe::disconnect() noexcept
-{
-    cancel();
-    DisconnectNamedPipe(handle());
 }
 
 } // namespace Con

@@ -75,34 +75,4 @@ private:
     DWORD timeout_;
 };
 
-/// The connecting end.
-class ClientOverlappedPipe : public OverlappedPipe
-{
-public:
-    using OverlappedPipe::OverlappedPipe;
-
-    /// Connects. A busy pipe is waited for and tried again, `tries` times at most. The server may identify
-    /// the caller but not act as it; a server that is not one of the machine's (pipe_trust.h) counts as none.
-    /// @throws vosexception "Unable to connect to pipe <name>", "Unable to set mode of pipe <name>"
-    void create(const std::wstring& name, DWORD tries);
-};
-
-/// The serving end, of one instance; the pipe is of the type "byte".
-class ServerOverlappedPipe : public OverlappedPipe
-{
-public:
-    using OverlappedPipe::OverlappedPipe;
-
-    /// Creates the pipe; fails when one of that name exists.
-    /// @param access  PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND or PIPE_ACCESS_DUPLEX
-    /// @throws vosexception "Unable to create pipe <name>"
-    void create(const std::wstring& name, DWORD access);
-
-    /// Waits for a client. @return false when none came in time
-    /// @throws vosexception "Unable to wait while pipe has been connected"
-    bool connect(DWORD timeoutMilliseconds);
-    /// Lets the client go; the pipe can be connected again.
-    void disconnect() noexcept;
-};
-
 } // namespace Con

@@ -32,7 +32,9 @@ bool isTrusted(HANDLE pipe)
 {
     const UniqueHandle caller = identity::effectiveToken(TOKEN_QUERY);
     const identity::Sid self = identity::userOf(caller.get());
-    const auto isTrustedUser = [&](const identity::Sid& sid) { return identity::isMachine(sid) || sid == self; };
+    const auto isTrustedUser = [&](const identity::Sid& sid) {
+        return identity::isSystemOrAdministrators(sid) || sid == self;
+    };
     const identity::Sid owner = ownerOf(pipe);
     // The owner is that of the pipe's first instance; who may create instances may also serve one more. So the
     // process at the other end counts as well.
@@ -47,7 +49,7 @@ bool isTrusted(HANDLE pipe)
 
 } // namespace
 
-bool isPipeOfMachine(HANDLE pipe) noexcept
+bool isPipeServerTrusted(HANDLE pipe) noexcept
 {
     try {
         return isTrusted(pipe);

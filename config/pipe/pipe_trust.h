@@ -7,4 +7,4 @@
 /// is, is that user, SYSTEM, the group of administrators or the caller itself. Where the process cannot be asked,
 /// a caller who is an administrator trusts nobody; for any other caller the owner decides. Any local user can
 /// create a pipe of a known name before its service does. Never throws.
-bool isPipeOfMachine(HANDLE pipe) noexcept;
+bool isPipeServerTrusted(HANDLE pipe) noexcept;

@@ -6,6 +6,7 @@
 #include "logging/crash/crash_dump_pruning.h"
 #include "runtime/failure/vexception.h"
 #include "runtime/module.h"
+#include "runtime/path.h"
 #include "runtime/vdatetime.h"
 
 #include <atomic>
@@ -59,8 +60,8 @@ void CrashDumpInfo::readSettings()
     registry::lookup(key.get(), L"CrashDumpsEnabled", enabled_);
     std::wstring root;
     registry::lookup(key.get(), L"PRODUCT_ROOT_D", root);
-    if (!root.empty()) // joined by hand: the system's function is in a library that a plain run does not load
-        location_ = root + (root.ends_with(L'\\') ? L"" : L"\\") + L"etc\\crashdumps";
+    if (!root.empty()) // path::combine would load a library that most runs do without
+        location_ = path::append(root, L"etc\\crashdumps");
     registry::lookup(key.get(), L"CrashDumpsLocation", location_);
     registry::lookup(key.get(), L"CrashDumpsMaxCount", maxCount_);
 }

@@ -37,7 +37,7 @@ std::vector<Dump> dumpsOf(const std::wstring& location)
 {
     std::vector<Dump> dumps;
     WIN32_FIND_DATAW found;
-    const Unique<SearchTraits> search(FindFirstFileW((location + L"\\*.dmp").c_str(), &found));
+    const Unique<SearchTraits> search(FindFirstFileW(path::append(location, L"*.dmp").c_str(), &found));
     for (BOOL more = search ? TRUE : FALSE; more; more = FindNextFileW(search.get(), &found)) {
         const FILETIME& written = found.ftLastWriteTime;
         if (isDump(found))
@@ -61,7 +61,7 @@ void pruneCrashDumps(const std::wstring& location, DWORD maxCount) noexcept
         std::sort(dumps.begin(), dumps.end());
         dumps.resize(dumps.size() - maxCount);
         for (const Dump& dump : dumps)
-            DeleteFileW((location + L"\\" + dump.name).c_str());
+            DeleteFileW(path::append(location, dump.name).c_str());
     } catch (...) {
     }
 }

@@ -1,40 +1,14 @@
 #include "logging/report/report_handler.h"
 
 #include "logging/log_manager.h"
-#include "logging/report/xml_document.h"
 #include "runtime/fault/translator.h"
 #include "runtime/path.h"
-#include "runtime/text/code_page.h"
 #include "runtime/text/command_line.h"
-#include "runtime/text/format.h"
-#include "runtime/text/mask.h"
 
 #include <algorithm>
-#include <cwctype>
 #include <utility>
 
 namespace SendErrorReport {
-
-namespace {
-
-/// The first line with anything in it; lines end in CR LF or, those of a failure's trail, in LF.
-std::wstring firstLine(const std::wstring& message)
-{
-    const std::size_t begin = message.find_first_not_of(L"\r\n");
-    if (begin == std::wstring::npos)
-        return message;
-    return message.substr(begin, message.find_first_of(L"\r\n", begin) - begin);
-}
-
-std::wstring trimmed(const std::wstring& text)
-{
-    const auto isSpace = [](wchar_t c) { return std::iswspace(c) != 0; };
-    const auto begin = std::find_if_not(text.begin(), text.end(), isSpace);
-    const auto end = std::find_if_not(text.rbegin(), std::make_reverse_iterator(begin), isSpace).base();
-    return {begin, end};
-}
-
-} // namespace
 
 LogHandler::LogHandler(std::shared_ptr<ISystemHelper> systemHelper) noexcept : systemHelper_(std::move(systemHelper))
 {
@@ -102,53 +76,6 @@ std::uint32_t LogHandler::count(const std::wstring& message)
 std::wstring LogHandler::reportSource() const
 {
     return L"backend";
-}
-
-std::string LogHandler::buildReport(const std::wstring& message, std::uint32_t hits)
-{
-    Document document;
-    const Document::Element error = document.append(nullptr, L"error", L"");
-    for (const auto& [name, text] : std::initializer_list<std::pair<const wchar_t*, std::wstring>>{
-             {L"source", reportSource()},
-             {L"severity", L"error"},
-             {L"datetime", systemHelper_->getUtcTimestamp()},
-             {L"summary", firstLine(message)},
-             {L"component", component()},
-             {L"message", message},
-             {L"hits", std::to_wstring(hits)},
-         })
-        document.append(error.get(), name, text);
-    const Document::Element info = document.append(error.get(), L"additional_info", L"");
-    document.append(info.get(), L"command_line", maskCommandLine(systemHelper_->getCommandLine()));
-    document.append(info.get(), L"processId", formatString(L"%d", systemHelper_->getProcessId()));
-    document.append(info.get(), L"threadId", formatString(L"%d", systemHelper_->getThreadId()));
-    std::wstring ticket;
-    if (readUpdateTicket(ticket))
-        document.append(info.get(), L"update_ticket", ticket);
-    return document.xml();
-}
-
-std::wstring LogHandler::component()
-{
-    try {
-        return std::wstring(path::fileTitle(systemHelper_->getModuleFileName()));
-    } catch (...) {
-        return L"Unknown";
-    }
-}
-
-/// @return false when there is none; one that cannot be read must not cost the report
-bool LogHandler::readUpdateTicket(std::wstring& ticket)
-{
-    try {
-        const std::wstring file = path::combine(systemHelper_->getProductData(), L"var\\update_ticket");
-        if (!systemHelper_->fileExists(file))
-            return false;
-        ticket = trimmed(toWide(systemHelper_->readFile(file), utf8CodePage));
-        return true;
-    } catch (...) {
-        return false;
-    }
 }
 
 } // namespace SendErrorReport

@@ -32,8 +32,8 @@ HANDLE registerSource(const std::wstring& sourceName)
     const UniqueRegistryKey source = registry::create(HKEY_LOCAL_MACHINE, sourcesKey + sourceName, KEY_SET_VALUE);
     registry::set(
         source.get(), L"TypesSupported", EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE);
-    registry::set(
-        source.get(), L"EventMessageFile", path::combine(config::productRoot(), L"admin\\bin64\\eventmsg.dll"));
+    registry::set(source.get(), L"EventMessageFile",
+        path::combine(config::installationDirectory(), L"admin\\bin64\\eventmsg.dll"));
     const HANDLE eventSource = RegisterEventSourceW(nullptr, sourceName.c_str());
     if (!eventSource)
         throwLastError({L"RegisterEventSource"}, {"LogManager::getEventLog", 415});

@@ -12,25 +12,6 @@ std::wstring describe(DWORD code, const std::wstring& context)
     return text;
 }
 
-template <DWORD... Codes>
-struct Known
-{
-    static void raise(DWORD code, const std::wstring& context, RaiseSite site)
-    {
-        (raiseIf<Codes>(code, context, site), ...);
-    }
-
-    template <DWORD Code>
-    static void raiseIf(DWORD code, const std::wstring& context, RaiseSite site)
-    {
-        if (code == Code)
-            throw vosexceptionOf<Code>(context, site);
-    }
-};
-
-using KnownErrors = Known<ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_SHARING_VIOLATION,
-    ERROR_SERVICE_DOES_NOT_EXIST>;
-
 } // namespace
 
 std::wstring systemMessage(DWORD code)
@@ -55,8 +36,20 @@ vosexception::vosexception(DWORD code, const std::wstring& context, RaiseSite si
 
 void throwOsError(DWORD code, const std::wstring& context, RaiseSite site)
 {
-    KnownErrors::raise(code, context, site);
-    throw vosexception(code, context, site);
+    switch (code) {
+    case ERROR_FILE_NOT_FOUND:
+        throw VFileNotFoundException(context, site);
+    case ERROR_PATH_NOT_FOUND:
+        throw VPathNotFoundException(context, site);
+    case ERROR_ACCESS_DENIED:
+        throw VAccessDeniedException(context, site);
+    case ERROR_SHARING_VIOLATION:
+        throw VSharingViolationException(context, site);
+    case ERROR_SERVICE_DOES_NOT_EXIST:
+        throw VServiceDoesNotExistException(context, site);
+    default:
+        throw vosexception(code, context, site);
+    }
 }
 
 void throwLastError(std::initializer_list<std::wstring_view> context, RaiseSite site)

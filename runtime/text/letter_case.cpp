@@ -29,3 +29,19 @@ std::wstring upperCase(std::wstring text)
 {
     return mapped(std::move(text), LCMAP_UPPERCASE);
 }
+
+bool lessIgnoringCase(std::wstring_view left, std::wstring_view right)
+{
+    return lowerCase(std::wstring(left)) < lowerCase(std::wstring(right));
+}
+
+bool equalIgnoringCase(std::wstring_view left, std::wstring_view right)
+{
+    return left.size() == right.size() && startsWithIgnoringCase(left, right);
+}
+
+bool startsWithIgnoringCase(std::wstring_view text, std::wstring_view prefix)
+{
+    return text.size() >= prefix.size() &&
+           lowerCase(std::wstring(text.substr(0, prefix.size()))) == lowerCase(std::wstring(prefix));
+}

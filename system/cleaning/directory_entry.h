@@ -16,6 +16,8 @@ struct DirectoryEntry
     std::uint64_t size;
     FILETIME creationTime, lastAccessTime, lastWriteTime; // UTC
 
+    /// The directory itself or the one above it, which are no entries of their own; a name that is empty counts too.
+    bool isDots() const noexcept { return name.empty() || name == L"." || name == L".."; }
     bool isDirectory() const noexcept { return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
     /// A directory that is no link to another one.
     bool isRealDirectory() const noexcept { return isDirectory() && !isNameSurrogate; }

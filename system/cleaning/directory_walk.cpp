@@ -6,6 +6,7 @@
 
 namespace {
 
+constexpr DWORD linkFollowed = 741; // ERROR_REPARSE: the walk starts again with the path that the link leads to
 constexpr std::wstring_view literalPrefix = L"\\\\?\\";
 
 /// The path in the form that the system takes literally.
@@ -62,6 +63,71 @@ DWORD openStep(IDirectorySource& source, const DirectoryAt& directory, std::wstr
     return liesAt(directory.location, found, step.location) ? ERROR_SUCCESS : leadsElsewhere;
 }
 
+/// Where a trusted link leads the walk, with the rest of the path behind it.
+/// @param start, end  of the link's name in the path
+DWORD follow(
+    IDirectorySource& source, IDirectorySource::Handle link, std::wstring& path, std::size_t start, std::size_t end)
+{
+    if (!source.isTrusted(link))
+        return untrustedLink;
+    std::wstring target;
+    if (const DWORD code = source.targetOf(link, target))
+        return code;
+    if (!path::isAbsolute(target))
+        target.insert(0, path, 0, start);
+    target.append(L"\\").append(path, end);
+    path = literal(path::normalise(target));
+    return ERROR_SUCCESS;
+}
+
+/// The root of the path's volume.
+DWORD openRoot(IDirectorySource& source, const std::wstring& root, DirectoryAt& opened)
+{
+    const DWORD code = source.openRoot(root, opened.object.receive());
+    if (code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME || code == ERROR_NOT_READY)
+        return ERROR_PATH_NOT_FOUND; // a server or a disk that is away
+    return code == ERROR_SUCCESS ? source.locationOf(opened.object.get(), opened.location) : code;
+}
+
+/// Walks the path up to its end or to the first link.
+/// @param path    literal; where a link was met, it is replaced by the path that the link leads to
+/// @param opened  the directory at the end; unchanged where a link was met
+/// @return linkFollowed where a link was met
+DWORD walk(IDirectorySource& source, std::wstring& path, DirectoryAt& opened)
+{
+    std::size_t start = rootLength(path);
+    if (start == std::wstring::npos)
+        return ERROR_BAD_PATHNAME;
+    DirectoryAt directory{OpenObject(source), {}};
+    if (const DWORD code = openRoot(source, path.substr(0, start), directory))
+        return code;
+    start = path.find_first_not_of(L'\\', start);
+    if (start == std::wstring::npos)
+        return ERROR_BAD_PATHNAME; // a volume's root
+    while (start != std::wstring::npos) {
+        const std::size_t end = std::min(path.find(L'\\', start), path.size());
+        const std::size_t next = path.find_first_not_of(L'\\', end);
+        DirectoryAt step{OpenObject(source), {}};
+        ObjectKind kind{};
+        const std::wstring name = path.substr(start, end - start);
+        if (const DWORD code = openStep(source, directory, name, next == std::wstring::npos, step, kind))
+            return code;
+        switch (kind) {
+        case ObjectKind::file:
+            return ERROR_DIRECTORY;
+        case ObjectKind::link: {
+            const DWORD code = follow(source, step.object.get(), path, start, end);
+            return code == ERROR_SUCCESS ? linkFollowed : code;
+        }
+        case ObjectKind::directory:
+            directory = std::move(step);
+            start = next;
+        }
+    }
+    opened = std::move(directory);
+    return ERROR_SUCCESS;
+}
+
 } // namespace
 
 DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, DirectoryAt& opened)
@@ -69,52 +135,8 @@ DWORD openCleanedDirectory(IDirectorySource& source, const std::wstring& path, D
     constexpr int mostLinks = 16;
     std::wstring whole = literal(path);
     for (int links = 0; links <= mostLinks; ++links) {
-        std::size_t start = rootLength(whole);
-        if (start == std::wstring::npos)
-            return ERROR_BAD_PATHNAME;
-        DirectoryAt directory{OpenObject(source), {}};
-        DWORD code = source.openRoot(whole.substr(0, start), directory.object.receive());
-        if (code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME || code == ERROR_NOT_READY)
-            code = ERROR_PATH_NOT_FOUND; // a server or a disk that is away
-        if (code == ERROR_SUCCESS)
-            code = source.locationOf(directory.object.get(), directory.location);
-        bool isRoot = true;
-        bool followed = false;
-        while (code == ERROR_SUCCESS && !followed) {
-            start = whole.find_first_not_of(L'\\', start);
-            if (start == std::wstring::npos) {
-                if (isRoot)
-                    return ERROR_BAD_PATHNAME;
-                opened = std::move(directory);
-                return ERROR_SUCCESS;
-            }
-            const std::size_t end = std::min(whole.find(L'\\', start), whole.size());
-            const bool isLast = whole.find_first_not_of(L'\\', end) == std::wstring::npos;
-            DirectoryAt step{OpenObject(source), {}};
-            ObjectKind kind{};
-            code = openStep(source, directory, whole.substr(start, end - start), isLast, step, kind);
-            if (code == ERROR_SUCCESS && kind == ObjectKind::file)
-                code = ERROR_DIRECTORY;
-            if (code != ERROR_SUCCESS)
-                break;
-            if (kind == ObjectKind::link) {
-                std::wstring target;
-                code =
-                    source.isTrusted(step.object.get()) ? source.targetOf(step.object.get(), target) : untrustedLink;
-                if (code == ERROR_SUCCESS) {
-                    if (!path::isAbsolute(target))
-                        target.insert(0, whole, 0, start);
-                    target.append(L"\\").append(whole, end);
-                    whole = literal(path::normalise(target));
-                    followed = true;
-                }
-            } else {
-                directory = std::move(step);
-                isRoot = false;
-                start = end;
-            }
-        }
-        if (!followed)
+        const DWORD code = walk(source, whole, opened);
+        if (code != linkFollowed)
             return code;
     }
     return ERROR_CANT_RESOLVE_FILENAME;

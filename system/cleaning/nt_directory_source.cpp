@@ -2,7 +2,8 @@
 
 #include "runtime/handle/handles.h"
 #include "system/cleaning/disposition.h"
-#include "system/cleaning/reparse_point.h"
+#include "system/cleaning/link_target.h"
+#include "system/cleaning/link_trust.h"
 
 #include <winternl.h>
 
@@ -174,5 +175,5 @@ DWORD NtDirectorySource::targetOf(Handle link, std::wstring& target)
 
 bool NtDirectorySource::isTrusted(Handle link) noexcept
 {
-    return isLinkOfMachine(link);
+    return isLinkTrusted(link);
 }

@@ -1,17 +1,17 @@
 #include "system/cleaning/open_object.h"
 
+#include "runtime/path.h"
+
 #include <algorithm>
 
 bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location)
 {
-    std::wstring expected(directory);
-    if (!expected.ends_with(L'\\')) // as a volume's root does
-        expected += L'\\';
-    expected += name;
+    const std::wstring expected = path::append(std::wstring(directory), name);
     std::size_t at = 0, found = 0;
     while (at < expected.size()) {
         if (found < location.size() && expected[at] == location[found]) {
-            ++at, ++found;
+            ++at;
+            ++found;
             continue;
         }
         // Wine tells names without the dots and blanks at their ends. They are opened whole, there too.

@@ -7,10 +7,16 @@
 
 namespace {
 
-void remove(const std::wstring& path, DWORD (TreeRemoval::*how)(const DirectoryAt&, std::wstring_view))
+enum class What
+{
+    entry,
+    tree
+};
+
+void remove(const std::wstring& path, What what)
 {
     constexpr long longestWait = 2000;
-    static RemovalPatience patience(longestWait);
+    static RetryBudget patience(longestWait);
     TreeRemoval removal(cleaning::source(), patience);
     const std::size_t separator = path.rfind(L'\\');
     const DirectoryAt* parent = nullptr;
@@ -18,7 +24,8 @@ void remove(const std::wstring& path, DWORD (TreeRemoval::*how)(const DirectoryA
     DWORD code =
         separator == std::wstring::npos ? ERROR_BAD_PATHNAME : cleaning::directory(path.substr(0, separator), parent);
     if (code == ERROR_SUCCESS) {
-        code = (removal.*how)(*parent, std::wstring_view(path).substr(separator + 1));
+        const std::wstring_view name = std::wstring_view(path).substr(separator + 1);
+        code = what == What::tree ? removal.removeTree(*parent, name) : removal.removeEntry(*parent, name);
         failed = path.substr(0, separator + 1) + removal.failedPath();
     }
     if (code != ERROR_SUCCESS && !isMissing(code))
@@ -29,10 +36,10 @@ void remove(const std::wstring& path, DWORD (TreeRemoval::*how)(const DirectoryA
 
 void removeFile(const std::wstring& path)
 {
-    remove(path, &TreeRemoval::removeEntry);
+    remove(path, What::entry);
 }
 
 void removeDirectory(const std::wstring& path)
 {
-    remove(path, &TreeRemoval::removeTree);
+    remove(path, What::tree);
 }

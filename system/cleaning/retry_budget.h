@@ -4,10 +4,10 @@
 
 /// How long removals may wait for others in all: short pauses, out of one budget for the life of the object. A
 /// thousand locked files thus cost no more than the budget.
-class RemovalPatience
+class RetryBudget
 {
 public:
-    explicit RemovalPatience(long budgetMilliseconds) noexcept : left_(budgetMilliseconds) {}
+    explicit RetryBudget(long budgetMilliseconds) noexcept : left_(budgetMilliseconds) {}
 
     /// Repeats an attempt while its Win32 code says that the obstacle may pass: somebody has the object open, its
     /// removal is under way, or a directory's last entry is, or it was moved between two looks. @return the last code

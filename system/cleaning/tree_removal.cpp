@@ -4,11 +4,6 @@
 
 namespace {
 
-bool isDots(std::wstring_view name) noexcept
-{
-    return name == L"." || name == L"..";
-}
-
 DWORD successIfMissing(DWORD code) noexcept
 {
     return isMissing(code) ? ERROR_SUCCESS : code;
@@ -32,7 +27,7 @@ DWORD TreeRemoval::openEntry(IDirectorySource::Handle parent, std::wstring_view 
 DWORD TreeRemoval::removeEntryAt(
     IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name)
 {
-    return patience_.repeat([&] {
+    return retries_.repeat([&] {
         using Type = Opening::Type;
         OpenObject object(source_);
         DWORD code = openEntry(parent, parentLocation, name, {.type = Type::file, .remove = true}, object);
@@ -88,7 +83,7 @@ DWORD TreeRemoval::enter(IDirectorySource::Handle parent, const std::wstring& na
 {
     Level level{OpenObject(source_), name, true, {}};
     Opening opening{.type = Opening::Type::directory, .list = true, .remove = true, .pinned = true};
-    DWORD code = patience_.repeat([&] { return openEntry(parent, location_, name, opening, level.object); });
+    DWORD code = retries_.repeat([&] { return openEntry(parent, location_, name, opening, level.object); });
     if (code == ERROR_SHARING_VIOLATION || code == ERROR_ACCESS_DENIED) {
         // It is in use, or not to be removed, but what is in it may be.
         opening.remove = opening.pinned = level.removable = false;
@@ -116,7 +111,7 @@ DWORD TreeRemoval::removeFilesOf(Level& level)
     for (; code == ERROR_SUCCESS; code = source_.list(level.object.get(), false, entries)) {
         for (DirectoryEntry& entry : entries) {
             if (entry.isRealDirectory()) {
-                if (!isDots(entry.name))
+                if (!entry.isDots())
                     level.directories.push_back(std::move(entry.name));
             } else if (const DWORD failure = removeEntryAt(level.object.get(), location_, entry.name)) {
                 return note(entry.name, failure);
@@ -131,7 +126,7 @@ DWORD TreeRemoval::leave(IDirectorySource::Handle parent)
     Level level = std::move(levels_.back());
     levels_.pop_back();
     location_.resize(location_.size() - level.name.size() - 1);
-    const DWORD code = patience_.repeat([&] {
+    const DWORD code = retries_.repeat([&] {
         DWORD attempt = ERROR_SUCCESS;
         if (!level.removable) {
             const Opening opening{.type = Opening::Type::directory, .remove = true, .pinned = true};

@@ -9,9 +9,7 @@ class TreeRemoval
 {
 public:
     /// Both are used for the life of the object, not owned.
-    TreeRemoval(IDirectorySource& source, RemovalPatience& patience) noexcept : source_(source), patience_(patience)
-    {
-    }
+    TreeRemoval(IDirectorySource& source, RetryBudget& patience) noexcept : source_(source), retries_(patience) {}
 
     /// Removes a file or a link. A directory that is none is left alone: unexpectedDirectory.
     /// @return a Win32 code; an entry that is not there counts as removed
@@ -45,7 +43,7 @@ private:
     DWORD note(std::wstring_view name, DWORD code);
 
     IDirectorySource& source_;
-    RemovalPatience& patience_;
+    RetryBudget& retries_;
     std::vector<Level> levels_; // not the program's stack: trees may be as deep as they like
     std::wstring location_;     // of the innermost level
     std::wstring failedPath_;

@@ -31,7 +31,7 @@ struct Tree
     DWORD removeTop()
     {
         DirectoryAt parent{OpenObject(source), {}};
-        RemovalPatience patience(0);
+        RetryBudget patience(0);
         const DWORD code = openCleanedDirectory(source, L"X:\\clean", parent);
         return code == ERROR_SUCCESS ? TreeRemoval(source, patience).removeTree(parent, L"top") : code;
     }

@@ -30,15 +30,15 @@ std::wstring absoluteRoot()
     std::wstring root = directory(L"PRODUCT_ROOT_D");
     // Programs are run from there as administrator: never relative to wherever the caller happens to be.
     if (!path::isAbsolute(root)) {
-        throw vexception(
-            L"The product's root directory is not an absolute path: '" + root + L"'", {"panel::rootDirectory"});
+        throw vexception(L"The product's root directory is not an absolute path: '" + root + L"'",
+            {"panel::installationDirectory"});
     }
     return root;
 }
 
 } // namespace
 
-std::wstring panel::rootDirectory()
+std::wstring panel::installationDirectory()
 {
     static const std::wstring root = absoluteRoot();
     return root;

@@ -65,7 +65,8 @@ void run(const std::wstring& name, const std::wstring& arguments, const std::wst
 
 std::wstring findUtilPath(const std::wstring& name, bool bin64)
 {
-    const std::wstring directory = path::combine(panel::rootDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
+    const std::wstring directory =
+        path::combine(panel::installationDirectory(), bin64 ? L"admin\\bin64" : L"admin\\bin");
     std::wstring path = path::combine(directory, path::hasExtension(name, L".exe") ? name : name + L".exe");
     if (!path::isFile(path))
         throw vexception(L"Unable to find path of '" + name + L"'", {"findUtilPath"});

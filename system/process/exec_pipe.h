@@ -1,6 +1,6 @@
 #pragma once
 
-#include "config/pipe/overlapped_pipe.h"
+#include "config/pipe/server_pipe.h"
 
 #include <string>
 

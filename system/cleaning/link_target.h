@@ -14,7 +14,3 @@ constexpr bool isLinkTag(DWORD tag) noexcept
 /// Where an open link leads: an absolute path of the form "\\?\...", or one relative to the link's directory.
 /// @return a Win32 code; ERROR_REPARSE_TAG_INVALID for a link of a kind that has no path
 DWORD linkTarget(HANDLE link, std::wstring& target);
-
-/// Whether an open link (with READ_CONTROL) belongs to SYSTEM, Administrators or TrustedInstaller, and nobody else
-/// may change where it leads. What cannot be told is not so.
-bool isLinkOfMachine(HANDLE link) noexcept;
