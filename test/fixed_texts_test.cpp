@@ -1,0 +1,235 @@
+// Texts, line numbers and names that readers of the panel's logs know. Some are misspelt, some lines are not those of
+// the source any more, some names are of functions that do not exist: they are an interface, and stay as they are.
+
+#include "app/params.h"
+#include "app/vconsoleapp.h"
+#include "config/management_service/kelvo_srv_client.h"
+#include "logging/crash/crash_dump.h"
+#include "logging/crash/crash_dump_info.h"
+#include "logging/sink/event_log.h"
+#include "runtime/module.h"
+#include "runtime/operation/span.h"
+#include "runtime/path.h"
+#include "runtime/text/code_page.h"
+#include "system/default_system_helper.h"
+#include "system/panel/panel_utility.h"
+#include "system/panel/util_exec_log.h"
+#include "test/child_process.h"
+#include "test/failure.h"
+#include "test/recording_handler.h"
+#include "test/replaced_import.h"
+#include "test/sandbox.h"
+#include "test/scripted_pipe.h"
+#include "test/text_pattern.h"
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+
+struct SilentServiceLog : IServiceLog
+{
+    void info(const std::wstring&) noexcept override {}
+    void warning(const std::wstring&) noexcept override {}
+    void error(const vexception&) noexcept override {}
+};
+
+/// What the replaced imports were called with.
+std::vector<std::string> calls;
+
+HANDLE WINAPI failToRegister(const wchar_t*, const wchar_t*)
+{
+    SetLastError(RPC_S_SERVER_UNAVAILABLE);
+    return nullptr;
+}
+
+BOOL WINAPI failToReport(HANDLE, WORD, WORD, DWORD, PSID, WORD, DWORD, const wchar_t**, void*)
+{
+    return FALSE;
+}
+
+BOOL WINAPI closeLog(HANDLE)
+{
+    calls.emplace_back("CloseEventLog");
+    return TRUE;
+}
+
+BOOL WINAPI deregister(HANDLE)
+{
+    calls.emplace_back("DeregisterEventSource");
+    return TRUE;
+}
+
+// Not the import, which is replaced.
+const auto systemCreateKey = reinterpret_cast<decltype(&RegCreateKeyExW)>(
+    reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), "RegCreateKeyExW")));
+
+LSTATUS WINAPI createKey(HKEY root, const wchar_t* name, DWORD reserved, wchar_t* type, DWORD options, REGSAM access,
+    SECURITY_ATTRIBUTES* security, HKEY* key, DWORD* disposition)
+{
+    calls.push_back(toNarrow(name, utf8CodePage));
+    return systemCreateKey(root, name, reserved, type, options, access, security, key, disposition);
+}
+
+DWORD WINAPI failToName(HMODULE, wchar_t*, DWORD)
+{
+    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+    return 0;
+}
+
+BOOL WINAPI failToDump(HANDLE, DWORD, HANDLE, int, void*, void*, void*)
+{
+    SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+FARPROC WINAPI findFailingDump(HMODULE, const char*)
+{
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(failToDump));
+}
+
+class FixedTexts : public RegistrySandbox
+{
+protected:
+    /// Whether the text of the call's failure, with its trail, is as the pattern says ('#' for any number, '~' for
+    /// anything).
+    static void expect(const char* name, const std::wstring& pattern, const std::function<void()>& call)
+    {
+        const std::wstring text = failureOf(call);
+        EXPECT_TRUE(fits(text, pattern)) << name << "\nexpected: " << testing::PrintToString(pattern)
+                                         << "\ngot:      " << testing::PrintToString(text);
+    }
+    std::wstring lastRecord() const { return records.records.empty() ? L"" : records.records.back().message; }
+
+    RecordingHandler records;
+    const ProductRoot root;
+};
+
+} // namespace
+
+TEST_F(FixedTexts, OfTheCommandLine)
+{
+    const ParameterMap stray{{L"--stray", L""}};
+    const Params params(stray);
+    const wchar_t* const arguments[] = {L"mendkit", L"--pwd=x"};
+    expect("a missing parameter",
+        L"Missing required parameter --a. Possible parameters:\n    --a\n   at (Params::check line 72)",
+        [&] { params.check(L"--a\0"sv, {}); });
+    expect("an unexpected parameter",
+        L"Unexpected parameter --stray. Possible parameters:\n    [--b]\n   at (Params::check line 105)",
+        [&] { params.check({}, L"--b\0"sv); });
+    expect("a parameter that is not there",
+        L"Missing required parameter --a. \n   at (Params::reportMissingParameter line 39)",
+        [&] { params.get(L"--a"); });
+    expect("no handler",
+        L"Invalid command --pwd=*\n   at (vconsoleapp::go line 68)\n   at (vconsoleapp::start line 95) "
+        L"Unable to execute console command: '--pwd=*'",
+        [&] { vconsoleapp().start(2, arguments); });
+    expect("no usage",
+        L"Missing command parameter\n   at (vconsoleapp::usage line 100)\n   at (vconsoleapp::start line 95) "
+        L"Unable to execute console command: ''",
+        [&] { vconsoleapp().start(1, arguments); });
+    expect("an unknown command",
+        L"command  not supported. Possible commands:\nx\n   at (vconsoleapp::cmdNotSupported line 56)",
+        [&] { vconsoleapp().cmdNotSupported(L"x"); });
+}
+
+TEST_F(FixedTexts, OfUtilities)
+{
+    expect("no installation directory",
+        L"~\n   at (startKelvoUtilInternal line #) Unable to call startKelvoUtilInternal(u, \"--pwd=*\")"
+        L"\n   at (execKelvoUtil line 120) Unable to executre command: u \"--pwd=*\""
+        L"\n   at (execKelvoUtil line 127) Unabke to call execKelvoUtil(u \"--pwd=*\"",
+        [] { execKelvoUtil(L"u", L"--pwd=x", nullptr, true, nullptr, false); });
+    setConfig(L"log_util_exec_enabled", L"no number");
+    writeToUtilExecLog(true, L"u", L"", 0);
+    EXPECT_TRUE(fits(lastRecord(), L"~\n   at (writeToUtilExecLog line #) Unabale to call writeToUtilExecLog()"s))
+        << testing::PrintToString(lastRecord());
+}
+
+TEST_F(FixedTexts, OfTheManagementService)
+{
+    ScriptedPipe service(ScriptedPipe::Script{});
+    setConfig(L"zrmpipe", service.name());
+    SilentServiceLog log;
+    expect("a service that closes the pipe",
+        L"Pipe is finished\n   at (vpipechannel::client::query line 252)\n   at (KelvoSrvClient::getString line #) "
+        L"Unable to "
+        L"call getString(x)",
+        [&] { KelvoSrvClient(log).getString(L"x"); });
+}
+
+TEST_F(FixedTexts, OfTheRuntime)
+{
+    constexpr unsigned noCodePage = 99'999;
+    expect("wide to narrow",
+        L"~ (Error code 87) at Maps a wide-character (Unicode) string to a character stringz\n   at (~ line #)",
+        [] { toNarrow(L"x", noCodePage); });
+    expect("narrow to wide",
+        L"~ (Error code 87) at Maps a character string to a wide-character (Unicode) string failed\n   at (~ line #)",
+        [] { toWide("x", noCodePage); });
+    expect("a path without a root", L"~\n   at (VFileName::root line #)", [] { path::root(L"relative"); });
+    const ReplacedImport name("GetModuleFileNameW", failToName);
+    expect("no module name", L"~ at GetModuleFileName\n   at (moduleName line #)", [] { moduleFileName(); });
+}
+
+TEST_F(FixedTexts, OfFilesAndDirectories)
+{
+    KelvoRepairAdapter::DefaultSystemHelper helper;
+    const std::wstring file = root.path() + L"\\file";
+    const UniqueFile busy(CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, CREATE_NEW, 0, nullptr));
+    expect("a directory that cannot be read",
+        L"~ at Unable to read directory (" + file + L")\n   at (RunTime::File::findFirstFile line #)\n   at (~",
+        [&] { helper.listDirectory(file, 2); });
+    expect("a file that cannot be removed",
+        L"~ at Unable to remove path (" + file + L")\n   at (RunTime::File::remove line #)\n   at (~",
+        [&] { helper.removeFile(file); });
+}
+
+TEST_F(FixedTexts, OfCrashDumps)
+{
+    setConfig(L"CrashDumpsEnabled", 0);
+    CrashDumpInfo info;
+    expect("dumps that are off", L"Crash dumping does not enabled\n   at (CrashDumpInfo::getFileName line 688)",
+        [&] { info.getFileName(); });
+
+    const ReplacedImport find("GetProcAddress", findFailingDump);
+    EXCEPTION_RECORD record{};
+    CONTEXT context{};
+    EXCEPTION_POINTERS pointers{&record, &context};
+    const std::wstring file = root.path() + L"\\x.dmp";
+    internalDumpMiniDump(file, &pointers, MiniDumpNormal);
+    EXPECT_TRUE(fits(
+        lastRecord(), L"~ (Error code 112) at Unable to generate dump file\n   at (internalDumpMiniDump line 740)"
+                      L"\n   at (internalDumpMiniDump line #) Unable to call internalDumpMiniDump(" +
+                          file + L")"))
+        << testing::PrintToString(lastRecord());
+}
+
+TEST_F(FixedTexts, OfTheEventLog)
+{
+    setConfig(L"PRODUCT_ROOT_D", root.path());
+    const ReplacedImport close("CloseEventLog", closeLog), other("DeregisterEventSource", deregister);
+    {
+        const ReplacedImport registration("RegisterEventSourceW", failToRegister);
+        expect("no event source",
+            L"~ (Error code 1722) at RegisterEventSource\n   at (LogManager::getEventLog line 415)",
+            [] { EventLog().handle(); });
+    }
+    EventLog log;
+    calls.clear();
+    {
+        const ReplacedImport report("ReportEventW", failToReport);
+        log.report(LogLevel::Error, L"x");
+        EXPECT_EQ(std::vector<std::string>{"CloseEventLog"}, calls) << "the call that closes a source that failed";
+    }
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM");
+    calls.clear();
+    const ReplacedImport create("RegCreateKeyExW", createKey);
+    EXPECT_NE(nullptr, log.handle());
+    const std::string parent = "\\CurrentControlSet\\Services\\EventLog\\Kelvo";
+    EXPECT_EQ((std::vector<std::string>{"SYSTEM" + parent, "System" + parent + "\\fixed_texts_test"}), calls);
+}
