@@ -46,6 +46,12 @@ struct Attack
     {"ReplaceInnerFileByJunction", Way::replaceByJunction, L"area\\dumps\\dir\\b"},
 };
 
+/// What GoogleTest shows of a row.
+void PrintTo(const Attack& attack, std::ostream* out)
+{
+    *out << attack.name;
+}
+
 /// The folder's Unix name, as the stops want it; null where there are none.
 std::wstring unixName(const std::wstring& path)
 {

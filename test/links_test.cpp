@@ -112,6 +112,12 @@ struct Case
         L"others than the administrators"},
 };
 
+/// What GoogleTest shows of a row.
+void PrintTo(const Case& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
 class Links : public LinkRun, public testing::WithParamInterface<std::tuple<Case, const wchar_t*>>
 {
 };
