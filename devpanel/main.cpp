@@ -1,4 +1,5 @@
-// Stands in for the panel on machines that have none: devpanel install | ensure | serve [silence [pipe]] | service
+// Stands in for the panel on machines that have none:
+//   devpanel install | ensure | serve [silence [pipe [root dumps]]] | service
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
@@ -47,7 +48,8 @@ int wmain(int argc, wchar_t** argv)
         } else if (mode == L"ensure") {
             ensurePipe();
         } else if (mode == L"serve") {
-            servePipe(argc > 2 ? static_cast<DWORD>(_wtoi(argv[2])) : 0, argc > 3 ? argv[3] : panelPipe);
+            servePipe(argc > 2 ? static_cast<DWORD>(_wtoi(argv[2])) : 0, argc > 3 ? argv[3] : panelPipe,
+                argc > 5 ? PanelValues{argv[4], argv[5]} : PanelValues{});
         } else if (mode == L"service") {
             wchar_t name[] = L"";
             const SERVICE_TABLE_ENTRYW table[] = {{name, runService}, {nullptr, nullptr}};

@@ -32,15 +32,15 @@ std::string readMessage(Con::OverlappedPipe& pipe)
     return readExactly(message.data(), length) ? message : std::string();
 }
 
-std::string replyTo(const std::string& message)
+std::string replyTo(const std::string& message, const PanelValues& values)
 {
     constexpr std::size_t operationSize = 20;
     vserializer::writer body, reply;
     const std::wstring name = vserializer::reader(std::string_view(message).substr(operationSize)).text();
     if (name == L"PRODUCT_ROOT_D") {
-        body.text(panelRoot);
+        body.text(values.root);
     } else if (name == L"DumpTempDir") {
-        body.text(std::wstring(panelRoot) + L"\\var\\dumps");
+        body.text(values.dumps);
     } else {
         body.number(0xffffffff);
         body.text(L"No such value: " + name);
@@ -52,7 +52,7 @@ std::string replyTo(const std::string& message)
 
 } // namespace
 
-void servePipe(DWORD silenceMilliseconds, const std::wstring& name)
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values)
 {
     constexpr DWORD idle = 5000, longestCommand = 600'000; // a client keeps its connection while it works
     Con::ServerOverlappedPipe pipe(longestCommand);
@@ -64,7 +64,7 @@ void servePipe(DWORD silenceMilliseconds, const std::wstring& name)
     while (pipe.connect(idle)) {
         try {
             for (std::string message = readMessage(pipe); !message.empty(); message = readMessage(pipe)) {
-                const std::string reply = replyTo(message);
+                const std::string reply = replyTo(message, values);
                 Sleep(silenceMilliseconds);
                 pipe.write(reply.data(), reply.size());
             }

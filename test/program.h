@@ -27,11 +27,13 @@ protected:
     static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
 
     /// A management service with one client at a time, once it is there for it.
-    std::unique_ptr<vexecutil> serve(const wchar_t* silence, const wchar_t* pipe) const
+    /// @param values  its answers, quoted: the root and the directory of dumps
+    std::unique_ptr<vexecutil> serve(
+        const wchar_t* silence, const wchar_t* pipe, const std::wstring& values = L"") const
     {
         auto service = std::make_unique<vexecutil>();
         service->path = devpanel;
-        service->arguments = L"serve " + std::wstring(silence) + L" " + pipe;
+        service->arguments = L"serve " + std::wstring(silence) + L" " + pipe + L" " + values;
         startPatiently(*service);
         while (!isFree(pipe))
             Sleep(5);

@@ -1,0 +1,245 @@
+#include "test/links.h"
+
+#include "test/sandbox.h"
+
+#include <sddl.h>
+#include <winioctl.h>
+#include <winternl.h>
+
+#include <cstring>
+#include <fstream>
+#include <vector>
+
+namespace {
+
+constexpr DWORD relativeFlag = 1;
+
+/// Opens the object itself. CreateFile cannot ask for that under Wine 8.
+UniqueFile openObject(const std::wstring& path, ACCESS_MASK access)
+{
+    std::wstring name = L"\\??\\" + path;
+    UNICODE_STRING text{};
+    RtlInitUnicodeString(&text, name.c_str());
+    OBJECT_ATTRIBUTES attributes;
+    InitializeObjectAttributes(&attributes, &text, OBJ_CASE_INSENSITIVE, nullptr, nullptr);
+    IO_STATUS_BLOCK status;
+    HANDLE opened = nullptr;
+    const NTSTATUS result = NtCreateFile(&opened, access | SYNCHRONIZE, &attributes, &status, nullptr, 0,
+        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, FILE_OPEN,
+        FILE_OPEN_REPARSE_POINT | FILE_OPEN_FOR_BACKUP_INTENT | FILE_SYNCHRONOUS_IO_NONALERT, nullptr, 0);
+    SetLastError(RtlNtStatusToDosError(result));
+    return UniqueFile(NT_SUCCESS(result) ? opened : INVALID_HANDLE_VALUE);
+}
+
+/// A reparse point's data as FSCTL_SET_REPARSE_POINT takes them.
+std::vector<BYTE> reparseData(const Node& node, const std::wstring& target)
+{
+    std::vector<BYTE> data;
+    const auto add = [&](const void* bytes, std::size_t size) {
+        const auto* first = static_cast<const BYTE*>(bytes);
+        data.insert(data.end(), first, first + size);
+    };
+    const auto addWord = [&](std::size_t value) { add(&value, sizeof(WORD)); };
+    const bool isLink = node.tag == 0, isJunction = node.kind == Node::Kind::junction;
+    const DWORD tag = !isLink ? node.tag : isJunction ? IO_REPARSE_TAG_MOUNT_POINT : IO_REPARSE_TAG_SYMLINK;
+    add(&tag, sizeof tag);
+    addWord(0); // the length, known at the end
+    addWord(0);
+    std::size_t header = data.size();
+    if (isLink) {
+        const bool isAbsolute = target.starts_with(L"\\??\\") || target.substr(1, 2) == L":\\";
+        const std::wstring name = (isAbsolute && !target.starts_with(L"\\") ? L"\\??\\" : L"") + target;
+        const std::size_t size = name.size() * sizeof(wchar_t), shown = target.size() * sizeof(wchar_t);
+        addWord(0);
+        addWord(size);
+        addWord(size + sizeof(wchar_t));
+        addWord(shown);
+        const DWORD flags = isAbsolute ? 0 : relativeFlag;
+        if (!isJunction)
+            add(&flags, sizeof flags);
+        add(name.c_str(), size + sizeof(wchar_t));
+        add(target.c_str(), shown + sizeof(wchar_t));
+    } else {
+        const GUID owner = {0x6d656e64, 0x6b69, 0x74, {1, 2, 3, 4, 5, 6, 7, 8}};
+        if (!IsReparseTagMicrosoft(tag)) {
+            add(&owner, sizeof owner);
+            header = data.size();
+        }
+        add("data", 4);
+    }
+    const auto length = static_cast<WORD>(data.size() - header);
+    std::memcpy(data.data() + sizeof tag, &length, sizeof length);
+    return data;
+}
+
+bool setRights(const std::wstring& path, const std::wstring& rights)
+{
+    PSECURITY_DESCRIPTOR descriptor = nullptr;
+    if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(rights.c_str(), SDDL_REVISION_1, &descriptor, nullptr))
+        return false;
+    const UniqueLocalMemory memory(descriptor);
+    const bool hasOwner = rights.starts_with(L"O:");
+    const UniqueFile object = openObject(path, WRITE_DAC | (hasOwner ? WRITE_OWNER : 0));
+    return object && SetKernelObjectSecurity(object.get(),
+                         DACL_SECURITY_INFORMATION | (hasOwner ? OWNER_SECURITY_INFORMATION : 0), descriptor);
+}
+
+/// An entry of a directory and whether it is a directory that may be entered.
+struct Entry
+{
+    std::wstring name;
+    bool isTree, isFile;
+};
+
+/// Whether a directory that is a reparse point has entries of its own. All others are taken for links.
+bool hasOwnEntries(const std::wstring& path)
+{
+    constexpr DWORD directoryBit = 0x10000000;
+    const UniqueFile object = openObject(path, FILE_READ_ATTRIBUTES);
+    FILE_ATTRIBUTE_TAG_INFO info{};
+    return object && GetFileInformationByHandleEx(object.get(), FileAttributeTagInfo, &info, sizeof info) &&
+           (info.ReparseTag & directoryBit) != 0 && !IsReparseTagNameSurrogate(info.ReparseTag);
+}
+
+std::vector<Entry> entriesOf(const std::wstring& path)
+{
+    std::vector<Entry> entries;
+    WIN32_FIND_DATAW found;
+    const HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return entries;
+    do {
+        if (std::wstring_view(L"..").find(found.cFileName) != std::wstring_view::npos)
+            continue;
+        const bool isDirectory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
+                   isReparsePoint = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+        entries.push_back(
+            {found.cFileName, isDirectory && (!isReparsePoint || hasOwnEntries(path + L'\\' + found.cFileName)),
+                !isDirectory && !isReparsePoint});
+    } while (FindNextFileW(search, &found));
+    FindClose(search);
+    return entries;
+}
+
+bool removeObject(const std::wstring& path)
+{
+    const UniqueFile object = openObject(path, DELETE | FILE_WRITE_ATTRIBUTES);
+    if (!object)
+        return false;
+    FILE_BASIC_INFO basic{};
+    basic.FileAttributes = FILE_ATTRIBUTE_NORMAL; // no longer read-only
+    SetFileInformationByHandle(object.get(), FileBasicInfo, &basic, sizeof basic);
+    FILE_DISPOSITION_INFO info{TRUE};
+    return SetFileInformationByHandle(object.get(), FileDispositionInfo, &info, sizeof info);
+}
+
+void removeTree(const std::wstring& path)
+{
+    for (const Entry& entry : entriesOf(path)) {
+        if (entry.isTree)
+            removeTree(path + L'\\' + entry.name);
+        else
+            removeObject(path + L'\\' + entry.name);
+    }
+    removeObject(path);
+}
+
+} // namespace
+
+LinkTree::LinkTree() : base_(GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:\\mk" : L"C:\\mk")
+{
+    clear();
+    CreateDirectoryW(base_.c_str(), nullptr);
+}
+
+LinkTree::~LinkTree()
+{
+    clear();
+}
+
+bool LinkTree::canLink() const
+{
+    const bool can = make(junction(L"link", L"@"));
+    remove(L"link");
+    return can;
+}
+
+std::wstring LinkTree::expanded(std::wstring text) const
+{
+    for (std::size_t found = 0; (found = text.find_first_of(L"@#")) != std::wstring::npos;)
+        text.replace(found, 1, text[found] == L'@' ? base_ : base_.substr(2));
+    return text;
+}
+
+bool LinkTree::make(const Node& node) const
+{
+    using Kind = Node::Kind;
+    const std::wstring path = at(node.path);
+    for (std::size_t end = base_.size(); end < path.size(); end = path.find(L'\\', end + 1))
+        CreateDirectoryW(path.substr(0, end).c_str(), nullptr);
+    if (node.kind == Kind::file || node.kind == Kind::fileLink || node.kind == Kind::taggedFile)
+        std::ofstream(path.c_str()) << "x";
+    else
+        CreateDirectoryW(path.c_str(), nullptr);
+    if (node.kind != Kind::file && node.kind != Kind::directory && !turnIntoLink(node))
+        return false;
+    return static_cast<bool>(openObject(path, FILE_READ_ATTRIBUTES));
+}
+
+bool LinkTree::turnIntoLink(const Node& node) const
+{
+    std::vector<BYTE> data = reparseData(node, expanded(node.target));
+    const UniqueFile object = openObject(at(node.path), FILE_WRITE_ATTRIBUTES);
+    DWORD size = 0;
+    return object &&
+           DeviceIoControl(object.get(), FSCTL_SET_REPARSE_POINT, data.data(), static_cast<DWORD>(data.size()),
+               nullptr, 0, &size, nullptr) &&
+           (node.rights.empty() || setRights(at(node.path), node.rights));
+}
+
+bool LinkTree::remove(const std::wstring& path) const
+{
+    return removeObject(at(path));
+}
+
+bool LinkTree::rename(const std::wstring& from, const std::wstring& to) const
+{
+    const UniqueFile object = openObject(at(from), DELETE); // MoveFile would follow a link under Wine
+    return object && rename(object.get(), to);
+}
+
+bool LinkTree::rename(HANDLE object, const std::wstring& to) const
+{
+    constexpr auto renameInformation = static_cast<FILE_INFORMATION_CLASS>(10);
+    const std::wstring name = L"\\??\\" + at(to);
+    const std::size_t size = name.size() * sizeof(wchar_t);
+    std::vector<BYTE> buffer(sizeof(FILE_RENAME_INFO) + size);
+    auto& info = *reinterpret_cast<FILE_RENAME_INFO*>(buffer.data());
+    info.FileNameLength = static_cast<DWORD>(size);
+    std::memcpy(info.FileName, name.data(), size);
+    IO_STATUS_BLOCK status;
+    return NT_SUCCESS(
+        NtSetInformationFile(object, &status, buffer.data(), static_cast<ULONG>(buffer.size()), renameInformation));
+}
+
+UniqueFile LinkTree::open(const std::wstring& path, ACCESS_MASK access) const
+{
+    return openObject(at(path), access);
+}
+
+void LinkTree::clear() const
+{
+    removeTree(base_);
+}
+
+Snapshot LinkTree::snapshot(const std::wstring& path) const
+{
+    Snapshot found;
+    for (const Entry& entry : entriesOf(at(path))) {
+        const std::wstring inside = path.empty() ? entry.name : path + L'\\' + entry.name;
+        found[inside] = entry.isTree ? "directory" : entry.isFile ? readFile(at(inside)) : "link";
+        if (entry.isTree)
+            found.merge(snapshot(inside));
+    }
+    return found;
+}

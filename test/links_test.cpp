@@ -1,0 +1,173 @@
+// The cleaning of directories that hold links, or are reached through them: whole runs on real links. They need a
+// system that has links; under Wine only the one that scripts/test --links builds.
+
+#include "test/link_run.h"
+
+#include <set>
+
+namespace {
+
+constexpr DWORD unknownTag = 0x00000123, unknownSurrogate = 0x20000123, cloudTag = 0x9000601A;
+
+/// One row: what lies in the folder @ (its path without the drive: #) besides the canaries, and what a run removes.
+/// Everything else must survive as it is.
+struct Case
+{
+    const char* name;
+    std::vector<Node> nodes;
+    std::set<std::wstring> removed;     // without what lies in them
+    const wchar_t* complaint = L"";     // a part of a Warning or an Error; empty: there must be none
+    const wchar_t* dumps = L"@\\dumps"; // the directory of dumps, beside the panel's own in @\panel
+} const cases[] = {
+    // Links as entries of cleaned directories go as links.
+    {"Junction", {junction(L"dumps\\j", L"@\\canary")}, {L"dumps\\j"}},
+    {"JunctionOfTheMachine", {junction(L"dumps\\j", L"@\\canary").with(ofMachine)}, {L"dumps\\j"}},
+    {"JunctionDeepInATree", {file(L"dumps\\x\\y\\f"), junction(L"dumps\\x\\y\\z\\j", L"@\\canary")}, {L"dumps\\x"}},
+    {"JunctionToNothing", {junction(L"dumps\\j", L"@\\nothing")}, {L"dumps\\j"}},
+    {"JunctionToItsOwnDirectory", {junction(L"dumps\\x\\j", L"@\\dumps\\x")}, {L"dumps\\x"}},
+    {"JunctionToItself", {junction(L"dumps\\j", L"@\\dumps\\j")}, {L"dumps\\j"}},
+    {"MountPointOfAVolume",
+        {junction(L"dumps\\m", L"\\??\\Volume{00000000-0000-0000-0000-000000000043}\\"), file(L"dumps\\f")},
+        {L"dumps\\m", L"dumps\\f"}},
+    {"DirectoryLinks",
+        {directoryLink(L"dumps\\absolute", L"@\\canary"), directoryLink(L"dumps\\relative", L"..\\canary"),
+            directoryLink(L"dumps\\rooted", L"#\\canary"), directoryLink(L"dumps\\x\\up", L"..\\..\\canary\\dir")},
+        {L"dumps\\absolute", L"dumps\\relative", L"dumps\\rooted", L"dumps\\x"}},
+    {"FileLinks",
+        {fileLink(L"dumps\\absolute", L"@\\canary\\a"), fileLink(L"dumps\\relative", L"..\\canary\\a"),
+            fileLink(L"dumps\\rooted", L"#\\canary\\a"), fileLink(L"dumps\\x\\nothing", L"nothing"),
+            fileLink(L"dumps\\x\\up", L"..\\..\\canary\\dir\\b")},
+        {L"dumps\\absolute", L"dumps\\relative", L"dumps\\rooted", L"dumps\\x"}},
+    {"LinksWhereFilesAloneAreCleaned",
+        {file(L"panel\\tmp\\f"), fileLink(L"panel\\tmp\\l", L"@\\canary\\a"),
+            junction(L"panel\\tmp\\j", L"@\\canary"), file(L"panel\\tmp\\kept\\f")},
+        {L"panel\\tmp\\f", L"panel\\tmp\\l"}},
+    {"UnknownTags",
+        {taggedDirectory(L"dumps\\directory", unknownTag), taggedFile(L"dumps\\file", unknownTag),
+            taggedDirectory(L"dumps\\surrogate", unknownSurrogate), taggedFile(L"dumps\\s", unknownSurrogate),
+            taggedDirectory(L"dumps\\x\\surrogate", unknownSurrogate)},
+        {L"dumps\\directory", L"dumps\\file", L"dumps\\surrogate", L"dumps\\s", L"dumps\\x"}},
+    {"CloudDirectoryWithLinks",
+        {file(L"dumps\\cloud\\f"), file(L"dumps\\cloud\\x\\f"), junction(L"dumps\\cloud\\x\\j", L"@\\canary"),
+            taggedDirectory(L"dumps\\cloud\\x", cloudTag), taggedDirectory(L"dumps\\cloud", cloudTag)},
+        {L"dumps\\cloud"}},
+
+    // Links on the way to a cleaned directory are followed only if they are the machine's own.
+    {"DirectoryIsALink", {junction(L"dumps", L"@\\canary").with(ofOthers)}, {}, L"others than the administrators"},
+    {"DirectoryIsASymbolicLink", {directoryLink(L"dumps", L"canary").with(ofOthers)}, {},
+        L"others than the administrators"},
+    {"DirectoryIsALinkOfTheMachine",
+        {file(L"real\\f"), file(L"real\\x\\f"), junction(L"real\\j", L"@\\canary"),
+            junction(L"dumps", L"@\\real").with(ofMachine)},
+        {L"real\\f", L"real\\x", L"real\\j"}},
+    {"DirectoryIsASymbolicLinkOfTheMachine", {file(L"real\\f"), directoryLink(L"dumps", L"@\\real").with(ofMachine)},
+        {L"real\\f"}},
+    {"DirectoryIsARelativeLinkOfTheMachine",
+        {file(L"real\\f"), directoryLink(L"way\\dumps", L"..\\real").with(ofMachine)}, {L"real\\f"}, L"",
+        L"@\\way\\dumps"},
+    {"LinkOnTheWay", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
+        L"others than the administrators", L"@\\way\\dumps"},
+    {"LinkOfTheMachineOnTheWay", {file(L"real\\dumps\\f"), junction(L"way", L"@\\real").with(ofMachine)},
+        {L"real\\dumps\\f"}, L"", L"@\\way\\dumps"},
+    {"RelativeLinkOfTheMachineOnTheWay",
+        {file(L"real\\dumps\\f"), directoryLink(L"x\\way", L"..\\y\\..\\real").with(ofMachine)}, {L"real\\dumps\\f"},
+        L"", L"@\\x\\way\\dumps"},
+    {"ChainOfTheMachine",
+        {file(L"real\\dumps\\f"), junction(L"second", L"@\\real").with(ofMachine),
+            directoryLink(L"first", L"second").with(ofMachine)},
+        {L"real\\dumps\\f"}, L"", L"@\\first\\dumps"},
+    {"ChainThatOthersMayTurn",
+        {file(L"canary\\dumps\\f"), junction(L"second", L"@\\canary").with(ofOthers),
+            junction(L"first", L"@\\second").with(ofMachine)},
+        {}, L"others than the administrators", L"@\\first\\dumps"},
+    {"ChainWithoutEnd",
+        {junction(L"first", L"@\\second").with(ofMachine), junction(L"second", L"@\\first").with(ofMachine)}, {},
+        L"Unable to read directory", L"@\\first\\dumps"},
+    {"PanelBehindALink", {file(L"canary\\tmp\\f"), junction(L"panel", L"@\\canary").with(ofOthers)}, {},
+        L"others than the administrators"},
+    {"ParentIsALink", {file(L"canary\\tmp\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers)}, {},
+        L"others than the administrators"},
+    {"ParentIsALinkOfTheMachine", {file(L"real\\tmp\\f"), junction(L"panel\\MGX", L"@\\real").with(ofMachine)},
+        {L"real\\tmp\\f"}},
+    {"RefusedBesideCleaned",
+        {file(L"dumps\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers), file(L"panel\\PrivateTemp\\f")},
+        {L"dumps\\f", L"panel\\PrivateTemp\\f"}, L"others than the administrators"},
+    {"CloudDirectory", {file(L"dumps\\f"), taggedDirectory(L"dumps", cloudTag)}, {L"dumps\\f"}},
+    {"LinkSpeltLiterally", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
+        L"others than the administrators", L"\\\\?\\@\\way\\dumps"},
+
+    // Whose a link is: its owner, and whom its access list lets change it.
+    {"OwnerIsAnother", {junction(L"dumps", L"@\\canary").with(L"O:BUD:P(A;;FA;;;BA)")}, {},
+        L"others than the administrators"},
+    {"OwnerIsTheInstaller",
+        {file(L"real\\f"),
+            junction(L"dumps", L"@\\real")
+                .with(L"O:S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464D:P(A;;FA;;;BA)")},
+        {L"real\\f"}},
+    {"OthersMayWriteAttributes", {junction(L"dumps", L"@\\canary").with(L"O:BAD:P(A;;FA;;;BA)(A;;0x100;;;WD)")}, {},
+        L"others than the administrators"},
+    {"OthersMayChangeTheList", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WD;;;AU)")}, {},
+        L"others than the administrators"},
+    {"OthersMayTakeIt", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WO;;;BU)")}, {},
+        L"others than the administrators"},
+};
+
+/// What GoogleTest shows of a row.
+void PrintTo(const Case& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
+class Links : public LinkRun, public testing::WithParamInterface<std::tuple<Case, const wchar_t*>>
+{
+};
+
+/// What was there and is no longer, without what lay in it.
+std::set<std::wstring> removedBetween(const Snapshot& before, const Snapshot& after)
+{
+    std::set<std::wstring> removed;
+    for (const auto& [path, content] : before) {
+        const std::wstring parent = path.substr(0, path.rfind(L'\\'));
+        if (!after.contains(path) && (parent == path || after.contains(parent)))
+            removed.insert(path);
+    }
+    return removed;
+}
+
+} // namespace
+
+TEST_P(Links, GoAsLinksAndLeadNowhere)
+{
+    const auto& [row, system] = GetParam();
+    SetEnvironmentVariableW(L"WINERP_OLD", system);
+    makeCanaries();
+    for (const Node& node : row.nodes)
+        ASSERT_TRUE(tree.make(node)) << GetLastError() << testing::PrintToString(node.path);
+    const Snapshot before = tree.snapshot();
+    const ChildResult result = clean(row.dumps);
+    const Snapshot after = tree.snapshot();
+
+    EXPECT_EQ(row.removed, removedBetween(before, after));
+    for (const auto& [path, content] : after)
+        EXPECT_TRUE(before.contains(path) && before.at(path) == content) << testing::PrintToString(path);
+    const std::wstring log = root.log();
+    const bool hasComplaint = log.find(L" Warning: ") != std::wstring::npos || result.exitCode != 0;
+    EXPECT_EQ(row.complaint != std::wstring(), hasComplaint) << result.output << testing::PrintToString(log);
+    EXPECT_NE(std::wstring::npos, log.find(row.complaint)) << testing::PrintToString(log);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, Links, testing::Combine(testing::ValuesIn(cases), testing::Values(nullptr, L"1")), [](const auto& row) {
+        return std::string(std::get<0>(row.param).name) + (std::get<1>(row.param) ? "BeforeWindows10" : "");
+    });
+
+TEST_F(LinkRun, SparesTheDirectoryOfThisProgramBehindALink)
+{
+    const std::wstring program = tree.at(L"program\\mendkit.exe");
+    ASSERT_TRUE(tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofMachine)));
+    CopyFileW(builtProgram(L"app\\mendkit.exe").c_str(), program.c_str(), FALSE);
+    const Snapshot before = tree.snapshot();
+    EXPECT_EQ(0u, clean(L"@\\dumps", program).exitCode);
+    EXPECT_TRUE(before == tree.snapshot());
+    EXPECT_NE(std::wstring::npos, root.log().find(L"holds the system, or this program"));
+}
