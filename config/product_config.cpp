@@ -6,15 +6,15 @@ namespace config {
 
 namespace {
 
-/// A REG_DWORD of the product's key that is consulted all the time: read on the 1st, 17th, 33rd ... query, the last
-/// number read in between, 0 before. A missing value leaves the number as it was.
+/// A REG_DWORD of the configuration key that is queried often. The 1st, 17th, 33rd ... query reads the registry; the
+/// others return the last number read, initially 0. A missing value leaves the number unchanged.
 class CachedNumber
 {
 public:
-    /// @param name  name of the value; a literal, not copied
+    /// @param name  name of the value; not copied
     explicit constexpr CachedNumber(const wchar_t* name) noexcept : name_(name) {}
 
-    /// One query. @throws vexception when a due read finds a value of the wrong type or size
+    /// Counts as a query. @throws vexception when it reads a value of the wrong type or size
     DWORD query()
     {
         constexpr unsigned queriesPerRead = 16;
@@ -23,7 +23,7 @@ public:
         return number_;
     }
 
-    /// The last number read; no query.
+    /// The last number read. Does not count as a query.
     DWORD cached() const noexcept { return number_; }
 
 private:

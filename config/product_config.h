@@ -4,33 +4,35 @@
 
 #include <string>
 
-/// The panel's machine-wide settings: the values of one registry key, in the 32-bit view.
+/// The panel's machine-wide settings, which are values of one registry key.
 namespace config {
 
 inline constexpr wchar_t configKey[] = L"SOFTWARE\\Kelvo\\ZRM Config\\Config";
-/// The view in which every value is read, as the functions of `registry` number it.
+/// The registry view of all values, the 32-bit view, as the functions of `registry` number it.
 inline constexpr int configView = 1;
 
-/// Reads a value of the key. @return the system's status; see registry::lookup, also for what is thrown
+/// Reads a value of the key; returns and throws as registry::lookup.
 LSTATUS lookup(const std::wstring& name, DWORD& number);
 LSTATUS lookup(const std::wstring& name, std::wstring& text);
 
-/// The key, open for reading several values at once with registry::lookup; empty when it cannot be opened,
-/// which means what a missing value means.
+/// Opens the key for reading several values with registry::lookup.
+/// @return empty when it cannot be opened; readers then use the defaults of missing values
 UniqueRegistryKey openKey() noexcept;
 
-/// PRODUCT_ROOT_D, the panel's installation directory.
-/// @throws vosexception when it is not set; vexception when it has the wrong type
+/// PRODUCT_ROOT_D, the panel's installation directory. It has two sources, which must agree: this registry value,
+/// which logs, dumps and reports use because it is readable without the management service, and the service's own
+/// answer (KelvoSrvClient), which decides what is run and cleaned.
+/// @throws vosexception when the value is missing; vexception when it has the wrong type
 std::wstring installationDirectory();
 
 /// PRODUCT_DATA_D, the panel's data directory. @throws as installationDirectory()
 std::wstring dataDirectory();
 
-/// The switch `Debug`: records of the lower levels go to the log file and the event log too. Never throws.
+/// The switch `Debug`: records of the levels Info, Warning and Result go to the debug log and the event log too.
 bool isDebug() noexcept;
 
-/// PipeConnectTryCount, how often to try to reach the management service; `fallback` when it is 0 or not set.
-/// Never throws; after a value of the wrong type it is not read again.
+/// PipeConnectTryCount, the number of attempts to connect to the management service; `fallback` when it is 0 or
+/// missing. After a value of the wrong type the registry is not read again.
 DWORD pipeConnectTryCount(DWORD fallback) noexcept;
 
 } // namespace config

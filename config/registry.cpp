@@ -27,7 +27,7 @@ REGSAM viewAccess(int view)
     throw vexception(what + (L" of '" + value + L"'"), site);
 }
 
-/// @param shownAs  how texts name the value
+/// @param shownAs  the value's name in error texts
 LSTATUS lookupNumber(HKEY key, const std::wstring& name, DWORD& number, const std::wstring& shownAs)
 {
     DWORD type = REG_NONE, data = 0, size = sizeof data;
@@ -57,18 +57,18 @@ LSTATUS lookupText(
     while (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
         if (!isUsable(type))
             throwInvalid(L"RegGetValue invalid type", shownAs, {"registry::lookup"});
-        data.assign(size / sizeof(wchar_t) + 2, L'\0'); // one more for an odd byte, one to end the text
+        data.assign(size / sizeof(wchar_t) + 2, L'\0'); // + 1 for an odd byte, + 1 for the terminator
         size = static_cast<DWORD>((data.size() - 1) * sizeof(wchar_t));
         status = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_ANY, &type, data.data(), &size);
         if (status == ERROR_SUCCESS && isUsable(type))
-            break; // else the value changed between the two calls: again with what it is now
+            break; // otherwise the value changed between the two calls: read it again
     }
     if (status == ERROR_SUCCESS)
         text.assign(data.data(), wcsnlen(data.data(), data.size()));
     return status;
 }
 
-/// Opens the key for one read; the status of a failed open is the lookup's.
+/// Opens the key for one read. @return the status of the open or of the read
 template <typename Read>
 LSTATUS withKey(HKEY root, const std::wstring& subKey, int view, Read read)
 {

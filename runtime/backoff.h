@@ -4,14 +4,13 @@
 
 #include <algorithm>
 
-/// Pauses between attempts: each twice as long as the one before, up to a limit.
+/// Pauses between attempts. Each is twice as long as the previous one, up to a limit.
 class Backoff
 {
 public:
     /// @param first, longest  milliseconds
     Backoff(DWORD first, DWORD longest) noexcept : next_(first), longest_(longest) {}
 
-    /// Sleeps for the next pause.
     void pause() noexcept
     {
         Sleep(next_);

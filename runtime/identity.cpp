@@ -29,12 +29,12 @@ Sid Sid::wellKnown(WELL_KNOWN_SID_TYPE type)
 
 PSID Sid::get() const noexcept
 {
-    return bytes_.empty() ? nullptr : const_cast<BYTE*>(bytes_.data()); // the system's type knows no const
+    return bytes_.empty() ? nullptr : const_cast<BYTE*>(bytes_.data()); // PSID is not const
 }
 
 bool Sid::operator==(const Sid& other) const noexcept
 {
-    return bytes_ == other.bytes_; // identifiers have one form only
+    return bytes_ == other.bytes_; // equal identifiers have equal bytes
 }
 
 std::wstring Sid::text() const
@@ -48,7 +48,7 @@ std::wstring Sid::text() const
 
 namespace {
 
-/// A record of the token, in memory that is aligned for any.
+/// One kind of information about a token. The buffer is aligned for every record.
 std::vector<BYTE> informationOf(HANDLE token, TOKEN_INFORMATION_CLASS kind, RaiseSite site)
 {
     DWORD size = 0;
@@ -75,7 +75,7 @@ Sid currentUser()
 bool isAdministrator(HANDLE token)
 {
     const Sid administrators = Sid::wellKnown(WinBuiltinAdministratorsSid);
-    // Not by the system's test of membership: that takes a copy of the token, which need not be granted.
+    // Not CheckTokenMembership: it takes an impersonation token, and the right to duplicate the token may be missing.
     const std::vector<BYTE> buffer = informationOf(token, TokenGroups, {"identity::isAdministrator"});
     const auto& groups = *reinterpret_cast<const TOKEN_GROUPS*>(buffer.data());
     return std::any_of(groups.Groups, groups.Groups + groups.GroupCount, [&](const SID_AND_ATTRIBUTES& group) {

@@ -5,22 +5,24 @@
 #include <string>
 #include <vector>
 
-/// Who somebody is: security identifiers, tokens and groups.
+/// Security identifiers, tokens and groups.
 namespace identity {
 
-/// A security identifier in memory of its own; empty for none.
+/// A copy of a security identifier; empty for none.
 class Sid
 {
 public:
     Sid() = default;
-    /// Copies it; null gives an empty one.
+    /// @param sid  copied; null makes an empty one
     explicit Sid(PSID sid);
+    /// @throws vosexception "CreateWellKnownSid"
     static Sid wellKnown(WELL_KNOWN_SID_TYPE type);
 
     explicit operator bool() const noexcept { return !bytes_.empty(); }
+    /// Null when empty.
     PSID get() const noexcept;
     bool operator==(const Sid& other) const noexcept;
-    /// "S-1-5-...", as security descriptors are written. @throws vosexception "ConvertSidToStringSid"
+    /// "S-1-5-...". @throws vosexception "ConvertSidToStringSid"
     std::wstring text() const;
 
 private:
@@ -30,17 +32,18 @@ private:
 /// The user of a token (opened with TOKEN_QUERY). @throws vosexception "GetTokenInformation"
 Sid userOf(HANDLE token);
 
-/// The user whom the calling thread acts as. @throws vosexception
+/// The user of effectiveToken(). @throws vosexception
 Sid currentUser();
 
-/// Whether the token, primary or impersonating (opened with TOKEN_QUERY), holds the enabled group of administrators.
+/// Whether the group of administrators is enabled in the token, primary or impersonation (opened with TOKEN_QUERY).
 /// @throws vosexception "GetTokenInformation"
 bool isAdministrator(HANDLE token);
 
-/// Whether it is SYSTEM or the group of administrators. @throws vosexception "CreateWellKnownSid"
+/// Whether the identifier is SYSTEM or the group of administrators. @throws vosexception "CreateWellKnownSid"
 bool isSystemOrAdministrators(const Sid& sid);
 
-/// The token that the calling thread acts under: its own, else the process's. @throws vosexception
+/// The calling thread's impersonation token; without one the process token.
+/// @throws vosexception "OpenThreadToken", "OpenProcessToken"
 UniqueHandle effectiveToken(DWORD rights);
 
 /// The token of a process. @throws vosexception "OpenProcessToken"

@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Full path of the running program, whole however long it is. @throws vosexception "GetModuleFileName"
+/// Full path of the running program, of any length. @throws vosexception "GetModuleFileName"
 std::wstring moduleFileName();
 
-/// The running program's name without directory and extension. @throws vosexception as above
+/// File name of the running program without extension. @throws vosexception "GetModuleFileName"
 std::wstring moduleTitle();

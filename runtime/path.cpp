@@ -56,14 +56,15 @@ bool path::isFile(const std::wstring& path) noexcept
 std::wstring path::root(const std::wstring& path)
 {
     std::wstring buffer = path;
-    if (buffer.starts_with(L"\\\\?\\UNC\\")) // the system's call does not know the literal form
+    if (buffer.starts_with(L"\\\\?\\UNC\\")) // PathStripToRoot fails for \\?\ paths
         buffer.replace(0, 7, L"\\");
     else if (buffer.starts_with(L"\\\\?\\"))
         buffer.erase(0, 4);
+    // The trail's name "VFileName::root" is part of the interface with the panel's log readers.
     if (!late::PathStripToRootW(buffer.data()))
         throw vexception(L"Unable to find the root of path (" + path + L")", {"VFileName::root"});
     buffer.resize(wcsnlen(buffer.c_str(), buffer.size()));
-    if (!buffer.ends_with(L'\\')) // a share has none; questions about a volume need one
+    if (!buffer.ends_with(L'\\')) // the root of a share lacks it; GetDiskFreeSpaceEx needs it
         buffer += L'\\';
     return buffer;
 }

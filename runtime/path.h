@@ -5,32 +5,33 @@
 
 namespace path {
 
-/// Joins a directory and a relative name with one separator between them; an absolute name stands alone.
-/// "." and ".." segments are resolved, paths beyond 260 characters get the \\?\ prefix.
-/// @throws vosexception "PathAllocCombine '<directory>' '<name>'" when the system cannot join them
+/// Joins a directory and a relative name with one separator; an absolute name is returned alone. Resolves "." and
+/// ".." segments and prefixes paths over 260 characters with \\?\.
+/// @throws vosexception "PathAllocCombine '<directory>' '<name>'"
 std::wstring combine(const std::wstring& directory, const std::wstring& name);
 
-/// The directory, one separator and the name, as text: the name stays as it is, dots and blanks at its end included.
+/// Joins a directory and a name with one separator. The name stays unchanged, also with dots and blanks at its end.
 std::wstring append(const std::wstring& directory, std::wstring_view name);
 
-/// The path with backslashes for slashes and without "." and ".." segments; an empty one stays empty.
+/// The path with backslashes for slashes and without "." and ".." segments; an empty path stays empty.
 /// @throws vosexception "PathAllocCanonicalize '<path>'"
 std::wstring normalise(std::wstring path);
 
-/// Whether the path says by itself where it leads: "X:\..." or "\\...".
+/// Whether the path has the form "X:\..." or "\\...".
 bool isAbsolute(std::wstring_view path) noexcept;
 
-/// Whether there is a file, not a directory, of this path.
+/// Whether the path exists and is not a directory.
 bool isFile(const std::wstring& path) noexcept;
 
 /// "C:\" of "C:\a\b", "\\server\share\" of a network path.
-/// @throws vexception for a path without a root
+/// @throws vexception "Unable to find the root of path (<path>)"
 std::wstring root(const std::wstring& path);
 
-/// Whether a name or path ends in the extension (".exe"), in any letter case. @throws vosexception "LCMapStringEx"
+/// Whether a name or path ends with the extension (".exe"), ignoring letter case.
+/// @throws vosexception "LCMapStringEx"
 bool hasExtension(std::wstring_view path, std::wstring_view extension);
 
-/// A file's name without directory and extension.
+/// The file name without directory and extension.
 std::wstring_view fileTitle(std::wstring_view path) noexcept;
 
 } // namespace path

@@ -42,7 +42,7 @@ std::int64_t VDateTime::operator-(const VDateTime& earlier) const
 
 bool VDateTime::operator<(const VDateTime& other) const noexcept
 {
-    // By the fields, not through ticks: a date that is none has its place too.
+    // Not by ticks(), which throws for an invalid date.
     const auto fields = [](const SYSTEMTIME& time) {
         return std::tie(
             time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds);

@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <string>
 
-/// A date and time of day with milliseconds, as a clock on the wall shows it: no time zone of its own.
+/// A date and time of day with milliseconds, without a time zone.
 class VDateTime
 {
 public:
     explicit VDateTime(const SYSTEMTIME& time) noexcept : time_(time) {}
-    /// Now, in the machine's local time.
+    /// The current local time.
     static VDateTime local() noexcept;
 
     const SYSTEMTIME& fields() const noexcept { return time_; }
@@ -20,11 +20,11 @@ public:
     /// "2026/11/16 04:53:12.345"
     std::wstring timeStamp() const;
 
-    /// The time between the two in units of 100 nanoseconds; negative when `earlier` is the later one.
-    /// @throws vosexception "SystemTimeToFileTime" when one of them is no valid date
+    /// The difference in units of 100 nanoseconds; negative when `earlier` is later than this.
+    /// @throws vosexception "SystemTimeToFileTime" when one of them is not a valid date
     std::int64_t operator-(const VDateTime& earlier) const;
 
-    /// Whether this one shows an earlier time.
+    /// Whether this time is before the other.
     bool operator<(const VDateTime& other) const noexcept;
 
 private:

@@ -4,16 +4,15 @@
 
 #include <string>
 
-/// A named mutex, shared by all processes that use the name. Recursive; fits std::lock_guard.
+/// A named mutex, shared between processes. Recursive. Works with std::lock_guard.
 class VMutex
 {
 public:
-    /// Creates the mutex or opens the one that exists, not initially owned. Where creating is denied (another
-    /// user made it) it is opened for waiting only.
+    /// Creates the mutex or opens the existing one; does not acquire it.
     /// @throws vosexception "CreateMutex '<name>'"
     explicit VMutex(const std::wstring& name);
 
-    /// Waits without a time-out. A mutex abandoned by a dead owner counts as acquired.
+    /// Acquires the mutex, also one that a dead owner abandoned. Waits without a time-out.
     /// @throws vosexception "Lock object"
     void lock();
     void unlock() noexcept;

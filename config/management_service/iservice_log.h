@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Where the client of the management service says how its queries go; the log is on a floor above. Calls
-/// never throw.
+/// Receives the log records of the management service's client, which may not include the log manager of a higher
+/// floor.
 class IServiceLog
 {
 public:

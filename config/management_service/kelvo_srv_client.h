@@ -5,19 +5,21 @@
 
 #include <string>
 
-/// The panel's management service: the values that only it knows.
+/// The client of the panel's management service.
 class KelvoSrvClient
 {
 public:
-    /// @param timeoutMilliseconds  how long the service may keep silent
+    /// @param log  must outlive the client
+    /// @param timeoutMilliseconds  the longest wait for one pipe operation
     explicit KelvoSrvClient(IServiceLog& log, DWORD timeoutMilliseconds = Con::OverlappedPipe::defaultTimeout);
 
-    /// The process's client, made at the first call. @param log  of the first call; must live as long as the
-    /// process
+    /// The process's client, created at the first call.
+    /// @param log  used by the first call only; must live as long as the process
+    /// @throws vexception, already logged
     static KelvoSrvClient& getInstance(IServiceLog& log);
 
-    /// A text of the service by its name, such as "PRODUCT_ROOT_D".
-    /// @throws vexception, already logged, when the service cannot be asked or answers with a failure
+    /// Asks the service for a text by its name, such as "PRODUCT_ROOT_D".
+    /// @throws vexception, already logged, when the query fails or the service replies with a failure
     std::wstring getString(const std::wstring& name);
 
 private:

@@ -20,7 +20,7 @@ struct RecordingServiceLog : IServiceLog
 class ServiceClient : public RegistrySandbox
 {
 protected:
-    /// What getString makes of a service: the text, or the message of its failure behind "!".
+    /// @return the text of getString, or "!" and the message of its failure
     std::wstring ask(DWORD timeout = 5000)
     {
         std::wstring text;
@@ -49,7 +49,7 @@ TEST_F(ServiceClient, SendsTheWireFormat)
     EXPECT_TRUE(log.lines.empty());
 }
 
-TEST_F(ServiceClient, MakesSenseOfEveryReply)
+TEST_F(ServiceClient, HandlesEveryKindOfReply)
 {
     struct Row
     {
@@ -87,7 +87,7 @@ TEST_F(ServiceClient, MakesSenseOfEveryReply)
     }
 }
 
-TEST_F(ServiceClient, EndsWhenNobodyAnswers)
+TEST_F(ServiceClient, FailsWhenTheServiceDoesNotAnswer)
 {
     setConfig(L"PipeConnectTryCount", 2);
     ScriptedPipe silent({{}, 0, 3000});
@@ -101,7 +101,7 @@ TEST_F(ServiceClient, EndsWhenNobodyAnswers)
     EXPECT_TRUE(ask().ends_with(L"(Error code 231) at Unable to connect to pipe \\\\.\\pipe\\" + busy.name()));
 }
 
-TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
+TEST(SerializerSweep, NeverReadsOrReturnsMoreThanItReceived)
 {
     std::mt19937 random = seeded();
     int texts = 0, failures = 0;
@@ -111,7 +111,7 @@ TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
         for (unsigned changes = random() % 4; changes > 0; --changes)
             bytes[random() % bytes.size()] = static_cast<char>(random());
         bytes.resize(random() % (bytes.size() + 3));
-        // A heap block of just this size: a read beyond it may fault, a text beyond it shows.
+        // A heap block of exactly this size: a read beyond it may fault, a longer text fails the check below.
         const std::vector<char> exact(bytes.begin(), bytes.end());
         try {
             texts += vserializer::reader({exact.data(), exact.size()}).text().size() <= exact.size() ? 1 : -1'000'000;
@@ -122,5 +122,5 @@ TEST(SerializerSweep, NeverReadsOrMakesMoreThanItWasSent)
     }
     EXPECT_GT(texts, 10'000);
     EXPECT_GT(failures, 10'000);
-    figure(count, "disturbed replies in memory");
+    figure(count, "damaged replies decoded");
 }

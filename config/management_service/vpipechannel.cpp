@@ -63,7 +63,7 @@ std::string client::exchange(const std::string& message)
         throw vserializer::invalidprotocol(
             L"Invalid Protocol when read C-string from serializer.", {"vpipechannel::client::exchange"});
     }
-    // Room for what arrives, not for what is announced.
+    // Grow with the bytes received; never trust the announced length.
     constexpr std::size_t step = 65'536;
     std::string reply;
     while (reply.size() < length) {
@@ -78,7 +78,7 @@ void client::reportOrRethrow()
 {
     try {
         throw;
-    } catch (const vserializer::invalidprotocol&) { // it would answer the same again
+    } catch (const vserializer::invalidprotocol&) { // the service would send the same reply again
         throw;
     } catch (const Con::PipeTimeout&) {
         throw;
@@ -86,13 +86,14 @@ void client::reportOrRethrow()
         const auto* const system = dynamic_cast<const vosexception*>(&failure);
         if (system && Con::isPipeFinished(system->code())) {
             log_.warning(L"Connection to Kelvo Management Service is broken: Pipe is finished");
+            // The trail's name and line are part of the interface with the panel's log readers; do not correct.
             throw vexception(L"Pipe is finished", {"vpipechannel::client::query", 252});
         }
         log_.info(formatString(L"Kelvo Management service pipe communication error: %s. Trying to reconnect.",
             failure.fullText().c_str()));
     } catch (const std::bad_alloc&) {
         throw;
-    } catch (const cwrpexception&) { // a fault of ours, nothing that a new connection mends
+    } catch (const cwrpexception&) { // a fault of this program: a new connection cannot help
         throw;
     } catch (...) {
         log_.info(L"Kelvo Management service pipe unknown communication error. Trying to reconnect.");

@@ -9,29 +9,31 @@
 
 namespace vpipechannel {
 
-/// A 16-byte identifier of an operation, in its layout in memory.
+/// The identifier of an operation. It is sent in its memory layout, 16 bytes.
 using Operation = GUID;
 
-/// Queries of a service over its named pipe. Connects when it needs to; one query at a time.
+/// Sends queries to a service over its named pipe, one at a time. Connects at the first query.
 class client
 {
 public:
     /// @param pipeId     the registry value that holds the pipe's name
-    /// @param configKey  its key below HKEY_LOCAL_MACHINE, in the 32-bit view
-    /// @param timeoutMilliseconds  how long the service may keep silent
-    client(std::wstring pipeId, std::wstring configKey, IServiceLog& log,
-        DWORD timeoutMilliseconds = Con::OverlappedPipe::defaultTimeout);
+    /// @param configKey  the key of that value, below HKEY_LOCAL_MACHINE in the 32-bit view
+    /// @param log        must outlive the client
+    /// @param timeoutMilliseconds  the longest wait for one pipe operation
+    client(std::wstring pipeId, std::wstring configKey, IServiceLog& log, DWORD timeoutMilliseconds);
 
-    /// Sends an operation with its arguments. A disturbed connection is made anew and the query repeated.
+    /// Sends an operation with its encoded arguments. After a disturbed connection it connects again and repeats the
+    /// query.
     /// @return the bytes of the reply
-    /// @throws vexception when the service cannot be reached, closes the pipe, keeps silent, or sends no valid reply
+    /// @throws vexception when the connection fails, the service closes the pipe, an operation times out, or the
+    /// reply is too long
     std::string query(const Operation& operation, std::string_view arguments);
 
 private:
     void connect();
     std::string exchange(const std::string& message);
     void read(char* buffer, std::size_t size);
-    /// For the exception that is being handled: tells of it, or lets it out when a new connection would not mend it.
+    /// Call inside a catch block: logs if a reconnect may help, else rethrows.
     void reportOrRethrow();
 
     std::wstring pipeId_;

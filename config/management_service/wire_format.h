@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-/// The management service's encoding of values: integers little-endian, texts with length and character size.
+/// The management service's encoding of values: little-endian integers, texts with their length and character size.
 namespace vserializer {
 
-/// Bytes that are no valid encoding.
+/// Bytes that are not a valid encoding.
 class invalidprotocol : public vexception
 {
 public:
@@ -22,7 +22,7 @@ class writer
 public:
     void number(std::uint32_t value);
     void bytes(std::string_view data);
-    /// A text: its length in bytes with the character size, the size 2, its UTF-16 code units.
+    /// Appends a length of 1 + 2n bytes, the character size 2 and the n UTF-16 code units.
     void text(std::wstring_view value);
 
     const std::string& message() const noexcept { return message_; }
@@ -31,17 +31,16 @@ private:
     std::string message_;
 };
 
-/// Reads values one after the other; never looks beyond the bytes that it was given, which must outlive it.
+/// Reads values in sequence, never beyond the given bytes, which must outlive the reader.
 class reader
 {
 public:
     explicit reader(std::string_view bytes) noexcept : rest_(bytes) {}
 
-    /// @throws invalidprotocol
+    /// @throws invalidprotocol at the end of the bytes
     std::uint32_t number();
 
-    /// A text; where the service sent a failure in its place, that is thrown.
-    /// @throws invalidprotocol; vexception with the service's own text
+    /// @throws invalidprotocol; vexception with the service's text when it sent a failure instead
     std::wstring text();
 
 private:

@@ -5,7 +5,7 @@
 
 std::wstring comErrorText(const _com_error& error)
 {
-    const UniqueCom<IErrorInfo> info(error.ErrorInfo()); // comes with a reference of its own
+    const UniqueCom<IErrorInfo> info(error.ErrorInfo()); // ErrorInfo() adds a reference for the caller
     std::wstring text = error.ErrorMessage();
     text += formatString(info ? L" (COM Interop Error %08lX" : L" (COM Error %08lX", error.Error());
     UniqueBstr description;

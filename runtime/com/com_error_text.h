@@ -4,6 +4,6 @@
 
 #include <string>
 
-/// The text that a failure of COM takes with it: "<message> (COM Error XXXXXXXX, Description: <text>)";
-/// "COM Interop Error" when the failing component left a description object.
+/// The text of a COM error: "<message> (COM Error XXXXXXXX)", or with "COM Interop Error" when the error has an
+/// IErrorInfo. Its description, if any, follows the number as ", Description: <text>".
 std::wstring comErrorText(const _com_error& error);

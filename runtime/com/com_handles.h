@@ -20,5 +20,5 @@ struct BstrTraits
     static Type empty() noexcept { return nullptr; }
     static void close(Type text) noexcept { late::SysFreeString.tryCall(text); }
 };
-/// A text of COM's own allocation.
+/// A BSTR.
 using UniqueBstr = Unique<BstrTraits>;

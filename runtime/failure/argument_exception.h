@@ -2,7 +2,7 @@
 
 #include "runtime/failure/vexception.h"
 
-/// A caller's argument that the called function cannot work with.
+/// An invalid argument of a call.
 class ArgumentException : public vexception
 {
 public:

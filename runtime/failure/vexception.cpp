@@ -19,7 +19,7 @@ std::wstring vexception::fullText() const
     for (const RaiseRecord& record : trail_) {
         const std::string_view function = record.site.function;
         text += L"\n   at (";
-        text.append(function.begin(), function.end()); // ASCII: names of functions
+        text.append(function.begin(), function.end()); // function names are ASCII
         text += L" line " + std::to_wstring(record.site.line) + L")";
         if (!record.context.empty())
             text += L" " + record.context;

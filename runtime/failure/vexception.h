@@ -5,17 +5,16 @@
 #include <string>
 #include <vector>
 
-/// One step on a failure's way up: where it passed, and what was being done there.
+/// One record of a failure's trail: a place that raised or rethrew it.
 struct RaiseRecord
 {
     RaiseSite site;
-    /// What the site was doing, often a call with its (masked) arguments; may be empty.
+    /// What the site did, often a call with masked arguments; may be empty.
     std::wstring context;
 };
 
-/// The program's exception: a message and the trail of places that it was raised at and passed.
-/// Thrown by value, caught by reference. Deliberately no std::exception, so that catching one never hides
-/// the trail of the other.
+/// The program's exception: a message and the trail of places that raised and rethrew it. Thrown by value, caught by
+/// reference. Not derived from std::exception: a handler for that would lose the trail.
 class vexception
 {
 public:
@@ -25,13 +24,12 @@ public:
     virtual ~vexception() = default;
 
     const std::wstring& message() const noexcept { return message_; }
-    const std::vector<RaiseRecord>& trail() const noexcept { return trail_; }
 
-    /// Adds a place to the end of the trail.
+    /// Appends a record to the trail.
     void append(RaiseSite site, std::wstring context);
 
-    /// The message and one line per place, oldest first: "\n   at (Class::method line N)", followed by a
-    /// blank and the context where there is one.
+    /// The message and one line per record, oldest first: "\n   at (Class::method line N)", then a blank and the
+    /// context unless it is empty.
     std::wstring fullText() const;
 
 private:

@@ -54,7 +54,7 @@ void throwOsError(DWORD code, const std::wstring& context, RaiseSite site)
 
 void throwLastError(std::initializer_list<std::wstring_view> context, RaiseSite site)
 {
-    const DWORD code = GetLastError();
+    const DWORD code = GetLastError(); // before an allocation can change it
     std::wstring text;
     for (const std::wstring_view part : context)
         text += part;

@@ -14,7 +14,8 @@ cwrpexception::~cwrpexception()
     if (structured_exception::faultInFlight.object != this)
         return;
     structured_exception::faultInFlight = {};
-    if (code_ == EXCEPTION_STACK_OVERFLOW) // caught: the stack is free down to the frame of the catch
+    // The overflow has been caught and the stack is unwound: re-arm the guard page for the next one.
+    if (code_ == EXCEPTION_STACK_OVERFLOW)
         structured_exception::restoreStack();
 }
 

@@ -4,22 +4,20 @@
 
 #include <string>
 
-/// A structured exception (an access violation and the like) on its way as a C++ exception.
+/// A structured exception (an access violation and the like), translated into a C++ exception.
 class cwrpexception
 {
 public:
-    /// Remembers a code only.
-    explicit cwrpexception(DWORD code) noexcept : code_(code) {}
-    /// For translators, built in the throw expression itself: until the object dies, the exception may also
-    /// cross frames in which the compiler saw nothing that throws (gcc_personality.cpp).
+    /// For the throw expressions of translators only. While the object lives, the exception may pass frames in which
+    /// the compiler saw no possible throw.
+    /// @param faultAddress  the instruction that faulted
     cwrpexception(DWORD code, const void* faultAddress) noexcept;
+    /// A throw expression needs it. The copy may not pass such frames.
     cwrpexception(const cwrpexception& other) noexcept : code_(other.code_) {}
     cwrpexception& operator=(const cwrpexception&) = delete;
     ~cwrpexception();
 
-    DWORD code() const noexcept { return code_; }
-
-    /// "C structured exception: 0x" and the code in lower-case hexadecimal.
+    /// "C structured exception: 0x" and the code in lower-case hexadecimal, without leading zeros.
     std::wstring text() const;
 
 private:

@@ -2,12 +2,11 @@
 
 namespace structured_exception {
 
-/// The translated fault that is on its way up the calling thread's stack: the exception object and the
-/// instruction that faulted. For cwrpexception and the unwinding alone.
+/// The translated fault that the calling thread is unwinding. Only cwrpexception and gcc_personality.cpp use it.
 struct FaultInFlight
 {
-    const void* object = nullptr;
-    const void* address = nullptr;
+    const void* object = nullptr;  // the exception object; null when there is none
+    const void* address = nullptr; // the instruction that faulted
 };
 extern thread_local FaultInFlight faultInFlight;
 

@@ -1,7 +1,7 @@
-// What Microsoft's frame handler does for a translator, done for GCC's: the linker puts this routine in the
-// place of GCC's personality routine (--wrap), which the system calls for every frame while it looks for a
-// handler. A fault is translated at the first frame that could catch it, not where it happens, so faults that
-// system code handles itself never get here.
+// Calls the thread's translator for a fault, as Microsoft's frame handler does. The linker (--wrap) replaces GCC's
+// personality routine with the one below. The system calls it for every frame while it searches for a handler.
+// A fault is translated at the first frame that can catch it. A fault that system code handles itself has found its
+// handler before, and is not translated.
 
 #include "runtime/fault/cwrpexception.h"
 #include "runtime/fault/fault_in_flight.h"
@@ -28,7 +28,7 @@ struct TranslatorGuard
     ~TranslatorGuard() { inTranslator = false; }
 };
 
-/// Reads the exception table of a function (the layout that GCC writes and its personality routine reads).
+/// Reads the exception table of a function, in GCC's layout.
 class TableReader
 {
 public:
@@ -70,11 +70,11 @@ private:
 
 enum class CallSite
 {
-    gap,     // the compiler saw nothing that throws here: GCC's routine would terminate the program
-    pass,    // nothing to do in this frame
-    cleanup, // destructors, no catch
+    gap,     // no entry, as the compiler saw no possible throw: GCC's routine would call std::terminate
+    pass,    // no destructor and no catch
+    cleanup, // destructors only
     handler, // a catch
-    unknown  // not a table as GCC writes it: left to GCC's routine
+    unknown  // another layout: left to GCC's routine
 };
 
 CallSite callSiteAt(const DISPATCHER_CONTEXT& dispatcher, std::uint64_t pc) noexcept
@@ -84,7 +84,7 @@ CallSite callSiteAt(const DISPATCHER_CONTEXT& dispatcher, std::uint64_t pc) noex
     if (table.byte() != omitted)
         return CallSite::unknown;
     if (table.byte() != omitted)
-        table.uleb(); // where the types lie
+        table.uleb(); // offset of the type table
     if (table.byte() != uleb128)
         return CallSite::unknown;
     const std::uint64_t length = table.uleb();
@@ -95,7 +95,7 @@ CallSite callSiteAt(const DISPATCHER_CONTEXT& dispatcher, std::uint64_t pc) noex
         const std::uint64_t begin = table.uleb(), size = table.uleb(), landingPad = table.uleb(),
                             action = table.uleb();
         if (offset < begin)
-            break; // the records are in ascending order
+            break; // the records are sorted by address
         if (offset >= begin + size)
             continue;
         if (landingPad == 0)
@@ -116,8 +116,8 @@ CallSite callSiteAt(const DISPATCHER_CONTEXT& dispatcher, std::uint64_t pc) noex
     return CallSite::gap;
 }
 
-/// Errors of the machine and the system. C++ exceptions of other run times, debug prints, thread names and
-/// notifications pass by: they have other severities, or the bit of an application's own codes.
+/// Whether the code is a hardware or system error: severity "error" without the bit of application codes, or one of
+/// two warnings. This excludes C++ exceptions of other run times, debug prints, thread names and notifications.
 bool isFault(DWORD code) noexcept
 {
     return (code & 0xf0000000) == 0xc0000000 || code == EXCEPTION_DATATYPE_MISALIGNMENT ||
@@ -133,10 +133,10 @@ EXCEPTION_DISPOSITION searchForFault(
     if ((record->ExceptionFlags & unwinding) || !translator || !isFault(record->ExceptionCode))
         return ExceptionContinueSearch;
 
-    // A return address stands behind its call, a fault at its instruction.
+    // ControlPc is the return address, which follows the call; in the faulting frame it is the instruction itself.
     if (callSiteAt(dispatcher, dispatcher.ControlPc - !faultingFrame) != CallSite::handler)
         return ExceptionContinueSearch;
-    if (inTranslator) // a fault while the first one is observed: observing it again would never end
+    if (inTranslator) // a fault inside the observer: calling it again could recurse without end
         throw cwrpexception(record->ExceptionCode, record->ExceptionAddress);
     const TranslatorGuard guard;
     EXCEPTION_POINTERS pointers{record, context};
@@ -149,7 +149,7 @@ EXCEPTION_DISPOSITION searchForFault(
 extern "C" EXCEPTION_DISPOSITION __wrap___gxx_personality_seh0(
     EXCEPTION_RECORD* record, void* frame, CONTEXT* context, DISPATCHER_CONTEXT* dispatcher)
 {
-    // GCC's own codes: 0x20474343 throws; 0x21..., 0x22... unwind to a handler.
+    // GCC's own codes: 0x20474343 is a throw; 0x21474343 and 0x22474343 unwind to a handler.
     constexpr DWORD gccThrow = 0x20474343, gccCodes = 0xfcffffff;
     if ((record->ExceptionCode & gccCodes) != gccThrow) {
         const bool faultingFrame =
@@ -164,7 +164,7 @@ extern "C" EXCEPTION_DISPOSITION __wrap___gxx_personality_seh0(
         if (callSiteAt(*dispatcher, dispatcher->ControlPc - !faultingFrame) == CallSite::gap)
             return ExceptionContinueSearch;
         if (faultingFrame) {
-            // GCC's routine looks up the address minus one, which may be the instruction before the fault.
+            // GCC's routine looks up ControlPc - 1, which belongs to the instruction before the fault.
             ++dispatcher->ControlPc;
             const EXCEPTION_DISPOSITION disposition =
                 __real___gxx_personality_seh0(record, frame, context, dispatcher);

@@ -1,7 +1,7 @@
-// A reserve for the C and C++ run times. They keep small blocks of their own (a thread's record, its variables,
-// locks), and when the system refuses one of them they crash, end the process or wait for ever, wherever that may be.
-// The linker puts these functions in the place of the C runtime's (--wrap). The program's own memory does not come
-// from here until a failure is to be told of: that there is none is an exception, which takes its ordinary way.
+// A memory reserve for the C and C++ run times. They allocate small blocks (thread records, thread-local variables,
+// locks). When such an allocation fails, they crash, end the process or hang. The linker (--wrap) replaces the C
+// runtime's allocation functions with the ones below.
+// operator new does not use the reserve before openMemoryReserve(): std::bad_alloc is an ordinary failure.
 
 #include "runtime/fault/memory_reserve.h"
 
@@ -25,17 +25,17 @@ void __wrap_free(void* block);
 namespace {
 
 constexpr std::size_t reserveSize = 65'536, largestBlock = 4096, alignment = 16;
-// Named, as the compiler would put its zeroes into the file.
+// Explicit section: the compiler would store the zeroes in the program file.
 alignas(alignment) __attribute__((section(".bss"))) BYTE reserve[reserveSize];
 std::atomic<std::size_t> used = 0;
 std::atomic<bool> isOpen = false;
 
-/// Zeroes, as every part of the reserve is handed out once. A request that does not fit takes nothing.
+/// A block of the reserve; null when none is left for the size. It is zeroed: no block is handed out twice.
 void* fromReserve(std::size_t size) noexcept
 {
     if (size > largestBlock)
         return nullptr;
-    // A block of no bytes has an address of its own too.
+    // A block of size 0 has an address of its own too.
     const std::size_t rounded = (std::max<std::size_t>(size, 1) + alignment - 1) / alignment * alignment;
     std::size_t offset = used;
     while (rounded <= reserveSize - offset) {
@@ -74,7 +74,8 @@ extern "C" void* __wrap_realloc(void* block, std::size_t size)
         const std::size_t most = isOfReserve(block)
                                      ? static_cast<std::size_t>(reserve + reserveSize - static_cast<BYTE*>(block))
                                      : _msize(block);
-        memmove(moved, block, std::min(size, most)); // more than the block had: it may lie right before the new one
+        // The size of a reserve block is unknown: this may copy more than it held, and the ranges may overlap.
+        memmove(moved, block, std::min(size, most));
         __wrap_free(block);
     }
     return moved;
@@ -104,7 +105,7 @@ void operator delete(void* block) noexcept
     __wrap_free(block);
 }
 
-// NOLINTNEXTLINE(misc-use-internal-linkage): a replacement is external by definition
+// NOLINTNEXTLINE(misc-use-internal-linkage): a replacement needs external linkage
 void operator delete(void* block, std::size_t) noexcept
 {
     __wrap_free(block);

@@ -1,5 +1,5 @@
 #pragma once
 
-/// Lets the program's own memory come from the reserve as well, from now on, where the system has none left: small
-/// blocks, as many as it takes to tell of a failure. For the last things that a process does.
+/// From now on operator new, too, takes small blocks from the reserve when the system has no memory. The reserve
+/// lasts for logging one failure: call this only before the process ends.
 void openMemoryReserve() noexcept;

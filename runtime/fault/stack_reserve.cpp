@@ -8,10 +8,10 @@ namespace structured_exception {
 
 void reserveStack() noexcept
 {
-    // Half of it would do for the work itself; the rest is for loading the library that does it.
+    // 64 KiB suffice for translation and dump. The rest is for loading dbghelp.
     ULONG size = 128 * 1024;
     SetThreadStackGuarantee(&size);
-    restoreStack(); // Wine has no usable guard page before
+    restoreStack(); // Wine: the guard page is not usable before this call
 }
 
 void restoreStack() noexcept

@@ -2,12 +2,11 @@
 
 namespace structured_exception {
 
-/// Keeps a piece of the calling thread's stack back for the time after an overflow, in which it is translated, dumped
-/// and logged. Without it an overflow ends the process. To be called once near the start of a thread.
+/// Reserves a part of the calling thread's stack for translating, dumping and logging an overflow. Without the
+/// reserve an overflow ends the process. Call once, near the start of the thread.
 void reserveStack() noexcept;
 
-/// Makes the stack of the calling thread overflow in this way once more; to be called when an overflow has been
-/// caught.
+/// Re-arms the calling thread's guard page after a caught overflow.
 void restoreStack() noexcept;
 
 } // namespace structured_exception

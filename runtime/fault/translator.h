@@ -2,30 +2,31 @@
 
 #include <windows.h>
 
-/// Turns hardware faults and other structured exceptions into C++ exceptions, per thread and only while a
-/// translator is set, so that destructors run and the catch ladder sees them. GCC has no such facility; the
-/// mechanism is in gcc_personality.cpp.
+/// Translation of hardware faults and other structured exceptions into C++ exceptions, so that destructors run and
+/// the catch ladder handles them. It works per thread, while a translator is set. GCC has no such facility;
+/// gcc_personality.cpp adds it.
 namespace structured_exception {
 
-/// Called at the fault with its code and full context; throws the C++ exception that takes its place.
-/// When it returns, the search for a handler goes on.
+/// Called with the code and the context of a fault. Throws the C++ exception that replaces the fault.
+/// If it returns, the search for a handler continues.
 using Translator = void (*)(unsigned code, EXCEPTION_POINTERS* pointers);
 
-/// Sets the calling thread's translator, null for none. @return the previous one, for the caller to restore
+/// Sets the calling thread's translator; null for none. @return the previous translator
 Translator setTranslator(Translator translator) noexcept;
 
-/// The calling thread's translator, null when there is none.
+/// The calling thread's translator; null when none is set.
 Translator currentTranslator() noexcept;
 
-/// The program's translator: lets the observer see the fault, then throws cwrpexception.
+/// The program's translator: calls the observer, then throws cwrpexception.
 [[noreturn]] void translate(unsigned code, EXCEPTION_POINTERS* pointers);
 
-/// Sees every fault that `translate` turns into an exception, before it does; must not throw.
-/// The place of whoever records faults; null for none.
+/// Called by `translate` for every fault, before it throws. Must not throw.
 using Observer = void (*)(EXCEPTION_POINTERS* pointers);
+
+/// Sets the process's observer; null for none.
 void setObserver(Observer observer) noexcept;
 
-/// Sets the program's translator for the life of a scope, then the previous one again.
+/// Sets the program's translator for a scope and restores the previous one at its end.
 class TranslatorScope
 {
 public:

@@ -4,7 +4,7 @@
 
 #include <windows.h>
 
-// One pair of lines per kind of handle: its empty value differs from kind to kind, so the type carries it.
+// Owners of system objects, one traits class for each kind: kinds differ in the empty value and in the closing call.
 
 struct HandleTraits
 {
@@ -47,5 +47,5 @@ struct LocalMemoryTraits
     static Type empty() noexcept { return nullptr; }
     static void close(Type memory) noexcept { LocalFree(memory); }
 };
-/// Memory that the system allocated for the caller.
+/// Memory that the system allocated for the caller, to be freed with LocalFree.
 using UniqueLocalMemory = Unique<LocalMemoryTraits>;

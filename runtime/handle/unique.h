@@ -2,8 +2,8 @@
 
 #include <utility>
 
-/// The one owner of a system object: closes it on destruction, can be moved, cannot be copied.
-/// Traits names the type of the value, the value that stands for "nothing owned", and how to close one.
+/// The only owner of a system object: closes it on destruction; movable, not copyable.
+/// @tparam Traits  the type of the value, its empty value and its closing call
 template <typename Traits>
 class Unique
 {
@@ -30,7 +30,7 @@ public:
         value_ = value;
     }
 
-    /// For system calls that return the object through a pointer; whatever was owned is closed first.
+    /// For system calls that return the object through a pointer. Closes the owned object first.
     Type* receive() noexcept
     {
         reset();

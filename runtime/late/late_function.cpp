@@ -8,7 +8,7 @@ HMODULE LateLibrary::load() noexcept
 {
     HMODULE module = module_.load();
     if (!module) {
-        // The names of API sets are resolved before any directory is searched.
+        // This also loads API sets (api-ms-win-*): the loader resolves their names before it searches a directory.
         module = LoadLibraryExW(name_, nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32);
         if (module)
             module_.store(module);
@@ -18,6 +18,7 @@ HMODULE LateLibrary::load() noexcept
 
 void* LateAddress::find() noexcept
 {
+    // Without a lock: threads that look the function up at the same time find the same address.
     void* address = address_.load();
     if (!address) {
         const HMODULE module = library_.load();
@@ -34,7 +35,7 @@ void* LateAddress::get()
         return address;
     const DWORD code = GetLastError();
     const std::wstring library = L"'" + std::wstring(library_.name()) + L"'";
-    // None of the classes that callers catch: those are answers about the object of the call.
+    // Plain vosexception: a VFileNotFoundException would report the object of the call as missing, not the DLL.
     if (!library_.isLoaded())
         throw vosexception(code, L"LoadLibrary " + library, {name_});
     const std::wstring name(name_, name_ + strlen(name_));

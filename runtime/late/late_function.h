@@ -4,9 +4,9 @@
 
 #include <atomic>
 
-/// A system DLL, loaded at the first call of one of its functions: a run that calls none does not pay for it. It
-/// comes from the system directory, whatever lies beside the program or in the current directory. It stays loaded
-/// until the process ends, as its functions, and the objects and threads that they make, may be in use until then.
+/// A system DLL, loaded at the first call of one of its functions, so that runs that call none start faster. It is
+/// loaded from the system directory only. It is never unloaded: its functions, objects and threads may be in use
+/// until the process ends.
 class LateLibrary
 {
 public:
@@ -15,7 +15,7 @@ public:
     const wchar_t* name() const noexcept { return name_; }
     bool isLoaded() const noexcept { return module_.load() != nullptr; }
 
-    /// @return null, and the reason as the last error, when it cannot be loaded
+    /// Loads the DLL unless it is loaded. @return null when that fails; GetLastError() gives the reason
     HMODULE load() noexcept;
 
 private:
@@ -23,8 +23,7 @@ private:
     std::atomic<HMODULE> module_ = nullptr;
 };
 
-/// Where a function of such a DLL lies, whatever its signature. Looked up once; by any number of threads at a time,
-/// since all of them find the same.
+/// The address of a function of a late library, looked up at the first use. Thread-safe.
 class LateAddress
 {
 public:
@@ -33,7 +32,7 @@ public:
     /// @throws vosexception "LoadLibrary '<DLL>'", "GetProcAddress '<DLL>' '<function>'"
     void* get();
 
-    /// @return null, and the reason as the last error, when it cannot be had
+    /// @return null when the function cannot be bound; GetLastError() gives the reason
     void* find() noexcept;
 
 private:
@@ -45,8 +44,8 @@ private:
 template <typename Signature>
 class LateFunction;
 
-/// A function that is bound at its first call. (Import libraries that do so leave it to the linker where the
-/// addresses are kept, and some linkers keep them in memory that is read-only.)
+/// A function that is bound at its first call. Replaces the linker's delay-load imports: some linkers put their
+/// addresses into read-only memory, where the first call faults.
 template <typename Result, typename... Arguments>
 class LateFunction<Result(Arguments...)> : private LateAddress
 {
@@ -56,7 +55,8 @@ public:
     /// @throws vosexception as LateAddress::get
     Result operator()(Arguments... arguments) { return typed(get())(arguments...); }
 
-    /// For destructors. What a function that cannot be bound would have released ends with the process.
+    /// For destructors: does nothing when the function cannot be bound. Its object is then released when the process
+    /// ends.
     void tryCall(Arguments... arguments) noexcept
     {
         if (void* const address = find())

@@ -1,4 +1,4 @@
-// Every function that is bound late is called once: a DLL that is not the function's shows here.
+// Calls every late-bound function once: a function listed with the wrong DLL fails here.
 
 #include "runtime/com/com_handles.h"
 #include "runtime/failure/vosexception.h"
@@ -11,7 +11,8 @@
 
 namespace {
 
-constexpr CLSID globalInterfaceTable = {0x323, 0, 0, {0xc0, 0, 0, 0, 0, 0, 0, 0x46}}; // COM's own
+constexpr CLSID globalInterfaceTable = {
+    0x323, 0, 0, {0xc0, 0, 0, 0, 0, 0, 0, 0x46}}; // COM registers this class itself
 
 struct Com
 {
@@ -27,7 +28,7 @@ UniqueCom<IUnknown> makeObject()
     return object;
 }
 
-/// Whether the function did what it is for.
+/// Each calls the function of its name. @return whether the result is right
 const std::map<std::string, bool (*)()> calls{
     {"PathAllocCanonicalize",
         [] {
@@ -47,7 +48,7 @@ const std::map<std::string, bool (*)()> calls{
     {"CoUninitialize",
         [] {
             const HRESULT first = Com().result, second = Com().result;
-            return first == S_OK && second == S_OK; // not S_FALSE, as inside of the first one
+            return first == S_OK && second == S_OK; // S_FALSE would mean that COM is still initialized
         }},
     {"CoCreateInstance",
         [] {
@@ -57,7 +58,7 @@ const std::map<std::string, bool (*)()> calls{
     {"OleRun",
         [] {
             const Com com;
-            return late::OleRun(makeObject().get()) == S_OK; // what needs no start has been started
+            return late::OleRun(makeObject().get()) == S_OK; // also for an object that needs no start
         }},
     {"SysAllocStringLen", [] { return wcscmp(L"ab", UniqueBstr(late::SysAllocStringLen(L"abc", 2)).get()) == 0; }},
     {"SysStringLen", [] { return late::SysStringLen(UniqueBstr(late::SysAllocStringLen(L"a\0b", 3)).get()) == 3; }},
@@ -99,12 +100,12 @@ TEST(LateFunctions, CanBeCalled)
     for (const char* const name : {MENDKIT_LATE_FUNCTIONS(MENDKIT_NAME)}) {
         const testing::ScopedTrace trace(__FILE__, __LINE__, name);
         const auto found = calls.find(name);
-        ASSERT_NE(calls.end(), found) << "it has no call here";
+        ASSERT_NE(calls.end(), found) << "the table has no call of it";
         EXPECT_EQ(L"nothing thrown", failureOf<vosexception>([&] { EXPECT_TRUE(found->second()); }));
     }
 }
 
-TEST(LateFunction, SaysWhatIsMissing)
+TEST(LateFunction, ReportsTheMissingLibraryOrFunction)
 {
     const std::wstring library = failureOf<vosexception>([] { inMissingLibrary(); }),
                        function = failureOf<vosexception>([] { missing(); });
@@ -118,7 +119,7 @@ TEST(LateFunction, SaysWhatIsMissing)
     missing.tryCall();
 }
 
-TEST(LateFunction, ComesFromTheSystemDirectoryAlone)
+TEST(LateFunction, IsLoadedFromTheSystemDirectoryOnly)
 {
     wchar_t program[MAX_PATH];
     GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -129,7 +130,7 @@ TEST(LateFunction, ComesFromTheSystemDirectoryAlone)
     EXPECT_EQ(nullptr, planted.load());
     EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());
     const HMODULE module = LoadLibraryW(L"mendkit_beside.dll");
-    EXPECT_NE(nullptr, module) << "the usual search finds it";
+    EXPECT_NE(nullptr, module) << "the default search order finds it";
     FreeLibrary(module);
     DeleteFileW(copy.c_str());
 }

@@ -11,7 +11,7 @@
 #include <shlobj.h>
 #include <shlwapi.h>
 
-/// Every function that is bound late, with its DLL; called as late::<function>.
+/// The functions that are bound late, each with its DLL. Call them as late::<function>.
 #define MENDKIT_LATE_FUNCTIONS(X)                                                                                    \
     X(corePath, PathAllocCanonicalize)                                                                               \
     X(corePath, PathAllocCombine)                                                                                    \
@@ -34,7 +34,7 @@
 
 namespace late {
 
-inline constinit LateLibrary corePath(L"api-ms-win-core-path-l1-1-0.dll"); // an API set, from Windows Server 2012 on
+inline constinit LateLibrary corePath(L"api-ms-win-core-path-l1-1-0.dll"); // API set, Windows Server 2012 and later
 inline constinit LateLibrary dbghelp(L"dbghelp.dll");
 inline constinit LateLibrary ole32(L"ole32.dll");
 inline constinit LateLibrary oleaut32(L"oleaut32.dll");

@@ -5,16 +5,17 @@
 
 #include <string>
 
-// Descriptions of calls, as operation() takes them: made only when they are needed.
+// Call descriptions for operation(), which makes the text only when it needs it.
 
-/// A description that is the same for every call.
+/// A description without arguments.
 inline auto callText(const wchar_t* text)
 {
     return [text] { return std::wstring(text); };
 }
 
-/// @param format    printf-style: one %s for the argument, which is masked, then what the numbers need
-/// @param argument  must outlive the description, which takes it as it is then
+/// A description with an argument, which is masked, and numbers.
+/// @param format    printf-style: %s for the argument, then the conversions of the numbers
+/// @param argument  held by reference: it must outlive the description, and its value at that time is used
 template <typename... Numbers>
 auto callText(const wchar_t* format, const std::wstring& argument, Numbers... numbers)
 {

@@ -5,8 +5,8 @@
 
 #include <string>
 
-/// The catch ladder, to be called inside a catch block: whatever is in flight leaves as a vexception whose
-/// trail ends with the site and context. A vexception (or a class derived from it) goes on as itself;
-/// anything else is replaced by a new one with its text, unless there is no memory for it: std::bad_alloc. The span
-/// is tagged with the kind and the text.
+/// The catch ladder. Call inside a catch block: rethrows the current exception as a vexception whose trail ends with
+/// the site and context. A vexception keeps its class; any other exception is replaced by a vexception with its text.
+/// Tags the span with the kind and the text.
+/// @throws vexception; std::bad_alloc when there is no memory for one
 [[noreturn]] void rethrowAsVexception(Span& span, const RaiseSite& site, const std::wstring& context);

@@ -4,7 +4,12 @@
 
 TEST(CatchLadder, TurnsEveryKindOfFailureIntoAVexception)
 {
-    for (const auto& [raise, message] : std::initializer_list<std::pair<void (*)(), std::wstring>>{
+    struct Row
+    {
+        void (*raise)();
+        std::wstring message; // of the vexception
+    };
+    for (const auto& [raise, message] : std::initializer_list<Row>{
              {[] { throw std::bad_alloc(); }, L"std::bad_alloc"}, {[] { throw vexception(L"own", {"g"}); }, L"own"},
              {[] { throw _com_error(static_cast<HRESULT>(0x80040205)); }, L"IDispatch error #5 (COM Error 80040205)"},
              {[] { throw 5; }, L"Unexpected error"}}) {

@@ -11,8 +11,7 @@
 
 namespace detail {
 
-/// The first stage of a failure: its description, put on the span. A description that cannot be made (no
-/// memory) must not replace the failure itself.
+/// Makes the description of a failed call and puts it on the span. @return empty when it cannot be made (no memory)
 template <typename Describe>
 std::wstring describeFailure(Span& span, const Describe& describe) noexcept
 {
@@ -21,13 +20,13 @@ std::wstring describeFailure(Span& span, const Describe& describe) noexcept
         span.fail(description);
         return description;
     } catch (...) {
-        return {};
+        return {}; // the failure of the call itself must get through
     }
 }
 
 } // namespace detail
 
-/// What an operation is called: in the trail of its failures and as a span, which are mostly the same.
+/// The names and lines of an operation in the trail of a failure and on its span. They differ only in fixed lines.
 struct Boundary
 {
     RaiseSite site;
@@ -42,12 +41,12 @@ struct Boundary
     Boundary(RaiseSite site_, RaiseSite spanSite_) noexcept : site(site_), spanSite(spanSite_) {}
 };
 
-/// The frame of every operation at a boundary: a span named after the operation, the structured-exception
-/// translator, a cancellation scope, and the catch ladder for whatever escapes the work.
+/// The frame of every operation at a boundary: runs the work in a span, with the structured-exception translator, a
+/// cancellation scope and the catch ladder.
 /// @param boundary  the operation's qualified name and line
-/// @param describe  makes the call's description, arguments masked; called only for a failure
-/// @param work      called with the span; its result is the operation's
-/// @throws vexception; std::bad_alloc where there is no memory left to make one
+/// @param describe  makes the description of the call, arguments masked; called only for a failure
+/// @param work      called with the span; its result is returned
+/// @throws vexception; std::bad_alloc when there is no memory for one
 template <typename Describe, typename Work>
 auto operation(const Boundary& boundary, const Describe& describe, Work&& work)
 {
@@ -62,8 +61,8 @@ auto operation(const Boundary& boundary, const Describe& describe, Work&& work)
     }
 }
 
-/// The frame of the operations that change the system: a traced one that came to its end also gets its
-/// description as the text to show should the run be judged failed.
+/// The frame of an operation that changes the system. After success it also tags an active span with the description:
+/// a trace viewer shows it when the run is judged failed.
 template <typename Describe, typename Work>
 void changingOperation(const Boundary& boundary, const Describe& describe, Work&& work)
 {

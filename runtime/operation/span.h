@@ -5,30 +5,30 @@
 #include <memory>
 #include <string>
 
-/// One traced stretch of work. Texts are narrow, in the ANSI code page.
+/// A span of the tracing library. Texts are in the ANSI code page.
 class ISpan
 {
 public:
     virtual ~ISpan() = default;
-    /// What was being done, recorded when it failed.
+    /// Records that the work failed. @param text  describes the call
     virtual void fail(const std::string& text) = 0;
     virtual void tag(const std::string& key, const std::string& value) = 0;
 };
 
-/// Whoever collects spans.
+/// Collects spans. The program sets no tracer: the interface is the place for the panel's tracing library.
 class ITracer
 {
 public:
     virtual ~ITracer() = default;
-    /// Starts a span; destroying it closes it. Null: this stretch is not traced.
+    /// Starts a span, which its destructor closes. @return null when this work is not traced
     virtual std::unique_ptr<ISpan> start(const RaiseSite& site) = 0;
 };
 
-/// Sets the process's tracer, null (the default) for none. It is not owned.
+/// Sets the process's tracer; null, the default, for none. Not owned.
 void setTracer(ITracer* tracer) noexcept;
 
-/// A span for the life of a scope. Without a tracer it is inactive and costs nothing. Tracing never fails the
-/// work it watches: what the tracer throws is dropped.
+/// A span for a scope; inactive without a tracer. Exceptions of the tracer are dropped, so that tracing never fails
+/// the work.
 class Span
 {
 public:

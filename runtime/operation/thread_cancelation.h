@@ -1,12 +1,13 @@
 #pragma once
 
-/// Marks stretches of work that a supervisor of the thread may wait for or cancel as one piece.
+/// Scopes of work that a supervisor of the thread may wait for or cancel as a unit. This program has no supervisor:
+/// the scopes and depth() are part of the panel's operation frame.
 namespace ThreadCancelation {
 
-/// How many scopes the calling thread is inside of.
+/// The number of scopes that the calling thread has entered.
 int depth() noexcept;
 
-/// Enters a scope for the life of the object; with `enabled` 0 it marks nothing.
+/// Enters a scope for the life of the object, unless `enabled` is 0.
 class CancelationPoint
 {
 public:

@@ -6,13 +6,13 @@
 
 namespace {
 
-/// Both directions alike: ask for the size, then convert; `convert(target, size)` returns 0 for a failure.
+/// @param convert  convert(target, size): the system's call; returns 0 for a failure, the size for a null target
 template <typename Text, typename Convert>
 Text convertText(std::size_t length, const wchar_t* failure, RaiseSite site, Convert convert)
 {
     Text result;
     if (length == 0)
-        return result; // the system takes a length of zero for an error
+        return result; // the system's calls fail for length 0
     if (length > INT_MAX)
         throwOsError(ERROR_INVALID_PARAMETER, failure, site);
     const int size = convert(nullptr, 0);
@@ -28,7 +28,7 @@ Text convertText(std::size_t length, const wchar_t* failure, RaiseSite site, Con
 
 std::string toNarrow(std::wstring_view text, unsigned codePage)
 {
-    // sic: "stringz"
+    // sic: "stringz" is part of the interface with the panel's log readers
     return convertText<std::string>(text.size(), L"Maps a wide-character (Unicode) string to a character stringz",
         {"toNarrow"}, [&](char* target, int size) {
             return WideCharToMultiByte(

@@ -3,18 +3,17 @@
 #include <string>
 #include <string_view>
 
-// Wide text (UTF-16) is the program's text type; narrow text stands only at its edges.
+// Conversion between wide text (UTF-16), the program's text type, and narrow text at its interfaces.
 
-/// The system's ANSI code page and UTF-8, as the conversions below number them.
+// Numbers of the system's ANSI code page and of UTF-8.
 inline constexpr unsigned ansiCodePage = 0;
 inline constexpr unsigned utf8CodePage = 65001;
 
-/// Converts wide text to the code page. Characters that it does not have become its default character;
-/// in UTF-8 an unpaired surrogate becomes U+FFFD. Any length, zero characters included.
-/// @throws vosexception when the system cannot convert (an unknown code page, more than 2 GiB)
+/// Converts wide text to the code page; zero characters may be inside. A character missing in the code page becomes
+/// its default character; in UTF-8 an unpaired surrogate becomes U+FFFD.
+/// @throws vosexception when the code page is unknown or the text longer than INT_MAX units
 std::string toNarrow(std::wstring_view text, unsigned codePage);
 
-/// Converts text of the code page to wide text. Bytes that are invalid there become what the system puts in
-/// their place, in UTF-8 U+FFFD.
-/// @throws vosexception when the system cannot convert
+/// Converts text of the code page to wide text. Invalid bytes become the system's replacement character, U+FFFD in
+/// UTF-8. @throws vosexception as toNarrow()
 std::wstring toWide(std::string_view text, unsigned codePage);

@@ -41,7 +41,7 @@ std::wstring unquoted(std::wstring_view token)
         if (token[at] != L'"') {
             argument += token[at];
         } else if (quoted && at + 1 < token.size() && token[at + 1] == L'"') {
-            argument += L'"'; // a doubled quote between quotes
+            argument += L'"'; // two quotes inside quotes are one literal quote
             ++at;
         } else {
             quoted = !quoted;
@@ -75,7 +75,7 @@ std::wstring quoteArgument(std::wstring_view argument)
     std::size_t backslashes = 0;
     for (const wchar_t c : argument) {
         if (c == L'"')
-            quoted.append(backslashes + 1, L'\\'); // those before the quote once more, and one for the quote
+            quoted.append(backslashes + 1, L'\\'); // doubles those before the quote and escapes the quote
         quoted += c;
         backslashes = c == L'\\' ? backslashes + 1 : 0;
     }

@@ -4,16 +4,16 @@
 #include <string_view>
 #include <vector>
 
-// Command lines by the system's rules: white space separates arguments, quotes hold one together, backslashes
+// Command lines by the rules of CommandLineToArgvW: blanks and tabs separate arguments, quotes group, backslashes
 // before a quote escape it.
 
-/// Where the argument that begins at `begin` ends.
+/// The position behind the argument that begins at `begin`.
 std::size_t argumentEnd(std::wstring_view commandLine, std::size_t begin);
 
-/// The arguments as the called program sees them, quotes removed. (The rules for a program's own path, which
-/// knows no escapes, are others.)
+/// The arguments as the called program receives them, without quotes. Not for the program's path at the start of a
+/// command line, which has no escapes.
 std::vector<std::wstring> splitArguments(std::wstring_view commandLine);
 
-/// One argument as it must stand in a command line: as it is, or in quotes when it is empty or holds white
-/// space or a character that a command interpreter knows.
+/// The argument as written in a command line: unchanged, or in quotes when it is empty or contains white space or a
+/// special character of the command interpreter.
 std::wstring quoteArgument(std::wstring_view argument);

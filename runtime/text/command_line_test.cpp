@@ -12,7 +12,7 @@
 
 namespace {
 
-std::vector<std::wstring> bySystem(const std::wstring& arguments)
+std::vector<std::wstring> parsedBySystem(const std::wstring& arguments)
 {
     int count = 0;
     wchar_t** const list = CommandLineToArgvW((L"x " + arguments).c_str(), &count);
@@ -23,7 +23,7 @@ std::vector<std::wstring> bySystem(const std::wstring& arguments)
 
 } // namespace
 
-TEST(CommandLine, QuotesWhatTheSystemReadsBack)
+TEST(CommandLine, QuotedArgumentsParseBackUnchanged)
 {
     std::mt19937 random = seeded();
     const int count = rounds(20'000, 1'000'000);
@@ -34,13 +34,13 @@ TEST(CommandLine, QuotesWhatTheSystemReadsBack)
             c = alphabet[random() % alphabet.size()];
         const std::vector<std::wstring> expected = {argument, L"b c"};
         const std::wstring line = quoteArgument(argument) + L" " + quoteArgument(L"b c");
-        ASSERT_EQ(expected, bySystem(line)) << testing::PrintToString(line);
+        ASSERT_EQ(expected, parsedBySystem(line)) << testing::PrintToString(line);
         ASSERT_EQ(expected, splitArguments(line)) << testing::PrintToString(line);
     }
-    figure(count, "arguments quoted for the system and read back");
+    figure(count, "arguments quoted and parsed back");
 }
 
-TEST(CommandLine, ShowsNoSecretThatTheSystemReads)
+TEST(CommandLine, MasksEverySecretThatTheSystemParses)
 {
     std::mt19937 random = seeded();
     const wchar_t* const pieces[] = {L"a", L" ", L"\t", L"\"", L"\"", L"\\", L"=", L"pwd", L"password", L"§"};
@@ -51,17 +51,17 @@ TEST(CommandLine, ShowsNoSecretThatTheSystemReads)
         std::wstring line;
         for (unsigned length = random() % 16; length > 0; --length)
             line += pieces[random() % std::size(pieces)];
-        auto mayShow = marks(line);
-        for (const std::wstring& argument : bySystem(line)) {
+        auto visible = marks(line);
+        for (const std::wstring& argument : parsedBySystem(line)) {
             const std::size_t equals = std::min(argument.find(L'='), argument.size());
             const std::wstring name = argument.substr(0, equals);
             if (name.find(L"pwd") != std::wstring::npos || name.find(L"password") != std::wstring::npos) {
                 secrets += marks(argument.substr(equals));
-                mayShow -= marks(argument.substr(equals));
+                visible -= marks(argument.substr(equals));
             }
         }
-        ASSERT_LE(marks(maskCommandLine(line)), mayShow) << testing::PrintToString(line);
+        ASSERT_LE(marks(maskCommandLine(line)), visible) << testing::PrintToString(line);
     }
     EXPECT_GT(secrets, count / 30);
-    figure(count, "command lines of any shape masked");
+    figure(count, "random command lines masked");
 }

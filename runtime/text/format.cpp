@@ -8,7 +8,7 @@
 
 namespace {
 
-// The C runtime ends the process for an argument that it refuses, unless somebody takes the report.
+// Without a handler the C runtime ends the process when it rejects an argument.
 void ignoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t)
 {
 }
@@ -19,8 +19,8 @@ std::wstring detail::formatVarArgs(const wchar_t* format, ...)
 {
     [[maybe_unused]] static const auto previous = _set_invalid_parameter_handler(ignoreInvalidParameter);
 
-    // The functions with an underscore are the C runtime's own. MinGW's standard names (vswprintf, ...) take
-    // %s for narrow text.
+    // MinGW's own vswprintf takes %s as narrow text; the functions with an underscore are the C runtime's.
+    // The failure texts name other functions. They are part of the interface with the panel's log readers.
     va_list args;
     va_start(args, format);
     const int length = _vscwprintf(format, args);

@@ -7,9 +7,9 @@ namespace detail {
 std::wstring formatVarArgs(const wchar_t* format, ...);
 }
 
-/// Printf-style wide text with the Microsoft meaning: %s takes wide text, %S narrow text.
-/// Objects cannot pass through the variable arguments: hand over text.c_str().
-/// @throws ArgumentException for a format that the C runtime rejects
+/// Formats wide text with Microsoft's printf conversions: %s takes wide text, %S narrow text.
+/// @param args  numbers and pointers: text.c_str(), not text
+/// @throws ArgumentException when the C runtime rejects the format
 template <typename... Args>
 std::wstring formatString(const wchar_t* format, Args... args)
 {

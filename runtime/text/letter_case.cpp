@@ -11,7 +11,7 @@ namespace {
 std::wstring mapped(std::wstring text, DWORD map)
 {
     const std::wstring source = text;
-    const int length = static_cast<int>(text.size()); // one letter becomes one letter
+    const int length = static_cast<int>(text.size()); // these mappings keep the length
     if (length > 0 &&
         !LCMapStringEx(LOCALE_NAME_INVARIANT, map, source.c_str(), length, text.data(), length, nullptr, nullptr, 0))
         throwLastError({L"LCMapStringEx"}, {"letter_case::mapped"});

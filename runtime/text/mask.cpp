@@ -8,13 +8,14 @@ namespace {
 
 constexpr std::wstring_view whiteSpace = L" \t";
 
-/// The place of a word that makes a name secret; npos when there is none.
+/// The position of "password" or "pwd" in the name; npos when it has neither.
 std::size_t findSecret(std::wstring_view name)
 {
     return std::min(name.find(L"password"), name.find(L"pwd"));
 }
 
-/// Readers differ on whether quotes go on behind two side by side, unless these are an empty value.
+/// Whether all parsers agree on the token's end. They differ on whether two adjacent quotes end a quoted part, unless
+/// these are an empty argument or an empty value at the token's end.
 bool hasClearEnd(std::wstring_view token)
 {
     const std::size_t quotes = token.find(L"\"\"");
@@ -22,11 +23,11 @@ bool hasClearEnd(std::wstring_view token)
            (quotes + 2 == token.size() && (quotes == 0 || token[quotes - 1] == L'='));
 }
 
-/// Appends a token with the values of a secret hidden. @return whether it was one
+/// Appends a token, masked when its name is secret. @return whether it was masked
 bool appendMasked(std::wstring& masked, std::wstring_view token)
 {
     const std::size_t equals = token.find(L'=');
-    // Quotes are for the system alone, also within a name; the other half of a pair may stand in the value.
+    // Parsers remove quotes inside a name too. The second quote of a pair may be in the value.
     std::wstring name(token.substr(0, equals));
     std::erase(name, L'"');
     if (equals == std::wstring_view::npos || findSecret(name) == std::wstring::npos) {
@@ -39,8 +40,8 @@ bool appendMasked(std::wstring& masked, std::wstring_view token)
     return true;
 }
 
-/// One argument. It may be a command line in itself: a secret in one of its pieces reaches to the argument's end,
-/// since nobody knows where its value ends.
+/// Appends one argument. It may itself be a command line: a secret in one of its pieces is masked up to the
+/// argument's end, as the end of the value is unknown.
 void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
 {
     const std::size_t length = masked.size();
@@ -61,7 +62,7 @@ void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
     }
 }
 
-/// The rest of a line, when it is unknown where its arguments end: all behind a secret's name may be its value.
+/// Appends the rest of a line whose arguments have no clear ends: everything after a secret's name may be its value.
 void appendMaskedRest(std::wstring& masked, std::wstring_view rest)
 {
     std::wstring plain(rest);
