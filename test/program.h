@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// The product's real configuration key, with a product root of the test's own.
+/// Runs the program with the real configuration key and a new installation directory. Removes the key afterwards.
 class ProgramRun : public testing::Test
 {
 protected:
@@ -19,14 +19,17 @@ protected:
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
     }
 
+    /// Runs mendkit; see runChild().
     static ChildResult run(const std::wstring& arguments, bool capture = true)
     {
         return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
+    /// Whether a client can connect to the pipe now.
     static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
 
-    /// A management service with one client at a time, once it is there for it.
+    /// Starts a management service for one client at a time and waits until its pipe is free.
+    /// @param silence  milliseconds before each reply
     std::unique_ptr<vexecutil> serve(const wchar_t* silence, const wchar_t* pipe) const
     {
         auto service = std::make_unique<vexecutil>();
