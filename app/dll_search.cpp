@@ -1,11 +1,11 @@
-// Libraries come from the system directory alone. Set before any other constructor of the program runs: the
-// program's own directory and the caller's are places where others may be able to put a DLL of a known name.
+// Limits the search for DLLs to the system directory: other users may be able to plant a DLL in the program's or the
+// current directory. Runs before every other constructor.
 
 #include <windows.h>
 
 namespace {
 
-constexpr int beforeAllOthers = 101; // the first priority that is not the compiler's own
+constexpr int beforeAllOthers = 101; // lower priorities are reserved for the compiler
 
 __attribute__((constructor(beforeAllOthers))) void limitDllSearch()
 {

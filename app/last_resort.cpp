@@ -11,18 +11,18 @@
 
 namespace {
 
-// The process's own: made before the entry point runs, gone after it.
+// Lives from static initialisation to process exit.
 CrashDumpInfo crashDumpInfo;
 
 [[noreturn]] void endProcess()
 {
     TerminateProcess(GetCurrentProcess(), 1);
-    for (;;) { // not reached: the process is gone
+    for (;;) { // not reached
     }
 }
 
-/// The C and C++ run times give up in this way when the system refuses them what they need, above all before the
-/// entry point. Nothing of theirs can be used any more, the log included.
+/// The C and C++ runtimes abort when a system call that they need fails, mainly before the entry point. Neither they
+/// nor the log can be used then.
 [[noreturn]] void endAfterAbort(int)
 {
     constexpr char text[] = "Unexpected end of the program\r\n";
@@ -31,17 +31,17 @@ CrashDumpInfo crashDumpInfo;
     endProcess();
 }
 
-constexpr int beforeAllOthers = 101; // the first priority that is not the compiler's own
+constexpr int beforeAllOthers = 101; // as in dll_search.cpp
 
 __attribute__((constructor(beforeAllOthers))) void catchAborts()
 {
     std::signal(SIGABRT, endAfterAbort);
 }
 
-/// A second failure on the way out must not come back here: it ends the process at once.
+/// Makes a second failure end the process at once instead of calling these handlers again.
 void disarm() noexcept
 {
-    openMemoryReserve(); // for what there is still to say
+    openMemoryReserve(); // for the last record
     std::set_terminate(endProcess);
     SetUnhandledExceptionFilter([](EXCEPTION_POINTERS*) -> LONG { endProcess(); });
 }
@@ -53,7 +53,7 @@ void disarm() noexcept
     endProcess();
 }
 
-/// The system asks here before it shows its dialog: a fault that no frame could take.
+/// The system calls this for an unhandled fault, before it shows its dialog.
 LONG CALLBACK endAfterFault(EXCEPTION_POINTERS* pointers)
 {
     disarm();

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Where the program ends when no handler is left, for an exception (std::terminate) or for a fault outside of every
-/// frame that could take it: a dump of the fault, a Crash record and exit code 1 instead of a dialog or an abort
-/// message. With it come the dumps of all other faults, and the pruning of old ones at the process's end.
+/// Installs the handlers of an uncaught exception (std::terminate) and of an unhandled fault. They write a dump of
+/// the fault and a Crash record and end the process with code 1, without a dialog or an abort message. A program that
+/// calls this also dumps all other faults and prunes old dumps at process exit.
 void installLastResort() noexcept;

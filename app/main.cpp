@@ -9,21 +9,21 @@
 #include <memory>
 #include <optional>
 
-// NOLINTNEXTLINE(misc-use-internal-linkage): the entry point, which the check knows as main only
+// NOLINTNEXTLINE(misc-use-internal-linkage): the check knows main as an entry point, but not wmain
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
-    // First and last: every severe record of the run passes through it.
+    // Constructed first and destroyed last: it receives every severe record of the run.
     std::optional<SendErrorReport::LogHandler> errorReports;
     try {
         errorReports.emplace(std::make_shared<SendErrorReport::DefaultSystemHelper>());
-    } catch (...) { // no memory: the command still runs, without reports
+    } catch (...) { // no memory: the command runs without reports
     }
     KelvoRepair::Manager manager;
     SetErrorMode(SetErrorMode(0) | SEM_NOGPFAULTERRORBOX);
     try {
         LogManager::resetSettings();
-    } catch (...) { // no memory for the settings: the command still runs, and its exit code tells
+    } catch (...) { // no memory for the settings: the command runs, and exit code 1 reports a lost answer
     }
     theApplication = &manager;
     const int result = manager.run(argc, argv);

@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// What a command has to work with.
+/// The arguments of a command's function.
 struct Call
 {
     Manager& manager;
@@ -30,7 +30,7 @@ struct Command
     void (*execute)(const Call& call);
 };
 
-/// Hands a command's answer to its caller. An answer that was lost on the way is a failure.
+/// Writes a command's answer to standard output. @throws vexception when it was not written completely
 void answer(const std::wstring& document)
 {
     LogManager::log(LogLevel::Result, L"%s", document.c_str());
@@ -65,7 +65,7 @@ constexpr Command commands[] = {
     {L"--reboot",
         [](const Call& call) {
             call.params.check(L"--timeout\0"sv, {});
-            // No number is 0, too large a one the largest; -1 becomes the largest unsigned one.
+            // Text that is no number gives 0, a number that is too large INT_MAX, -1 UINT32_MAX.
             const int seconds = _wtoi(call.params.get(L"--timeout").c_str());
             answer(call.adapter.reboot(static_cast<std::uint32_t>(seconds)));
         }},

@@ -4,11 +4,12 @@
 
 namespace KelvoRepair {
 
-/// The application: maps each command word to operations of the repair adapter and prints their answers.
+/// The application: maps each command word to operations of the repair adapter and writes their answers to standard
+/// output.
 class Manager : public vconsoleapp
 {
 public:
-    /// @return 0 @throws vexception when the command is unknown, its parameters are wrong, or it failed
+    /// @return 0 @throws vexception when the command is unknown, its parameters are wrong, or it fails
     std::int32_t go(std::int32_t count, const wchar_t* const* arguments) override;
 
     void usage() override;

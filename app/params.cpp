@@ -24,7 +24,7 @@ bool contains(NameList list, std::wstring_view name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-/// Each name between `before` and `after`, one a line.
+/// One line per name, the name between `before` and `after`.
 std::wstring joined(NameList list, const wchar_t* before, const wchar_t* after)
 {
     std::wstring text;
@@ -55,6 +55,7 @@ ParameterMap parseParameters(std::int32_t count, const wchar_t* const* arguments
     return parameters;
 }
 
+// The lines of these raise sites are fixed: part of the interface with the panel's log readers; do not correct.
 void Params::check(NameList required, NameList optional) const
 {
     for (const std::wstring_view name : namesOf(required)) {
@@ -64,7 +65,7 @@ void Params::check(NameList required, NameList optional) const
         }
     }
     for (const auto& [name, value] : parameters_) {
-        const bool internal = name == L"--internal-package-name"; // the package system adds it to any command
+        const bool internal = name == L"--internal-package-name"; // added to any command by the package system
         if (!internal && !contains(required, name) && !contains(optional, name)) {
             throw vexception(L"Unexpected parameter " + name + L". " + describeParameters(required, optional),
                 {"Params::check", 105});

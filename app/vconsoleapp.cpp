@@ -11,6 +11,8 @@
 
 #include <windows.h>
 
+// The lines of all raise sites here are fixed: part of the interface with the panel's log readers; do not correct.
+
 vconsoleapp* theApplication = nullptr;
 
 vconsoleapp::~vconsoleapp()
@@ -53,7 +55,7 @@ std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noe
 {
     std::int32_t result = 1;
     structured_exception::reserveStack();
-    // The frame's own translator ends with the frame; this one also covers what is logged about a failure.
+    // operation() restores the previous translator at its end; this one also covers the logging of a failure.
     const structured_exception::TranslatorScope translator;
     try {
         std::wstring commandLine;
@@ -72,7 +74,7 @@ std::int32_t vconsoleapp::run(std::int32_t argc, const wchar_t* const* argv) noe
         result = 1;
         openMemoryReserve();
         LogManager::log(LogLevel::Error, failure);
-    } catch (...) { // the ladder itself failed: no memory
+    } catch (...) { // the catch ladder failed: no memory
         result = 1;
         openMemoryReserve();
         LogManager::log(LogLevel::Error, L"Unexpected error");

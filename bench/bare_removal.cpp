@@ -1,4 +1,5 @@
-// The least that removes a tree: find and delete calls, links and failures left out of account.
+// Removes a tree with find and delete calls only, without regard to links and failures: the reference for
+// mendkit --free-disk-space.
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// What a program costs that asks the service control manager the same questions and prints the same text,
-// with nothing around it: the measure for mendkit --get-service-status.
+// Makes the same calls to the service control manager and prints the same text, without anything else: the reference
+// for mendkit --get-service-status.
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// What a program costs that starts the three utilities one after the other, reads what they print and prints a text
-// of the same length, with nothing around it: the measure for mendkit --get-system-resources.
+// Starts the three utilities one after the other, reads their output and prints a text of the same length, without
+// anything else: the reference for mendkit --get-system-resources.
 
 #include <windows.h>
 

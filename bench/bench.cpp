@@ -1,5 +1,5 @@
-// The table of scripts/bench: ratios, each of two things measured in turn in this one run. Its arguments are
-// the folder of the build and, for a part of the table, one of pipe, status, log, utilities, cleaning.
+// Prints the table of scripts/bench: the ratios of pairs of calls that are measured alternately. The arguments are
+// the build folder and optionally a part of the table: pipe, status, log, utilities or cleaning.
 
 #include "bench/cleaning.h"
 #include "bench/program_run.h"
@@ -24,12 +24,12 @@ void benchServiceStatus(const std::wstring& build)
     const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-service-status --name=PlugPlay"); };
     const auto sc = [] { run(L"C:\\windows\\system32\\sc.exe", L"query PlugPlay"); };
     const auto bare = [&] { run(build + L"\\bench\\bare_service_status.exe", L"PlugPlay"); };
-    mendkit(), sc(), bare(); // files and services warm
+    mendkit(), sc(), bare(); // warms files and services
     print("--get-service-status", "sc query", Comparison::of(60, mendkit, sc), 0.99);
     print("--get-service-status", "bare program, same calls", Comparison::of(200, mendkit, bare), 1.10);
 }
 
-/// Serves the pipe of the management service for as long as the bench runs: each request gets the same reply.
+/// Serves a pipe as the management service does, until the process ends. Each request gets the same reply.
 void serveReplies(const std::wstring& name)
 {
     const UniqueFile pipe(CreateNamedPipeW(
@@ -84,7 +84,7 @@ void benchPipe()
     print("getString over the pipe", "bare write, read, read", Comparison::of(3000, client, bare), 1.10);
 }
 
-/// What a program prints, read by a bare loop through a pipe of the system's.
+/// Runs a program and reads its output with a bare loop. @return the bytes read
 std::size_t readBare(const std::wstring& commandLine)
 {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
@@ -121,7 +121,7 @@ void benchUtilities(const std::wstring& build)
     mendkit(), three();
     print("--get-system-resources", "bare program, three utilities", Comparison::of(40, mendkit, three), 1.05);
 
-    // Last, as the client in this process keeps the stand-in's one connection to itself from now on.
+    // Measured last: the client in this process keeps the stand-in's only connection from now on.
     std::FILE* const script = _wfopen((bin + L"websrvmng.script").c_str(), L"w");
     std::fputs("bytes 67108864\n", script);
     std::fclose(script);
@@ -142,7 +142,7 @@ void benchUtilities(const std::wstring& build)
     DeleteFileW((bin + L"websrvmng.script").c_str());
 }
 
-/// What a line of the debug log cannot do without.
+/// Appends a line to a log file with the minimum of system calls.
 void writeBareLine(const std::wstring& path, const std::wstring& text)
 {
     const HANDLE mutex = CreateMutexW(nullptr, FALSE, L"kelvolog_bare_mutex");
@@ -170,7 +170,7 @@ void benchLogLine()
     setConfig(L"Debug", 1);
     setConfig(L"PRODUCT_ROOT_D", root);
 
-    LogManager::settings().eventLog[0] = false; // the file alone
+    LogManager::settings().eventLog[0] = false; // measure the file only
     const std::wstring text(80, L'x');
     const auto line = [&] { LogManager::log(LogLevel::Info, L"%s", text.c_str()); };
     const auto bare = [&] { writeBareLine(bareLog, L"2026/11/16 04:53:12.345 4120 3388 Info: " + text + L"\r\n"); };
@@ -199,7 +199,7 @@ int wmain(int argc, wchar_t** argv)
         benchLogLine();
     if (wanted(L"cleaning"))
         benchCleaning(build);
-    if (wanted(L"utilities")) // leaves the stand-in to nobody else
+    if (wanted(L"utilities")) // last: keeps the stand-in's only connection
         benchUtilities(build);
     return 0;
 }

@@ -9,7 +9,7 @@ namespace {
 
 const std::wstring panel = L"C:\\Program Files\\Kelvo Panel", tree = panel + L"\\PrivateTemp\\tree";
 
-/// Puts the next of the prepared trees where the programs look for it.
+/// Moves a prepared tree to the place where the programs clean.
 void takeTree(const wchar_t* kind, int number)
 {
     CreateDirectoryW((panel + L"\\PrivateTemp").c_str(), nullptr);
@@ -39,7 +39,8 @@ void benchCleaning(const std::wstring& build)
             mendkit.push_back(microseconds([&] { peak = run(build + L"\\app\\mendkit.exe", L"--free-disk-space"); }));
             takeTree(kind, number++);
             bare.push_back(microseconds([&] { run(build + L"\\bench\\bare_removal.exe", L"\"" + tree + L"\""); }));
-            if (round > 0 || kind[0] == L'l') // ten times as long; for the large directory, Wine's needs many minutes
+            // Wine's rd takes ten times as long, and many minutes for the large directory.
+            if (round > 0 || kind[0] == L'l')
                 continue;
             takeTree(kind, number++);
             rd.push_back(

@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// The rows of --free-disk-space, on the trees that scripts/bench has prepared: Wine itself makes files in large
-/// directories too slowly. @param build  the folder of the build
+/// Prints the rows of --free-disk-space. Uses the trees that scripts/bench prepares, because Wine creates files in
+/// large directories too slowly. @param build  the build folder
 void benchCleaning(const std::wstring& build);

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <string>
 
-/// Starts a program with its output thrown away and waits for its end.
-/// @return its peak working set in bytes, as far as a look every few milliseconds shows it
+/// Runs a program with its output discarded. Repeats a failed run; the third failure in all ends the bench.
+/// @return the program's peak working set in bytes, sampled every 20 milliseconds
 inline std::size_t run(const std::wstring& program, const std::wstring& arguments)
 {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
@@ -21,14 +21,14 @@ inline std::size_t run(const std::wstring& program, const std::wstring& argument
     PROCESS_INFORMATION process{};
     while (!CreateProcessW(
         program.c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
-        if (GetLastError() == ERROR_INTERNAL_ERROR) // Wine fails about one start in some thousands with this
+        if (GetLastError() == ERROR_INTERNAL_ERROR) // Wine fails about one start in several thousand with this
             continue;
         std::printf("cannot start %ls: %lu\n", program.c_str(), GetLastError());
         ExitProcess(1);
     }
-    constexpr DWORD look = 20;
+    constexpr DWORD interval = 20;
     PROCESS_MEMORY_COUNTERS memory{};
-    while (WaitForSingleObject(process.hProcess, look) == WAIT_TIMEOUT)
+    while (WaitForSingleObject(process.hProcess, interval) == WAIT_TIMEOUT)
         K32GetProcessMemoryInfo(process.hProcess, &memory, sizeof memory);
     DWORD code = 1;
     GetExitCodeProcess(process.hProcess, &code);
@@ -37,7 +37,7 @@ inline std::size_t run(const std::wstring& program, const std::wstring& argument
     static int failures = 0;
     if (code != 0) {
         std::printf("%ls failed with %lu\n", program.c_str(), code);
-        if (++failures > 2) // the starts of a program's own children fail as rarely
+        if (++failures > 2) // Wine also fails the starts of the program's own children
             ExitProcess(1);
         return run(program, arguments);
     }

@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-/// A row of the table. @param aim  for the ratio; one below 1 stands for "less than 1"
+/// Prints a row of the table. @param aim  for the ratio; a value below 1 is printed as "<1.00"
 inline void print(const char* subject, const char* reference, const Comparison& result, double aim)
 {
     std::printf("%-28s %9.0f us   %-30s %9.0f us   ratio %5.2f   aim %s%.2f\n", subject, result.subject, reference,

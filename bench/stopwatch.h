@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <vector>
 
-/// Microseconds that a call takes.
+/// The duration of a call in microseconds.
 template <typename Call>
 double microseconds(Call call)
 {
@@ -23,7 +23,7 @@ inline double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// Medians of two calls that are made in turn, so that both see the same machine.
+/// The medians of two calls that are measured alternately, so that the machine's load affects both.
 struct Comparison
 {
     double subject, reference; // microseconds

@@ -1,4 +1,4 @@
-# JsonCpp for the target: Debian has it for its own machines only, so it is built here from Debian's source.
+# JsonCpp for Windows, built from Debian's source: Debian has no cross-built package.
 if(NOT EXISTS ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_value.cpp)
   message(FATAL_ERROR "No JsonCpp source in ${MENDKIT_JSONCPP_SOURCE}: run ./scripts/setup first")
 endif()

@@ -1,5 +1,5 @@
 # mendkit_library(<name> DEPENDS <targets> SOURCES <files> [TESTS <files>])
-# One floor of the house, and its test program when it has tests.
+# Adds the library of one layer, and its test program when it has tests.
 function(mendkit_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "DEPENDS;SOURCES;TESTS")
   add_library(${name} STATIC ${arg_SOURCES})

@@ -1,4 +1,4 @@
-# GoogleTest from Debian's source, and the way in which every test program is registered.
+# GoogleTest from Debian's source, and the function that adds a test program.
 if(MENDKIT_TESTS)
   enable_testing()
   set(INSTALL_GTEST OFF)

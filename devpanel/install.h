@@ -1,5 +1,5 @@
 #pragma once
 
-/// Makes this Wine prefix look like a server with the panel: directories, utilities, registry values, the
-/// service KelvoSQLServer (stopped).
+/// Installs the stand-in for the panel: directories, utilities, registry values and the service KelvoSQLServer, which
+/// is not started. @throws vexception
 void installPanel();

@@ -1,5 +1,5 @@
-// Stands in for the panel on machines that have none:
-//   devpanel install | ensure | serve [silence [pipe [root dumps]]] | service
+// Stand-in for the panel:
+//   devpanel install | ensure | serve [milliseconds before a reply [pipe [installation directory, dumps]]] | service
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
@@ -24,7 +24,7 @@ void report(DWORD state)
     SetServiceStatus(serviceHandle, &status);
 }
 
-/// A service that runs until it is stopped, a minute at the longest.
+/// The service runs until it is stopped, for at most a minute.
 void WINAPI runService(DWORD, wchar_t**)
 {
     stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);

@@ -11,7 +11,8 @@ namespace {
 
 const std::wstring pipes = L"\\\\.\\pipe\\";
 
-/// The bytes of a message: its length, then that many. Empty when the client has gone.
+/// Reads a length and that many bytes. @return the bytes; empty when the client has disconnected or the length is too
+/// large
 std::string readMessage(Con::OverlappedPipe& pipe)
 {
     const auto readExactly = [&](char* at, std::size_t size) {
@@ -54,7 +55,7 @@ std::string replyTo(const std::string& message, const PanelValues& values)
 
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values)
 {
-    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client keeps its connection while it works
+    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected during its command
     Con::ServerOverlappedPipe pipe(longestCommand);
     try {
         pipe.create(pipes + name, PIPE_ACCESS_DUPLEX);
@@ -68,7 +69,7 @@ void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelV
                 Sleep(silenceMilliseconds);
                 pipe.write(reply.data(), reply.size());
             }
-        } catch (const vexception&) { // this client's fault or misfortune; the next one may fare better
+        } catch (const vexception&) { // disconnect this client and serve the next one
         }
         pipe.disconnect();
     }
@@ -80,7 +81,7 @@ void ensurePipe()
     bool started = false;
     for (int attempt = 0; attempt < 500; ++attempt) {
         try {
-            client.create(pipes + panelPipe, 10); // being asked makes the service stay
+            client.create(pipes + panelPipe, 10); // a connection restarts the service's idle time
             return;
         } catch (const vexception&) {
         }

@@ -16,10 +16,12 @@ struct PanelValues
     std::wstring dumps = std::wstring(panelRoot) + L"\\var\\dumps";
 };
 
-/// Serves the pipe until nobody has asked for some seconds. Returns at once when somebody else serves it.
-/// @param silenceMilliseconds  before each reply
-/// @param name  of the pipe, which serves one client at a time
+/// Serves the pipe, one client at a time, until no client has connected for five seconds. Returns at once when
+/// another process serves it.
+/// @param silenceMilliseconds  the delay before each reply
+/// @param name                 the pipe's name
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values);
 
-/// Makes sure that the pipe is served for the next seconds.
+/// Starts a process that serves the pipe unless there is one. It serves for at least five seconds from this call.
+/// @throws vexception when it does not start
 void ensurePipe();

@@ -1,7 +1,7 @@
-// Stands in for the panel's utilities, under each one's name. sysinfo prints this machine's figures; the
-// others note what they were asked in var\devpanel.log and succeed. None restarts or repairs anything.
+// Stand-in for the panel's utilities, installed under the name of each. sysinfo prints this machine's figures. The
+// others append their arguments to var\devpanel.log and exit with 0. None restarts or repairs anything.
 //
-// A file <name>.script beside the program makes it do that instead, a step a line:
+// A file <name>.script beside the program replaces all of that. It has one step per line:
 //   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | sleep <milliseconds>
 //   | exit <code> | crash
 
@@ -36,7 +36,7 @@ void note(const std::string& text)
     std::ofstream((bin + L"\\..\\..\\var\\devpanel.log").c_str(), std::ios::app) << text << std::endl;
 }
 
-/// Bytes of a line "Name:   123 kB" of the machine's memory figures, which Wine shows as a file.
+/// The bytes of a line "Name:   123 kB" of the host's memory figures. Wine shows the host's files on drive Z:.
 unsigned long long memoryFigure(const std::string& name)
 {
     std::ifstream figures("Z:\\proc\\meminfo");
@@ -56,7 +56,7 @@ void printMemory(const std::string& total, const std::string& free)
 int sysinfo(const std::wstring& what)
 {
     if (what == L"loadavg") {
-        std::string line; // Wine shows the files of the machine below
+        std::string line;
         std::getline(std::ifstream("Z:\\proc\\loadavg"), line);
         std::puts(line.c_str());
         return line.empty() ? 1 : 0;
@@ -70,7 +70,7 @@ int sysinfo(const std::wstring& what)
     return 0;
 }
 
-/// Leaves a process behind that has our output.
+/// Starts a process that inherits standard output and outlives this one.
 void leaveChild(const char* milliseconds)
 {
     STARTUPINFOA startup{};

@@ -5,13 +5,13 @@
 
 #include <string>
 
-/// A sink of records besides the log manager's own. Registered with LogManager::addHandler, which does not
-/// own it. What a handler throws is dropped.
+/// A further sink of log records, registered with LogManager::addHandler. The log manager does not own it and drops
+/// its exceptions.
 class ILogHandler
 {
 public:
     virtual ~ILogHandler() = default;
-    /// A logged exception; unless overridden, its full text goes to the other one.
+    /// Logs an exception. The default passes its full text to the other overload.
     virtual void log(LogLevel level, const vexception& failure) { log(level, failure.fullText()); }
     virtual void log(LogLevel level, const std::wstring& message) = 0;
 };

@@ -36,7 +36,7 @@ void callHandlers(
 {
     for (const LogHandlerNode* node = handlers.first; node;) {
         ILogHandler* const handler = node->handler;
-        node = node->next; // first: the handler may remove itself
+        node = node->next; // before the call: the handler may remove itself
         try {
             if (failure)
                 handler->log(level, *failure);
@@ -47,7 +47,7 @@ void callHandlers(
     }
 }
 
-/// One sink's turn. A failure cannot be logged from inside the logging; it ends here.
+/// Calls one sink. Drops its failure, as logging it would recurse.
 template <typename Sink>
 void attempt(Sink sink) noexcept
 {
@@ -75,7 +75,7 @@ LogManager::~LogManager()
 LogManager& LogManager::instance()
 {
     static LogManager manager;
-    if (ended_) // a fault among the last destructors of the process: there is nothing left to log with
+    if (ended_) // a fault in a later static destructor
         throw vexception(L"The log has ended", {"LogManager::instance"});
     return manager;
 }

@@ -9,13 +9,13 @@
 
 #include <string>
 
-/// The one way out for everything the program says: progress, answers, failures. The level of a record
-/// decides which sinks get it: the debug log file, the Windows event log, standard output, the registered
-/// handlers. Logging never throws, and a sink that fails costs no other sink its record.
+/// Writes all records of the program: progress, the commands' answers, failures. The level of a record selects its
+/// sinks: the debug log file, the Windows event log, standard output, the registered handlers. Logging never throws.
+/// A failing sink does not affect the others.
 class LogManager
 {
 public:
-    /// @param format  printf-style, %s takes wide text; a format that the C runtime rejects logs nothing
+    /// @param format  printf-style; %s takes wide text. A format that the C runtime rejects logs nothing.
     template <typename... Args>
     static void log(LogLevel level, const wchar_t* format, Args... args) noexcept
     {
@@ -29,18 +29,19 @@ public:
     /// Logs the exception's full text; handlers get the exception itself.
     static void log(LogLevel level, const vexception& failure) noexcept;
 
-    /// Registers a handler behind the others; it is not owned. @throws std::bad_alloc
+    /// Appends a handler, which is not owned. @throws std::bad_alloc
     static void addHandler(ILogHandler* handler);
     /// Removes every registration of the handler.
     static void removeHandler(ILogHandler* handler) noexcept;
 
-    /// "Info" to "Crash"; "Unknown level" for other numbers.
+    /// The level's name, "Info" to "Crash"; "Unknown level" for any other number.
     static const char* levelName(LogLevel level) noexcept;
 
-    /// The switch `Debug` of the product's configuration.
+    /// The setting `Debug` of the product's configuration.
     static bool isDebug() noexcept;
 
-    /// The event source's handle, not the caller's to close. @throws vexception when it cannot be registered
+    /// The handle of the event source; the caller must not close it. Part of the product's logging interface; this
+    /// program does not call it. @throws vexception when the source cannot be registered
     static HANDLE getEventLog();
 
     /// The switches and handlers, shared with the other modules of the process.
@@ -49,7 +50,7 @@ public:
     /// Sets both switches of every level to their defaults.
     static void resetSettings();
 
-    /// False once a record for standard output could not be written.
+    /// Whether all records for standard output have been written so far.
     static bool isStandardOutputIntact() noexcept;
 
 private:
@@ -58,15 +59,15 @@ private:
 
     static LogManager& instance();
 
-    /// Remembers that a record could not even be made: standard output misses it too.
+    /// Marks standard output as incomplete if a record that could not be formatted was meant for it.
     static void noteLost(LogLevel level) noexcept;
 
-    /// @param failure  the exception that the message is the text of; null for a plain message
+    /// @param failure  the exception whose text the message is; null for a plain message
     void dispatch(LogLevel level, const std::wstring& message, const vexception* failure);
     void writeToStandardOutput(const std::wstring& message);
 
     EventLog eventLog_;
-    LogSettings* settings_; // weak: the shared context's
+    LogSettings* settings_; // weak: owned by the shared context
     bool standardOutputIntact_ = true;
 
     inline static bool ended_ = false;

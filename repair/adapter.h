@@ -11,39 +11,42 @@
 
 namespace KelvoRepair {
 
-/// The repair commands, one operation each. Reaches the operating system only through the system helper.
-/// Texts are styled JSON documents. Every failure leaves as a vexception; there is no partial answer.
+/// The repair operations. They call the operating system only through the system helper. A returned text is a
+/// complete styled JSON document. Every operation throws vexception on failure.
 class Adapter
 {
 public:
-    /// Any implementation of the helper will do; the adapter shares its ownership.
+    /// @param helper  not null; the adapter shares its ownership
     explicit Adapter(std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper) : helper_(std::move(helper)) {}
 
-    /// {"name", "status"}; status is "invalid" for a missing service, "disabled", or the name of the state. A
-    /// state that has no name leaves it out.
+    /// {"name", "status"}: the status is "invalid" for a missing service, "disabled", or the name of the state. It is
+    /// absent for a state without a name.
     std::wstring getServiceStatus(const std::wstring& name);
 
-    /// Has the panel's utility repair its SQL server.
+    /// Runs the panel's utility that repairs its SQL server.
     void repairKelvoSqlServer();
 
-    /// {"cpu", "memory", "swap"}: load averages in percent, and the figures of the panel's utility as it gives them.
+    /// {"cpu", "memory", "swap"}: load averages in percent, memory figures as the panel's utility prints them.
     std::wstring getSystemResources();
 
-    /// Has the panel's utility restart the web server's application pools.
+    /// Runs the panel's utility that restarts the web server's application pools.
     void freeSystemResources();
 
-    /// [{"free", "total", "used", "volume"}]: bytes, for each volume that the panel uses, in the order of letters.
+    /// [{"free", "total", "used", "volume"}]: the bytes of each volume that the panel uses, in the order of the
+    /// names.
     std::wstring getDiskSpace();
 
-    /// Empties the temporary directories of the panel and, on a volume that it uses, of the system. What cannot be
-    /// removed is logged as a Warning and left; a directory that cannot be read ends the operation.
+    /// Empties the panel's temporary directories, and the system's if it is on a volume that the panel uses. Logs an
+    /// entry that cannot be removed as a Warning. @throws vexception also when a directory cannot be read
     void freeDiskSpace();
 
-    /// {"message"}: has the panel's utility restart the machine after the time; does not wait for it.
+    /// {"message"}: runs the panel's utility that restarts the machine after the time. Does not wait for the restart.
     std::wstring reboot(std::uint32_t timeoutSeconds);
 
 private:
     void cleanDirectory(const std::wstring& path, std::int32_t kind);
+    /// One section as a JSON value, where the public overload returns a text: the panel's interface gives both this
+    /// name.
     Json::Value getSystemResources(const std::wstring& section);
 
     std::shared_ptr<KelvoRepairAdapter::ISystemHelper> helper_;

@@ -7,8 +7,6 @@
 #include "test/recording_handler.h"
 #include "test/stress.h"
 
-#include <tuple>
-
 namespace {
 
 using Calls = std::vector<std::wstring>;
@@ -28,14 +26,19 @@ std::wstring flat(std::wstring text)
 
 } // namespace
 
-TEST_F(Adapter, AsksOnlyWhatAServicesStatusNeeds)
+TEST_F(Adapter, QueriesOnlyWhatAServicesStatusNeeds)
 {
-    for (const auto& [exists, startType, state, shown, calls] :
-        std::initializer_list<std::tuple<bool, std::uint32_t, std::uint32_t, std::wstring, std::size_t>>{
-            {false, 2, 4, L"invalid", 1}, {true, 4, 4, L"disabled", 2}, {true, 2, 1, L"stopped", 3},
-            {true, 3, 2, L"starting", 3}, {true, 0, 3, L"stopping", 3}, {true, 1, 4, L"running", 3},
-            {true, 2, 5, L"continuing", 3}, {true, 2, 6, L"pausing", 3}, {true, 2, 7, L"paused", 3},
-            {true, 2, 0, L"", 3}, {true, 2, 8, L"", 3}}) { // the last two: no member
+    const struct
+    {
+        bool exists;
+        std::uint32_t startType, state;
+        std::wstring shown; // empty: the member is absent
+        std::size_t calls;
+    } rows[] = {{false, 2, 4, L"invalid", 1}, {true, 4, 4, L"disabled", 2}, {true, 2, 1, L"stopped", 3},
+        {true, 3, 2, L"starting", 3}, {true, 0, 3, L"stopping", 3}, {true, 1, 4, L"running", 3},
+        {true, 2, 5, L"continuing", 3}, {true, 2, 6, L"pausing", 3}, {true, 2, 7, L"paused", 3}, {true, 2, 0, L"", 3},
+        {true, 2, 8, L"", 3}};
+    for (const auto& [exists, startType, state, shown, calls] : rows) {
         helper->exists = exists;
         helper->startType = startType;
         helper->state = state;
@@ -46,19 +49,20 @@ TEST_F(Adapter, AsksOnlyWhatAServicesStatusNeeds)
     }
 }
 
-TEST_F(Adapter, GathersTheFiguresOfThreeRunsWhateverTheyPrint)
+TEST_F(Adapter, ReportsTheFiguresOfThreeUtilityRuns)
 {
     const std::wstring zeros = L"\"last15min\" : 0,\"last1min\" : 0,\"last5min\" : 0";
-    for (const auto& [load, averages, memory, figures] :
-        std::initializer_list<std::tuple<const wchar_t*, std::wstring, const wchar_t*, std::wstring>>{
-            {L"0.57 0.40 0.33 1/2 3", L"\"last15min\" : 33,\"last1min\" : 57,\"last5min\" : 40",
-                L"Total: 8388608\r\nFree: 7\n", L"\"free\" : 7,\"total\" : 8388608"},
-            {L"-0.5", L"\"last15min\" : 0,\"last1min\" : 4294967246,\"last5min\" : 0",
-                L"no colon\rCached:abc\n\nFree Mem : 12", L"\"cached\" : 0,\"free mem \" : 12"},
-            {L"nan nan nan", zeros, L"A: 99999999999999999999\nÄ: 1\nä:3x\n",
-                L"\"a\" : 18446744073709551615,\"ä\" : 3"},
-            {L"1e30 -1e30 inf", zeros, L"\"\\/\t\x1: 5", L"\"\\\"\\\\/\\t\\u0001\" : 5"},
-            {L"x", zeros, L":", L"\"\" : 0"}}) {
+    const struct
+    {
+        std::wstring load, averages, memory, figures;
+    } rows[] = {{L"0.57 0.40 0.33 1/2 3", L"\"last15min\" : 33,\"last1min\" : 57,\"last5min\" : 40",
+                    L"Total: 8388608\r\nFree: 7\n", L"\"free\" : 7,\"total\" : 8388608"},
+        {L"-0.5", L"\"last15min\" : 0,\"last1min\" : 4294967246,\"last5min\" : 0",
+            L"no colon\rCached:abc\n\nFree Mem : 12", L"\"cached\" : 0,\"free mem \" : 12"},
+        {L"nan nan nan", zeros, L"A: 99999999999999999999\nÄ: 1\nä:3x\n", L"\"a\" : 18446744073709551615,\"ä\" : 3"},
+        {L"1e30 -1e30 inf", zeros, L"\"\\/\t\x1: 5", L"\"\\\"\\\\/\\t\\u0001\" : 5"},
+        {L"x", zeros, L":", L"\"\" : 0"}};
+    for (const auto& [load, averages, memory, figures] : rows) {
         helper->outputs = {{L"loadavg", load}, {L"memory", memory}};
         EXPECT_EQ(L"{\"cpu\" : {" + averages + L",\"unit\" : \"%\"},\"memory\" : {" + figures + L"},\"swap\" : {}}",
             flat(adapter.getSystemResources()));
@@ -116,7 +120,7 @@ TEST_F(Adapter, CleansEachDirectoryOfItsTableOnceInOrder)
         L"2 C:\\P\\MGX\\tmp|2 C:\\P\\PrivateTemp|1 C:\\P\\tmp|2 C:\\P\\tmp\\aps|2 C:\\P\\tmp\\horde|";
     const std::wstring temp = L"2 C:\\Windows\\Temp|";
     EXPECT_EQ(L"2 C:\\dumps|" + panel + temp, cleaned(L"C:\\P", L"C:\\dumps\\", L"C:\\Windows"));
-    EXPECT_EQ(panel, cleaned(L"C:\\P", L"C:\\P\\TMP\\", L"D:\\Windows")) << "the first kind stays";
+    EXPECT_EQ(panel, cleaned(L"C:\\P", L"C:\\P\\TMP\\", L"D:\\Windows")) << "the first listing kind counts";
     EXPECT_EQ(panel + L"2 C:\\P\\tmp\\horde\\x|2 c:\\Windows\\Temp|",
         cleaned(L"C:\\P", L"C:\\P\\tmp\\horde\\x", L"c:\\Windows"));
     EXPECT_EQ(panel + L"2 D:\\dumps|2 D:\\Windows\\Temp|", cleaned(L"C:\\P", L"D:\\dumps", L"D:\\Windows"));
@@ -131,12 +135,17 @@ TEST_F(Adapter, CleansEachDirectoryOfItsTableOnceInOrder)
     }
 }
 
-TEST_F(Adapter, CleansOnWhenAnEntryStaysButNotWhenADirectoryCannotBeRead)
+TEST_F(Adapter, ContinuesAfterAnEntryThatStaysButNotAfterAnUnreadableDirectory)
 {
     const DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
-    for (const auto& [name, attributes, isLink] :
-        std::initializer_list<std::tuple<const wchar_t*, DWORD, bool>>{{L".", directory, false},
-            {L"..", directory, false}, {L"d", directory, false}, {L"link", directory, true}, {L"dot.", 0, false}})
+    const struct
+    {
+        const wchar_t* name;
+        DWORD attributes;
+        bool isLink;
+    } rows[] = {{L".", directory, false}, {L"..", directory, false}, {L"d", directory, false},
+        {L"link", directory, true}, {L"dot.", 0, false}};
+    for (const auto& [name, attributes, isLink] : rows)
         helper->entries[L"C:\\dumps"].push_back({name, attributes, isLink, isLink, 0, {}, {}, {}});
     helper->failing = L"rd C:\\dumps\\d";
     const RecordingHandler log;
@@ -150,5 +159,5 @@ TEST_F(Adapter, CleansOnWhenAnEntryStaysButNotWhenADirectoryCannotBeRead)
     helper->calls.clear();
     helper->failing = L"list 2 C:\\dumps";
     EXPECT_THROW(adapter.freeDiskSpace(), VAccessDeniedException);
-    EXPECT_EQ(4u, helper->calls.size()) << "nothing after it";
+    EXPECT_EQ(4u, helper->calls.size()) << "calls after the failure";
 }

@@ -15,10 +15,10 @@ std::string jsonText(const std::wstring& text)
 std::wstring styledText(const Json::Value& value)
 {
     Json::StreamWriterBuilder builder;
-    builder["emitUTF8"] = true; // toStyledString would write \uXXXX for every letter outside ASCII
+    builder["emitUTF8"] = true; // toStyledString writes \uXXXX for every letter outside ASCII
     const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
     std::ostringstream text;
-    // Without this a stream for whose text there is no memory leaves the rest of it out, and nobody notices.
+    // Without exceptions, a stream that runs out of memory truncates the text silently.
     text.exceptions(std::ios::badbit | std::ios::failbit);
     writer->write(value, &text);
     return toWide(text.str() + "\n", utf8CodePage);

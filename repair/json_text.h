@@ -4,9 +4,9 @@
 
 #include <string>
 
-/// Wide text as JSON carries it (UTF-8). An unpaired surrogate becomes U+FFFD. @throws vosexception
+/// Converts a text to UTF-8 for a JSON value. An unpaired surrogate becomes U+FFFD. @throws vosexception
 std::string jsonText(const std::wstring& text);
 
-/// A styled JSON document that ends with a line break, in the layout of Json::Value::toStyledString but with
-/// letters outside ASCII as they are. @throws vosexception
+/// The styled JSON document of a value, ended by a line break. The layout is that of Json::Value::toStyledString, but
+/// letters outside ASCII are not escaped. @throws vosexception
 std::wstring styledText(const Json::Value& value);

@@ -10,7 +10,7 @@ namespace KelvoRepair {
 
 namespace {
 
-/// Null for a number that has no name.
+/// The name of a service state; null for another number.
 const char* stateName(std::uint32_t state)
 {
     switch (state) {
@@ -33,7 +33,7 @@ const char* stateName(std::uint32_t state)
     }
 }
 
-/// Asks only as far as needed. @return null for a state that has no name
+/// Stops at the first answer that decides the status. @return null for a state without a name
 const char* statusOf(KelvoRepairAdapter::ISystemHelper& helper, const std::wstring& name)
 {
     if (!helper.isServiceExist(name))

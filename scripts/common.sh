@@ -1,24 +1,25 @@
-# Shared by the scripts of this folder: where things lie, what a bare machine lacks, the build, the Wine prefix.
+# Shared by the scripts of this folder: paths, packages, the build, the Wine prefix.
 # shellcheck shell=bash
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+source "$root/scripts/source_package.sh"
 preset=${MENDKIT_PRESET:-release}
 build_dir=$root/build/$preset
 
-# Everything below is private to this checkout; the user's own prefix is never touched.
+# The Wine prefix is private to this checkout; the user's own prefix is not used.
 export WINEPREFIX=$root/build/prefix
 export WINEDEBUG=${WINEDEBUG:--all}
-# No offers to download the .NET and HTML engines, which nothing here needs; no menu entries in the home directory.
+# Keeps Wine from offering to download the .NET and HTML engines and from adding menu entries to the home directory.
 export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe=d"
 unset DISPLAY WAYLAND_DISPLAY
-# Arguments cross from Linux to Windows in the character set of the locale, and this is the one that is always there.
+# Wine converts arguments from the character set of the locale. This locale is always installed.
 export LC_ALL=C.UTF-8
 
 # "<distribution>-<release>"; the unstable release has no number.
 release=$(. /etc/os-release && echo "$ID-${VERSION_ID:-unstable}")
 jsoncpp_source=$root/build/deps/jsoncpp
 
-# The releases on which everything was tried: version of JsonCpp and SHA-256 of its original archive.
+# The tested releases: version of JsonCpp and SHA-256 of its original archive.
 known_jsoncpp() {
     case $1 in
     debian-12) echo 1.9.5 f409856e5920c18d0c2fb85276e24ee607d2a09b5e7d5f0a371368903c275da2 ;;
@@ -43,7 +44,7 @@ as_root() {
     fi
 }
 
-# Runs a command in silence; its output is shown only when it fails.
+# Runs a command and shows its output only when it fails.
 quietly() {
     local log
     log=$(mktemp)
@@ -68,10 +69,10 @@ ensure_packages() {
     quietly as_root env DEBIAN_FRONTEND=noninteractive apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends "${missing[@]}"
 }
 
-# What was fetched: "<release> <version> <SHA-256 of the original archive>".
+# The fetched source: "<release> <version> <SHA-256 of the original archive>".
 jsoncpp_origin() { cat "$jsoncpp_source/.origin" 2>/dev/null || true; }
 
-# The original archive of Debian's source package of JsonCpp, without touching the machine's own list of sources.
+# Fetches the original archive of Debian's source package of JsonCpp. Leaves the machine's list of sources unchanged.
 ensure_jsoncpp() {
     local origin file version sha256 expected
     origin=$(jsoncpp_origin)
@@ -80,20 +81,10 @@ ensure_jsoncpp() {
     say "Fetching the source of JsonCpp ${expected%% *} ..."
     [ -n "$expected" ] || say "Nothing was proved on $release yet: its JsonCpp is taken as the archive's signature vouches for it."
     local work=$root/build/deps/fetch
-    rm -rf "$work" "$jsoncpp_source"
-    mkdir -p "$work/sources" "$work/lists/partial" "$jsoncpp_source"
-    for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
-        [ -s "$file" ] && sed -nE 's/^[[:space:]]*deb[[:space:]]/deb-src /p' "$file" >"$work/sources/$(basename "$file" .list).list"
-    done
-    for file in /etc/apt/sources.list.d/*.sources; do
-        [ -s "$file" ] && sed -E 's/^Types:.*/Types: deb-src/' "$file" >"$work/sources/$(basename "$file")"
-    done
-    local apt=(apt-get -o Dir::Etc::sourcelist=/dev/null -o "Dir::Etc::sourceparts=$work/sources"
-        -o "Dir::State::lists=$work/lists" -o "Dir::Cache::srcpkgcache=" -o "Dir::Cache::pkgcache="
-        -o APT::Sandbox::User=root)
-    quietly "${apt[@]}" update
     # Some mirrors lack the packaging files, which nothing here needs.
-    (cd "$work" && quietly "${apt[@]}" source --tar-only --download-only libjsoncpp)
+    fetch_source "$work" libjsoncpp --tar-only
+    rm -rf "$jsoncpp_source"
+    mkdir -p "$jsoncpp_source"
     file=$(echo "$work"/libjsoncpp_*.orig.tar.*)
     version=${file##*/libjsoncpp_}
     version=${version%.orig.tar.*}
@@ -113,7 +104,7 @@ versions_of() { dpkg-query -W -f '${Package} ${Version}\n' "$@"; }
 
 build() {
     local started=$SECONDS toolchain
-    # An upgraded machine builds anew: objects of two compilers or two libraries do not mix.
+    # Builds anew after an upgrade: objects of two compilers or two versions of a library must not be mixed.
     toolchain=$(versions_of binutils-mingw-w64-x86-64 cmake g++-mingw-w64-x86-64-posix googletest mingw-w64-x86-64-dev && jsoncpp_origin)
     if [ -e "$build_dir/.toolchain" ] && [ "$(cat "$build_dir/.toolchain")" != "$toolchain" ]; then
         rm -rf "$build_dir"
@@ -135,7 +126,7 @@ ensure_prefix() {
     rm -rf "$WINEPREFIX"
     mkdir -p "$root/build"
     quietly wineboot --init
-    # Without a debugger a crash ends the process at once and prints nothing into captured output.
+    # Without a debugger a crash ends the process at once and adds nothing to captured output.
     quietly wine reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d '' /f
     wineserver --wait
     mkdir "$WINEPREFIX/.fresh"
@@ -143,8 +134,8 @@ ensure_prefix() {
     echo "$wine_versions" >"$WINEPREFIX/.complete"
 }
 
-# The tests get a prefix of their own, new for each run: the files of the private one under other names (only the
-# registry, which is written in place, is copied, as it was at first).
+# Makes a new prefix for each run of the tests, of hard links to the files of the private one. The registry is written
+# in place, so its initial state is copied.
 make_test_prefix() {
     local template=$WINEPREFIX
     WINEPREFIX=$root/build/test-prefix
@@ -153,16 +144,16 @@ make_test_prefix() {
     cp -al "$template" "$WINEPREFIX"
     rm "$WINEPREFIX"/*.reg
     cp -p "$template"/.fresh/*.reg "$WINEPREFIX"
-    rm -rf "$WINEPREFIX/drive_c/Program Files/Kelvo Panel" # its logs are written in place, and tests install it anew
+    rm -rf "$WINEPREFIX/drive_c/Program Files/Kelvo Panel" # its logs are written in place; the tests install it again
     mkdir -p "$WINEPREFIX/drive_d"
     ln -sfn ../drive_d "$WINEPREFIX/dosdevices/d:" # a second volume
 }
 
-# Wine's background processes keep the streams of whoever starts them: start them with none, so that a caller
-# who reads our standard error to its end is not kept waiting by them.
+# Wine's background processes keep the standard streams of the process that starts them. Start them without any:
+# otherwise a caller that reads this script's standard error to its end waits for them.
 start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
 
-# One server for the whole run of a script: without it every program pays for starting one.
+# Keeps one wineserver for the whole script; otherwise every program starts one.
 start_test_wine() {
     make_test_prefix
     wineserver --persistent >/dev/null 2>&1 </dev/null || true
@@ -170,7 +161,7 @@ start_test_wine() {
     start_wine
 }
 
-# Puts the stand-in for the panel into the private prefix.
+# Installs the stand-in for the panel into the private prefix.
 ensure_panel() {
     local program
     for program in "$build_dir"/devpanel/*.exe; do
@@ -181,7 +172,7 @@ ensure_panel() {
     done
 }
 
-# Runs a function, one at a time in a checkout. The lock goes with the shell that holds it, not with what it starts.
+# Runs a function under the lock of this checkout. The processes that the function starts do not inherit the lock.
 locked() {
     (
         flock 9

@@ -1,5 +1,5 @@
-# Prints the bill of materials (SPDX 2.3) of a linked program. What of the compiler's runtime is in it comes from the
-# linker's map, the versions come from the packages installed here; the licences are written down below.
+# Prints the bill of materials (SPDX 2.3) of a linked program. The parts of the compiler's runtime come from the
+# linker's map, the versions from the installed packages, the licences from the table below.
 # Usage: sbom.py <program> <map> <program's version> <JsonCpp's version> <SHA-256 of its archive> <seconds since 1970>
 import datetime
 import hashlib
@@ -13,7 +13,7 @@ import urllib.parse
 program, link_map, version, jsoncpp_version, jsoncpp_sha256, epoch = sys.argv[1:]
 
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
-# Patterns of "<package>:<file>", the first that fits: the part's name and its licence.
+# Patterns of "<package>:<file>" with the part's name and licence. The first match counts.
 RUNTIME = {
     r"g\+\+-mingw-w64-x86-64-posix:libstdc\+\+\.a": ("libstdc++", GCC),
     r"gcc-mingw-w64-x86-64-posix(-runtime)?:.*": ("libgcc", GCC),
@@ -28,7 +28,7 @@ def output(*command):
 
 
 def runtime():
-    """Name, licence and Debian package of each linked part. One that nobody has named yet must not go out unnamed."""
+    """Name, licence and Debian package of each linked part. Fails on a part that is not in the table."""
     text = pathlib.Path(link_map).read_text().split("\nDiscarded input sections")[0]
     members = re.findall(r"^(/usr/.*)\(\S+\)$", text, re.MULTILINE)
     objects = re.findall(r"^LOAD (/usr/.*\.o)$", pathlib.Path(link_map).read_text(), re.MULTILINE)

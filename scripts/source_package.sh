@@ -1,10 +1,11 @@
 # Debian's source packages, from the machine's own package servers. Sourced after common.sh.
 # shellcheck shell=bash
 
-# fetch_source <folder> <package>[=<version>]: downloads a source package into a folder that is made anew. The machine's
-# own list of sources stays as it is.
+# fetch_source <folder> <package>[=<version>] [apt option...]: downloads a source package into a folder that is made
+# anew. The machine's own list of sources stays as it is.
 fetch_source() {
-    local work=$1 package=$2 file
+    local work=$1 file
+    shift
     rm -rf "$work"
     mkdir -p "$work/sources" "$work/lists/partial"
     for file in /etc/apt/sources.list /etc/apt/sources.list.d/*.list; do
@@ -17,5 +18,5 @@ fetch_source() {
         -o "Dir::State::lists=$work/lists" -o "Dir::Cache::srcpkgcache=" -o "Dir::Cache::pkgcache="
         -o APT::Sandbox::User=root)
     quietly "${apt[@]}" update
-    (cd "$work" && quietly "${apt[@]}" source --download-only "$package")
+    (cd "$work" && quietly "${apt[@]}" source --download-only "$@")
 }

@@ -9,14 +9,14 @@
 #include <cstdint>
 #include <string>
 
-/// A program run to its end, its standard output (and, merged, its standard error) captured.
+/// The result of a program: its exit code, and its standard output and standard error in one text.
 struct ChildResult
 {
     std::uint32_t exitCode;
     std::string output; // raw bytes: lines end in CR LF
 };
 
-/// Wine fails about one start in some thousands with this error; Windows has no such habit.
+/// Starts a program, again after Wine's error: Wine fails about one start in several thousand, Windows does not.
 inline void startPatiently(vexecutil& child)
 {
     for (int attempt = 0; attempt < 3; ++attempt) {
@@ -30,7 +30,7 @@ inline void startPatiently(vexecutil& child)
     child.start();
 }
 
-/// Runs a program to its end. @param capture  false: it gets the standard handles of this process
+/// Runs a program to its end. @param capture  false: the program inherits the standard handles of this process
 inline ChildResult runChild(const std::wstring& program, const std::wstring& arguments, bool capture = true)
 try {
     vexecutil child;
@@ -46,12 +46,12 @@ try {
     EXPECT_TRUE(child.waitForExit(50'000));
     result.exitCode = child.exitCode();
     return result;
-} catch (const vexception& failure) { // GoogleTest would not say what it was
+} catch (const vexception& failure) { // GoogleTest would not print its text
     ADD_FAILURE() << testing::PrintToString(failure.fullText());
     throw;
 }
 
-/// A program of the build, by its path there.
+/// The full path of a program. @param relative  its path in the build folder
 inline std::wstring builtProgram(const std::wstring& relative)
 {
     return path::combine(moduleFileName(), L"..\\..\\" + relative);

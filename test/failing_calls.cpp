@@ -1,5 +1,5 @@
-// The program with one call into Windows that fails: mendkit as it is, but the addresses of the functions that it
-// imports lead through a gate, which counts the calls and answers one of them itself.
+// The program with one failing call into Windows. The addresses of imported functions are replaced by those of a
+// gate, which counts the calls and lets one of them fail.
 
 #include "test/failing_calls.h"
 
@@ -13,14 +13,14 @@ namespace {
 
 enum class Way
 {
-    fail,       // the answer is `value`, the last error `code`
-    shorten,    // of the bytes asked for, in the third argument, half are transferred
-    failForEver // this call and every later one of the function
+    fail,       // returns `value` and sets the last error to `code`
+    shorten,    // halves the number of bytes, the third argument
+    failForEver // as `fail`, for this and every later call of the function
 };
 
 struct Failure
 {
-    std::string_view functions; // by their names, parted by blanks
+    std::string_view functions; // names separated by blanks
     std::uint64_t value;
     DWORD code;
     Way way = Way::fail;
@@ -28,8 +28,8 @@ struct Failure
 
 constexpr std::uint64_t none = 0, invalid = ~0ull;
 
-// A function in several rows can fail in each of these ways. That a pipe has ended is no failure of a read, and never
-// said while there is something left to read.
+// A function in several rows can fail in each of these ways. ReadFile does not fail with ERROR_BROKEN_PIPE: that is
+// the end of the data, and a pipe does not report it while there is data left.
 constexpr Failure failures[] = {
     {"malloc", none, ERROR_NOT_ENOUGH_MEMORY, Way::failForEver},
     {"malloc calloc realloc HeapAlloc LocalAlloc SysAllocStringLen TlsSetValue _beginthreadex "
@@ -65,7 +65,7 @@ constexpr Failure failures[] = {
     {"SetNamedPipeHandleState", none, ERROR_PIPE_NOT_CONNECTED},
     {"WaitForSingleObject", WAIT_FAILED, ERROR_INVALID_HANDLE},
     {"WaitForSingleObject WaitForMultipleObjects", WAIT_ABANDONED, 0},
-    {"CreateMutexW", none, ERROR_INVALID_HANDLE}, // the name is that of something else
+    {"CreateMutexW", none, ERROR_INVALID_HANDLE}, // the name denotes another kind of object
     {"GetProcAddress GetModuleHandleW K32EnumProcessModules", none, ERROR_PROC_NOT_FOUND},
     {"PathStripToRootW SHGetSpecialFolderPathW SetFilePointerEx SetDefaultDllDirectories "
      "SetProcessMitigationPolicy SetThreadStackGuarantee SystemTimeToFileTime SetFileInformationByHandle "
@@ -97,8 +97,8 @@ extern "C" {
 
 void gate();
 
-/// One call. @param arguments  the first four, the last one first @return the function to go on to; null: the answer
-/// stands in the place of the first argument
+/// Handles one call. @param arguments  the first four in reverse order @return the function to jump to; null when the
+/// call fails: the result then replaces the first argument
 __attribute__((used)) void* passGate(std::uint32_t index, std::uint64_t* arguments)
 {
     const Function& function = functions[index];
@@ -124,7 +124,7 @@ __attribute__((used)) void* passGate(std::uint32_t index, std::uint64_t* argumen
 }
 }
 
-// Leaves the stack and the argument registers as they were: the function gets the call as if it had been made to it.
+// Restores the stack and the argument registers before it jumps to the function.
 __asm__(R"(
 gate:
     pushq %rcx
@@ -151,7 +151,7 @@ namespace {
 
 FARPROC WINAPI getProcAddress(HMODULE module, const char* name);
 
-/// Whether the name stands among the names.
+/// Whether a list of names contains the name.
 bool isAmong(std::string_view names, std::string_view name)
 {
     for (std::size_t at = names.find(name); at != std::string_view::npos; at = names.find(name, at + 1)) {
@@ -162,7 +162,7 @@ bool isAmong(std::string_view names, std::string_view name)
     return false;
 }
 
-/// The function, or the way to it through the gate when it is one that can fail.
+/// The address of a function: through the gate if the function can fail, else its own.
 void* guarded(std::string_view name, void* address)
 {
     Function function{name, 0, name == "GetProcAddress" ? reinterpret_cast<void*>(getProcAddress) : address};
@@ -182,7 +182,7 @@ void* guarded(std::string_view name, void* address)
     return thunk;
 }
 
-/// Functions that are bound late go through the gate as well.
+/// Replaces GetProcAddress, so that late-bound functions go through the gate too.
 FARPROC WINAPI getProcAddress(HMODULE module, const char* name)
 {
     void* const function = reinterpret_cast<void*>(realGetProcAddress(module, name));
@@ -201,7 +201,7 @@ void attach()
         CloseHandle(section);
 }
 
-/// One by one: Wine has no count of them.
+/// Counts the open handles one by one: Wine has no count of them.
 void countHandles()
 {
     constexpr std::uintptr_t step = 4, highest = 2000;
@@ -210,12 +210,12 @@ void countHandles()
         shared->handles += GetHandleInformation(reinterpret_cast<HANDLE>(handle), &flags) ? 1 : 0;
 }
 
-// Before any other constructor of the program.
+// Runs before every other constructor of the program.
 #pragma GCC diagnostic ignored "-Wprio-ctor-dtor"
 __attribute__((constructor(100))) void patchImports()
 {
     attach();
-    atexit(countHandles); // the first to be told is the last to be called
+    atexit(countHandles); // registered first, so called last
     thunks = static_cast<BYTE*>(
         VirtualAlloc(nullptr, std::size(functions) * thunkSize, MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
     realGetProcAddress = GetProcAddress;
@@ -241,7 +241,7 @@ __attribute__((constructor(100))) void patchImports()
 
 extern "C" int __real_wmain(int argc, wchar_t** argv);
 
-/// In the place of the program's entry point.
+/// Called instead of the program's entry point.
 extern "C" int __wrap_wmain(int argc, wchar_t** argv)
 {
     shared->before = shared->possible;

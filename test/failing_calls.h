@@ -2,17 +2,17 @@
 
 #include <windows.h>
 
-/// What a run with a failing call and the test that starts it tell each other: memory that both have, under the name
-/// that stands in the environment.
+/// The memory that a run with a failing call shares with the test that starts it. An environment variable holds the
+/// name of the section.
 struct FailingCall
 {
     static constexpr wchar_t variable[] = L"MENDKIT_FAILING_CALL";
 
-    LONG wanted;       ///< which of the possible failures happens, from 1; 0: none
-    LONG calls;        ///< that could fail
-    LONG possible;     ///< how many there were so far
-    LONG before;       ///< how many there were before the entry point
-    LONG handles;      ///< open at the end; 0: the process did not come to its end
-    char function[64]; ///< whose call failed; empty: none did
-    bool forEver;      ///< all calls of the function fail from then on
+    LONG wanted;       ///< the number of the failure that happens, from 1; 0: none
+    LONG calls;        ///< the calls of functions that can fail
+    LONG possible;     ///< the possible failures so far
+    LONG before;       ///< the possible failures before the entry point
+    LONG handles;      ///< the open handles at process exit; 0: the process was terminated
+    char function[64]; ///< the function whose call failed; empty: none
+    bool forEver;      ///< every later call of the function fails too
 };

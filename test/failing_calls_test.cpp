@@ -1,5 +1,5 @@
-// Every command once for each way in which one of its calls into Windows can fail; a sample of them unless all are
-// asked for.
+// Runs every command with each possible failure of each of its calls into Windows, or with a sample of them unless
+// MENDKIT_TEST_FULL is set.
 
 #include "config/pipe/client_pipe.h"
 #include "devpanel/pipe_service.h"
@@ -7,6 +7,7 @@
 #include "test/failing_calls.h"
 #include "test/program.h"
 #include "test/text_pattern.h"
+#include "test/usage.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -27,23 +28,21 @@ const char resources[] = "{\"cpu\" : {\"last#min\" : #,\"last#min\" : #,\"last#m
 struct Command
 {
     const wchar_t* arguments;
-    std::string answer; // a pattern, without line breaks and tabs
+    std::string answer; // pattern without line breaks and tabs
     std::uint32_t exitCode = 0;
-    bool isVerbose = false; // logs all it does, and reports failures
-} const commands[] = {{L"--help", "usage: mendkit [options] ...--help--get-service-status --name=<service>"
-                                  "--repair-kelvo-sql-server--get-system-resources--free-system-resources"
-                                  "--get-disk-space--free-disk-space--reboot --timeout=<seconds>"},
-    {L"--get-service-status --name=KelvoSQLServer", status}, {L"--repair-kelvo-sql-server", status},
-    {L"--get-system-resources", resources}, {L"--free-system-resources", resources}, {L"--get-disk-space", disks},
-    {L"--free-disk-space", disks}, {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}"},
+    bool isVerbose = false; // logging and error reports are on
+} const commands[] = {{L"--help", oneLine(usage)}, {L"--get-service-status --name=KelvoSQLServer", status},
+    {L"--repair-kelvo-sql-server", status}, {L"--get-system-resources", resources},
+    {L"--free-system-resources", resources}, {L"--get-disk-space", disks}, {L"--free-disk-space", disks},
+    {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}"},
     {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}", 0, true},
-    {L"--bogus", "command --bogus not supported", 1, true}};
+    {L"--bogus", oneLine("command --bogus" + notSupported), 1, true}};
 
 const fs::path panel = panelRoot, cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
 
 constexpr wchar_t pipe[] = L"failing_calls";
 
-/// Size and time of the last change.
+/// The size and last-write time of each file.
 using Files = std::map<fs::path, std::pair<std::uintmax_t, fs::file_time_type>>;
 
 void makeFile(const fs::path& file)
@@ -52,7 +51,7 @@ void makeFile(const fs::path& file)
     std::ofstream(file) << "x";
 }
 
-/// Everything of the panel that stays as it is, and where temporary files would lie.
+/// All files and directories that a command must not change, and those in the directory of temporary files.
 Files filesToKeep(const fs::path& root)
 {
     Files found;
@@ -70,10 +69,10 @@ Files filesToKeep(const fs::path& root)
     return found;
 }
 
-/// What the C++ run time cannot live without, and cannot do without before the entry point.
+/// The calls that the C++ runtime needs before the entry point. It aborts when one of them fails.
 const std::set<std::string> vital{"TlsAlloc", "TlsSetValue", "DuplicateHandle"};
 
-/// How many processes of the job are still there.
+/// The number of the job's processes that still run.
 std::size_t processesOf(HANDLE job)
 {
     struct
@@ -88,7 +87,7 @@ std::size_t processesOf(HANDLE job)
         wchar_t name[MAX_PATH] = L"";
         DWORD size = MAX_PATH;
         QueryFullProcessImageNameW(process.get(), 0, name, &size);
-        return !std::wstring(name).ends_with(L"conhost.exe"); // the system's, which goes when it likes
+        return !std::wstring(name).ends_with(L"conhost.exe"); // ended by the system at any later time
     }));
 }
 
@@ -108,7 +107,7 @@ protected:
             builtProgram(L"devpanel\\devutility.exe"), root.path() + L"\\admin\\bin\\send-error-report.exe");
         makeFile(panel / L"tmp\\kept\\file");
         makeFile(panel / L"PrivateTempest\\file");
-        SetEnvironmentVariableW(L"TMP", root.path().c_str()); // temporary files would be noticed there
+        SetEnvironmentVariableW(L"TMP", root.path().c_str()); // filesToKeep() finds temporary files there
 
         const std::wstring name = L"mendkit_failing_call_" + std::to_wstring(GetCurrentProcessId());
         section_.reset(
@@ -118,17 +117,18 @@ protected:
     }
     ~FailingCalls() override
     {
-        SetEnvironmentVariableW(L"TMP", nullptr); // it goes with the root
+        SetEnvironmentVariableW(L"TMP", nullptr); // the directory is removed
         UnmapViewOfFile(call);
         service_->terminate();
     }
 
-    /// One run. @param wanted  which of the possible failures happens, from 1; 0: none @return the exit code
+    /// Runs the command and checks its end. @param wanted  as FailingCall::wanted @return the exit code
     std::uint32_t run(LONG wanted)
     {
-        while (!isFree(pipe)) // it may be busy with the last one
+        while (!isFree(pipe)) // the last run's connection may still be open
             Sleep(1);
-        Con::ClientOverlappedPipe().create(L"\\\\.\\pipe\\" + std::wstring(pipe), 10); // being asked makes it stay
+        // A connection restarts the service's idle time.
+        Con::ClientOverlappedPipe().create(L"\\\\.\\pipe\\" + std::wstring(pipe), 10);
         while (!isFree(pipe))
             Sleep(1);
         for (const fs::path& directory : cleaned)
@@ -162,7 +162,7 @@ protected:
         EXPECT_TRUE(ended);
         EXPECT_LE(call->handles, mostHandles);
         for (int patience = command.isVerbose ? 200 : 0; processesOf(job.get()) > 0 && patience > 0; --patience)
-            Sleep(10); // a report may still be under way
+            Sleep(10); // the reporting utility may still run
         EXPECT_EQ(0u, processesOf(job.get()));
         EXPECT_EQ(before, filesToKeep(root.path()));
         for (const UniqueHandle& mutex : mutexes_) {
@@ -174,11 +174,11 @@ protected:
             EXPECT_TRUE(fits(text, command.answer));
         } else if (output != "Unexpected end of the program\r\n" || !vital.contains(call->function)) {
             EXPECT_EQ(1u, code);
-            EXPECT_NE(0, call->handles) << "it came to its end";
+            EXPECT_NE(0, call->handles) << "the process was terminated";
             EXPECT_TRUE(log.find(L" Error: ") != std::wstring::npos || text.find("   at (") != std::string::npos);
             EXPECT_TRUE(
                 text.find(command.answer.substr(0, 8)) == std::string::npos || command.exitCode == 1 ||
-                call->function == std::string("fflush")) // which leaves the text in its buffer, unlike a real one
+                call->function == std::string("fflush")) // the text stays in the buffer, unlike after a real failure
                 << "a part of the answer";
         }
         return code;
@@ -197,19 +197,20 @@ private:
 
 } // namespace
 
-TEST_P(FailingCalls, EndInAWholeAnswerOrAFailure)
+TEST_P(FailingCalls, GiveACompleteAnswerOrAFailure)
 {
     EXPECT_EQ(command.exitCode, run(0));
     for (const fs::path& directory : cleaned)
         EXPECT_EQ(command.arguments == std::wstring(L"--free-disk-space"), !fs::exists(directory / L"tree"));
-    // Up to the entry point all commands are alike.
+    // All commands make the same calls before the entry point: only the first command's test lets them fail.
     const LONG calls = call->calls, possible = call->possible, before = GetParam() == 0 ? 0 : call->before;
-    mostHandles = call->handles + (command.isVerbose ? 50 : 1); // COM has some; a lock of the run time may come late
+    // COM keeps some handles open, and the runtime may create one lock later than in the first run.
+    mostHandles = call->handles + (command.isVerbose ? 50 : 1);
     const LONG step = _wgetenv(L"MENDKIT_TEST_FULL") ? 1 : std::max((possible - before) / 12, 1L) | 1;
     LONG runs = 0, failed = 0;
     for (LONG wanted = before + 1; wanted <= possible; wanted += step, ++runs)
         failed += run(wanted) == 0 ? 0 : 1;
-    EXPECT_EQ(command.exitCode, run(0)) << "nothing is left of the failures";
+    EXPECT_EQ(command.exitCode, run(0)) << "an earlier failure has a lasting effect";
     std::cout << "Figure: " << std::string(command.arguments, command.arguments + wcslen(command.arguments))
               << (command.isVerbose ? ", logged and reported" : "") << ": " << calls << " calls, " << possible
               << " failures, of them " << call->before << " before the entry point, " << runs << " runs, " << failed

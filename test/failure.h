@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-/// The whole text, trail included, of the failure that a call throws. Another class than this goes on to GoogleTest.
+/// The full text, trail included, of the exception that a call throws. Exceptions of other classes are not caught.
 template <typename Exception = vexception, typename Call>
 std::wstring failureOf(const Call& call)
 {
@@ -16,7 +16,7 @@ std::wstring failureOf(const Call& call)
     return L"nothing thrown";
 }
 
-/// The message alone.
+/// The message of a full text, without the trail.
 inline std::wstring messageIn(const std::wstring& fullText)
 {
     return fullText.substr(0, fullText.find(L"\n   at ("));

@@ -7,7 +7,8 @@
 #include <string>
 #include <vector>
 
-/// A machine in memory, which remembers what it was asked. A call in `failing` is denied.
+/// A system helper in memory: returns its members and records the calls. The call named in `failing` fails with
+/// ERROR_ACCESS_DENIED.
 struct FakeSystemHelper : KelvoRepairAdapter::ISystemHelper
 {
     bool isServiceExist(const std::wstring& name) override { return note(L"exist " + name), exists; }

@@ -1,5 +1,4 @@
-// The program with a command that faults: mendkit as it is, but for a system helper whose only answer is the fault
-// that the command word names.
+// The program with a system helper that raises the fault named by the command word.
 
 #include "app/last_resort.h"
 #include "app/vconsoleapp.h"
@@ -20,7 +19,7 @@ int overflowStack(int depth)
 {
     volatile char frame[3000];
     frame[0] = static_cast<char>(depth);
-    if (zero < 0) // never, but the compiler would see that nothing is thrown and drop a catch around the call
+    if (zero < 0) // never true; without a throw the compiler removes a catch around the call
         throw depth;
     return overflowStack(depth + 1) + frame[0];
 }
@@ -32,12 +31,12 @@ struct FaultingHandler : ILogHandler
 
 const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
     {L"null", [] { reinterpret_cast<void (*)()>(static_cast<ULONG_PTR>(zero))(); }},
-    {L"handled", // by the system
+    {L"handled", // handled by the system
         [] {
             zero = lstrlenW(reinterpret_cast<wchar_t*>(badAddress));
             OutputDebugStringW(L"x");
         }},
-    {L"callback", // of the C runtime, which knows nothing of exceptions
+    {L"callback", // called by the C runtime, whose frames have no handlers
         [] {
             int numbers[] = {2, 1};
             qsort(numbers, 2, sizeof(int), [](const void*, const void*) { return *badAddress; });
@@ -54,7 +53,7 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
             }
             zero = overflowStack(0);
         }},
-    {L"closed", // a catch of another type, and nothing may pass
+    {L"closed", // a noexcept function with a catch of another type
         []() noexcept {
             try {
                 *badAddress = 1;

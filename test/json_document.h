@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-/// The value of a text that is one JSON document and nothing else; null otherwise.
+/// Parses a text that is exactly one JSON document. @return its value; null for another text
 inline Json::Value jsonDocument(const std::string& text)
 {
     Json::CharReaderBuilder reader;

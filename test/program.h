@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// The product's real configuration key, with a product root of the test's own.
+/// Runs the program with the real configuration key and a new installation directory. Removes the key afterwards.
 class ProgramRun : public testing::Test
 {
 protected:
@@ -19,15 +19,18 @@ protected:
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
     }
 
+    /// Runs mendkit; see runChild().
     static ChildResult run(const std::wstring& arguments, bool capture = true)
     {
         return runChild(builtProgram(L"app\\mendkit.exe"), arguments, capture);
     }
 
+    /// Whether a client can connect to the pipe now.
     static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
 
-    /// A management service with one client at a time, once it is there for it.
-    /// @param values  its answers, quoted: the root and the directory of dumps
+    /// Starts a management service for one client at a time and waits until its pipe is free.
+    /// @param silence  milliseconds before each reply
+    /// @param values   its answers, quoted: the installation directory and the directory of dumps
     std::unique_ptr<vexecutil> serve(
         const wchar_t* silence, const wchar_t* pipe, const std::wstring& values = L"") const
     {

@@ -1,9 +1,10 @@
-// The program as its callers see it: whole processes, their standard output, exit code and log.
+// Tests of whole runs of the program: standard output, exit code and log.
 
 #include "test/json_document.h"
 #include "test/program.h"
 #include "test/stress.h"
 #include "test/text_pattern.h"
+#include "test/usage.h"
 
 #include <sddl.h>
 
@@ -15,22 +16,15 @@
 
 namespace {
 
-const std::string usage = "\r\nusage: mendkit [options] ...\r\n\r\n\r\n--help\r\n\r\n"
-                          "--get-service-status --name=<service>\r\n--repair-kelvo-sql-server\r\n\r\n"
-                          "--get-system-resources\r\n--free-system-resources\r\n\r\n--get-disk-space\r\n"
-                          "--free-disk-space\r\n\r\n--reboot --timeout=<seconds>\r\n";
+/// The pattern of a log record's time stamp, process id and thread id.
+const std::wstring stamp = L"@@@@/@@/@@ @@:@@:@@.@@@ # # ";
 
-const std::string allCommands =
-    "   --help\r\n   --get-service-status\r\n   --repair-kelvo-sql-server\r\n   --get-system-resources\r\n"
-    "   --free-system-resources\r\n   --get-disk-space\r\n   --free-disk-space\r\n   --reboot";
-
-const std::wstring stamp = L"@@@@/@@/@@ @@:@@:@@.@@@ # # "; // of a record in the log
-
-/// The program beside a panel and others.
+/// Runs the program with the stand-in for the panel and with concurrent processes.
 class Program : public ProgramRun
 {
 protected:
-    /// Code 0 and a whole document, or code 1 and a whole failure: no run may end otherwise. @return whether it is 0
+    /// Checks that a run has ended with code 0 and a complete document, or with code 1 and a complete failure.
+    /// @return whether the code is 0
     static bool hasAnswered(const ChildResult& result)
     {
         const bool isDocument = !jsonDocument(result.output).isNull();
@@ -41,7 +35,7 @@ protected:
         return result.exitCode == 0;
     }
 
-    /// A run that is under way, connected, when this returns.
+    /// Starts a run on another thread. Returns when the run has connected to the pipe.
     std::thread startRun(const wchar_t* pipe, const wchar_t* command, ChildResult& result) const
     {
         setConfig(L"zrmpipe", pipe);
@@ -62,50 +56,59 @@ std::string statusOf(const std::string& name, const std::string& status)
 
 } // namespace
 
-TEST_F(Program, AnswersForRealServices)
+TEST_F(Program, ReportsTheStatusOfRealServices)
 {
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)),
         service(OpenServiceW(manager.get(), L"KelvoSQLServer", SERVICE_CHANGE_CONFIG));
-    for (const auto& [name, startType, status] :
-        {std::tuple{"PlugPlay", SERVICE_DISABLED, "running"}, {"KelvoSQLServer", SERVICE_DISABLED, "disabled"},
-            {"KelvoSQLServer", SERVICE_DEMAND_START, "stopped"}, {"no_such_service", 0, "invalid"}}) {
+    const struct
+    {
+        std::string name;
+        DWORD sqlServerStartType;
+        std::string status;
+    } rows[] = {{"PlugPlay", SERVICE_DISABLED, "running"}, {"KelvoSQLServer", SERVICE_DISABLED, "disabled"},
+        {"KelvoSQLServer", SERVICE_DEMAND_START, "stopped"}, {"no_such_service", SERVICE_DEMAND_START, "invalid"}};
+    for (const auto& [name, startType, status] : rows) {
         ChangeServiceConfigW(service.get(), SERVICE_NO_CHANGE, startType, SERVICE_NO_CHANGE, nullptr, nullptr,
             nullptr, nullptr, nullptr, nullptr, nullptr);
-        const ChildResult result = run(L"--get-service-status --name=" + std::wstring(name, name + strlen(name)));
+        const ChildResult result = run(L"--get-service-status --name=" + std::wstring(name.begin(), name.end()));
         EXPECT_EQ(statusOf(name, status), result.output);
         EXPECT_EQ(0u, result.exitCode);
     }
-    EXPECT_EQ(L"", root.log()) << "nothing to log unless asked to or failing";
+    EXPECT_EQ(L"", root.log()) << "the debug log is off and there was no failure";
 }
 
-TEST_F(Program, HasFixedTextsAndExitCodesForEveryCall)
+TEST_F(Program, WritesFixedTextsAndExitCodes)
 {
-    const std::string commands = "not supported. Possible commands:\r\n", list = "Possible parameters:\r\n    --";
-    for (const auto& [arguments, exitCode, output] : // of failures, the first of their lines
-        std::initializer_list<std::tuple<std::wstring, std::uint32_t, std::string>>{{L"", 1, usage},
-            {L"--help --name=x", 0, usage},
-            {L"--bogus", 1, "command --bogus " + commands + allCommands + "\r\n   at ("},
-            {L"\"--db-password=a b\"", 1, "command --db-password=* " + commands},
-            {L"--Help", 1, "command --Help " + commands},
-            {L"--get-service-status", 1, "Missing required parameter --name. " + list + "name\r\n   at ("},
-            {L"--get-service-status --name=x --zeta --alpha=1", 1,
-                "Unexpected parameter --alpha. " + list + "name\r\n   at (Params::check line 105)\r\n"},
-            {L"--reboot", 1, "Missing required parameter --timeout. " + list + "timeout\r\n"},
-            {L"--get-service-status --name=\x416\xd83d\xde00\x1 --internal-package-name=x", 0,
-                statusOf("\xd0\x96\xf0\x9f\x98\x80\\u0001", "invalid")},
-            {L"--get-service-status --name=a --name=b=c", 0, statusOf("b=c", "invalid")},
-            {L"--get-service-status --NAME=x", 1, "Missing required parameter --name. "},
-            {L"--get-service-status --name=\xd83d", 0, statusOf("\xef\xbf\xbd", "invalid")}}) {
+    const std::string list = "Possible parameters:\r\n    --";
+    const struct
+    {
+        std::wstring arguments;
+        std::uint32_t exitCode;
+        std::string output; // of a failure, only its beginning
+    } rows[] = {{L"", 1, usage}, {L"--help --name=x", 0, usage},
+        {L"--bogus", 1, "command --bogus" + notSupported + "\r\n   at ("},
+        {L"\"--db-password=a b\"", 1, "command --db-password=*" + notSupported},
+        {L"--Help", 1, "command --Help" + notSupported},
+        {L"--get-service-status", 1, "Missing required parameter --name. " + list + "name\r\n   at ("},
+        {L"--get-service-status --name=x --zeta --alpha=1", 1,
+            "Unexpected parameter --alpha. " + list + "name\r\n   at (Params::check line 105)\r\n"},
+        {L"--reboot", 1, "Missing required parameter --timeout. " + list + "timeout\r\n"},
+        {L"--get-service-status --name=\x416\xd83d\xde00\x1 --internal-package-name=x", 0,
+            statusOf("\xd0\x96\xf0\x9f\x98\x80\\u0001", "invalid")},
+        {L"--get-service-status --name=a --name=b=c", 0, statusOf("b=c", "invalid")},
+        {L"--get-service-status --NAME=x", 1, "Missing required parameter --name. "},
+        {L"--get-service-status --name=\xd83d", 0, statusOf("\xef\xbf\xbd", "invalid")}};
+    for (const auto& [arguments, exitCode, output] : rows) {
         const ChildResult result = run(arguments);
-        const bool whole = result.exitCode == 0 || arguments.empty();
-        EXPECT_EQ(output, whole ? result.output : result.output.substr(0, output.size()));
+        const bool isWhole = result.exitCode == 0 || arguments.empty();
+        EXPECT_EQ(output, isWhole ? result.output : result.output.substr(0, output.size()));
         EXPECT_EQ(exitCode, result.exitCode);
-        EXPECT_EQ(std::string::npos, result.output.find("a b")) << "a secret";
+        EXPECT_EQ(std::string::npos, result.output.find("a b")) << "the password is visible";
     }
 }
 
-TEST_F(Program, LogsTheCommandFromStartToEnd)
+TEST_F(Program, LogsStartResultAndEndOfACommand)
 {
     setConfig(L"Debug", 1);
     run(L"--get-service-status --name=no_such_service --internal-package-name=x");
@@ -124,7 +127,7 @@ TEST_F(Program, LogsTheCommandFromStartToEnd)
         << testing::PrintToString(log);
 }
 
-TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
+TEST_F(Program, ReportsAFailureWithoutWaitingForTheUtility)
 {
     const std::wstring utility = root.path() + L"\\admin\\bin\\send-error-report", var = root.path() + L"\\var",
                        record = var + L"\\devpanel.log";
@@ -145,31 +148,32 @@ TEST_F(Program, ReportsAFailureToThePanelAndGoesItsWay)
             "supported. Possible commands:</summary>~line 117) Unable to execute command: ~</message>"
             "~mendkit.exe\" --bogus --db-password=*</command_line>~<update_ticket>t1</update_ticket>~")))
         << report;
-    EXPECT_EQ(std::string::npos, report.find("a b")) << "a secret";
+    EXPECT_EQ(std::string::npos, report.find("a b")) << "the password is visible";
 
     std::ofstream((utility + L".script").c_str()) << "sleep 4000";
     const ULONGLONG again = GetTickCount64();
     UniqueFile reader, writer;
-    CreatePipe(reader.receive(), writer.receive(), nullptr, 1 << 20); // takes all that it prints
+    CreatePipe(reader.receive(), writer.receive(), nullptr, 1 << 20); // holds the whole output
     const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
     SetStdHandle(STD_OUTPUT_HANDLE, writer.get());
-    EXPECT_EQ(1u, run(L"--bogus " + std::wstring(30'000, L'x'), false).exitCode) << "a report that no pipe holds";
+    const std::wstring longArgument(30'000, L'x'); // the report exceeds the buffer of the utility's pipe
+    EXPECT_EQ(1u, run(L"--bogus " + longArgument, false).exitCode);
     SetStdHandle(STD_OUTPUT_HANDLE, own);
     writer.reset();
     char buffer[1024];
     for (DWORD count = 0; ReadFile(reader.get(), buffer, sizeof buffer, &count, nullptr);) {
     }
-    EXPECT_LT(GetTickCount64() - again, 3'000u) << "held up by the utility, or somebody still has our output";
+    EXPECT_LT(GetTickCount64() - again, 3'000u) << "waited for the utility, or the utility inherited the output";
 }
 
-TEST_F(Program, HasItsWorkDoneByThePanel)
+TEST_F(Program, RunsThePanelsUtilities)
 {
-    setConfig(L"SendFeedback", L"false"); // reports would come in between
+    setConfig(L"SendFeedback", L"false"); // reports would be recorded too
     EXPECT_NE(
         std::string::npos, run(L"--get-disk-space").output.find("value=zrmpipe\r\n   at (registry::getstr line"));
-    setConfig(L"zrmpipe", L"nobody");
+    setConfig(L"zrmpipe", L"missing");
     EXPECT_NE(std::string::npos,
-        run(L"--reboot --timeout=5").output.find(" at Unable to connect to pipe \\\\.\\pipe\\nobody"));
+        run(L"--reboot --timeout=5").output.find(" at Unable to connect to pipe \\\\.\\pipe\\missing"));
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     DeleteFileW((panel + L"\\var\\devpanel.log").c_str());
     ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
@@ -185,7 +189,7 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
     setConfig(L"SendFeedback", L"false");
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
-    const wchar_t *const pipe = L"killed", *const silence = L"60"; // milliseconds a query; a command makes two
+    const wchar_t *const pipe = L"killed", *const silence = L"60"; // milliseconds per query; a command makes two
     auto service = serve(silence, pipe);
     int answers = 0, failures = 0;
     while (failures < rounds(3, 200) && !HasFailure()) {
@@ -229,11 +233,11 @@ TEST_F(Program, RunsWithAnyBytesInItsSettings)
                 name, 0, types[random() % 4], reinterpret_cast<const BYTE*>(bytes.data()),
                 static_cast<DWORD>(bytes.size()));
         }
-        const bool isThere = random() % 4 != 0; // the one value that nothing works without
-        if (isThere)
+        const bool hasPipe = random() % 4 != 0; // the pipe's name is the only value that both commands need
+        if (hasPipe)
             setConfig(L"zrmpipe", pipe);
         const ULONGLONG begun = GetTickCount64();
-        EXPECT_EQ(isThere, hasAnswered(run(random() % 2 ? L"--get-disk-space" : L"--get-system-resources")));
+        EXPECT_EQ(hasPipe, hasAnswered(run(random() % 2 ? L"--get-disk-space" : L"--get-system-resources")));
         EXPECT_LT(GetTickCount64() - begun, 10'000u);
     }
     figure(count, "runs with random types and bytes in all settings");
@@ -249,14 +253,14 @@ TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
             CreateDirectoryW(directory.c_str(), nullptr);
         for (int file = 0; file < files; ++file)
             std::ofstream((aps + (file % 2 ? L"\\tree\\" : L"\\") + std::to_wstring(file)).c_str());
-        std::ofstream((kept + L"\\file").c_str()) << "x"; // beside them
+        std::ofstream((kept + L"\\file").c_str()) << "x"; // outside of the cleaned directories
         ChildResult results[2];
         const auto service = serve(L"0", L"one"), other = serve(L"0", L"two");
         std::thread first = startRun(L"one", L"--free-disk-space", results[0]);
         startRun(L"two", L"--free-disk-space", results[1]).join();
         first.join();
         EXPECT_TRUE(hasAnswered(results[0]) && hasAnswered(results[1]));
-        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "empty, but there";
+        EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "the directory itself must stay and be empty";
         EXPECT_EQ("x", readFile(kept + L"\\file"));
         service->terminate();
         other->terminate();
@@ -284,24 +288,30 @@ TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
         EXPECT_TRUE(fits(record, stamp + L"Info: ~") || fits(record, stamp + L"Result: ~"))
             << testing::PrintToString(record);
     }
-    EXPECT_EQ(log.size(), begin) << "a last record without its end";
+    EXPECT_EQ(log.size(), begin) << "the last record is incomplete";
     EXPECT_EQ(3 * count, std::count(log.begin(), log.end(), L'\r'));
     figure(count, "processes in batches of 40 writing one debug log: each record whole, one byte-order mark");
 }
 
-TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
+TEST_F(Program, DumpsAndReportsEveryFault)
 {
-    // Nothing can be written there, so that every dump leaves a record instead; its failure changes nothing else.
+    // The directory does not exist, so every dump fails and logs a record, which is counted.
     setConfig(L"CrashDumpsLocation", root.path() + L"\\missing");
     const std::string fault = "C structured exception: 0xc00000", end = "Unexpected end of the program";
-    for (const auto& [word, output, exitCode, dumps] :
-        std::initializer_list<std::tuple<const wchar_t*, std::string, std::uint32_t, int>>{{L"none", "", 0, 0},
-            {L"handled", "", 0, 0}, {L"null", fault + "05", 1, 1}, {L"callback", fault + "05", 1, 1},
-            {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
-            {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
-            {L"twice", fault + "fd", 1, 2}, {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1},
-            {L"logging", "logged", 0, 1}, {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1},
-            {L"end", "", 1, 0}}) {
+    const struct
+    {
+        const wchar_t* word;
+        std::string output;
+        std::uint32_t exitCode;
+        int dumps;
+    } rows[] = {{L"none", "", 0, 0}, {L"handled", "", 0, 0}, {L"null", fault + "05", 1, 1},
+        {L"callback", fault + "05", 1, 1},
+        {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
+        {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
+        {L"twice", fault + "fd", 1, 2}, {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1},
+        {L"logging", "logged", 0, 1}, {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1},
+        {L"end", "", 1, 0}};
+    for (const auto& [word, output, exitCode, dumps] : rows) {
         const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
         EXPECT_EQ(exitCode, result.exitCode) << word;
         EXPECT_NE(std::string::npos, result.output.find(output)) << word << result.output;
@@ -313,19 +323,23 @@ TEST_F(Program, EndsEveryFaultWithOneDumpAndAFailure)
     }
 }
 
-TEST_F(Program, KeepsTheLastDumpForAdministratorsOnly)
+TEST_F(Program, PrunesOldDumpsAndProtectsTheNewOne)
 {
     const std::wstring dumps = root.path() + L"\\admin\\logs\\", other = dumps + L"fault_program.dmp.zip";
     setConfig(L"CrashDumpsLocation", dumps);
     setConfig(L"CrashDumpsMaxCount", 1);
     std::ofstream(other.c_str()) << "x";
-    for (const auto& [word, code] :
-        {std::pair{L"outside", EXCEPTION_ACCESS_VIOLATION}, {L"stack", EXCEPTION_STACK_OVERFLOW}}) {
+    const struct
+    {
+        const wchar_t* word;
+        DWORD code;
+    } rows[] = {{L"outside", EXCEPTION_ACCESS_VIOLATION}, {L"stack", EXCEPTION_STACK_OVERFLOW}};
+    for (const auto& [word, code] : rows) {
         EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), word).exitCode);
         WIN32_FIND_DATAW found;
         const HANDLE search = FindFirstFileW((dumps + L"fault_program????????_??????.dmp").c_str(), &found);
         ASSERT_NE(INVALID_HANDLE_VALUE, search);
-        EXPECT_FALSE(FindNextFileW(search, &found)) << "the older one is pruned";
+        EXPECT_FALSE(FindNextFileW(search, &found)) << "the older dump is still there";
         FindClose(search);
 
         std::string dump = readFile(dumps + found.cFileName);
@@ -342,5 +356,5 @@ TEST_F(Program, KeepsTheLastDumpForAdministratorsOnly)
         const UniqueLocalMemory memory(text);
         EXPECT_EQ(std::wstring::npos, std::wstring(text).find(L"WD)")) << text;
     }
-    EXPECT_EQ("x", readFile(other)) << "no dump";
+    EXPECT_EQ("x", readFile(other)) << "a file that is no dump was removed";
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-/// Remembers every record while it lives.
+/// Records what is logged during its lifetime.
 class RecordingHandler : public ILogHandler
 {
 public:

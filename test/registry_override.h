@@ -5,7 +5,7 @@
 
 #include <string>
 
-/// HKEY_LOCAL_MACHINE replaced by an empty key for the life of a scope.
+/// Replaces HKEY_LOCAL_MACHINE by an empty key during its lifetime.
 class RegistryOverride
 {
 public:

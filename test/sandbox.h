@@ -8,14 +8,14 @@
 #include <fstream>
 #include <string>
 
-/// The whole file; empty when it cannot be opened.
+/// The bytes of a file; empty when it cannot be opened.
 inline std::string readFile(const std::wstring& path)
 {
     std::ifstream file(path.c_str(), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// A fresh product root of the test's own; removed with its files when the test has passed.
+/// A new installation directory. Removed with its files when the test has passed.
 class ProductRoot
 {
 public:
@@ -31,7 +31,7 @@ public:
     }
     ~ProductRoot()
     {
-        if (!testing::Test::HasFailure()) // else kept to be looked at
+        if (!testing::Test::HasFailure()) // kept after a failure
             _wsystem((L"cmd /c rd /s /q \"" + path_ + L"\"").c_str());
     }
 
@@ -40,7 +40,7 @@ public:
     {
         return path_ + L"\\admin\\logs\\kelvolog_" + name + VDateTime::local().compactDate() + L".log";
     }
-    /// A log of today as it is, with its byte-order mark; empty when there is none.
+    /// The text of today's log, with its byte-order mark; empty when there is none.
     std::wstring log(const std::wstring& name = L"debug") const
     {
         const std::string bytes = readFile(logFile(name));
@@ -53,7 +53,7 @@ private:
     std::wstring path_;
 };
 
-/// HKEY_LOCAL_MACHINE replaced by an empty key for the life of the test.
+/// A test with an empty HKEY_LOCAL_MACHINE.
 class RegistrySandbox : public testing::Test
 {
     RegistryOverride machine_;

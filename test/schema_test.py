@@ -1,5 +1,5 @@
-# The program's real answers fit the schemas of docs/schema/, and other values do not.
-# Usage: schema_test.py <source> <build>; the stand-in panel is put into Wine's prefix.
+# Checks that the program's answers fit the schemas of docs/schema/ and that other values do not.
+# Usage: schema_test.py <source> <build>. Installs the stand-in for the panel into the Wine prefix.
 import json
 import pathlib
 import subprocess

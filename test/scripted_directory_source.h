@@ -18,7 +18,7 @@ struct Node
     std::map<std::wstring, Node*> children = {};
 };
 
-/// A file system in memory, which may be disturbed before every single call.
+/// A file system in memory. `disturb` is called before every step and may change it.
 class ScriptedSource : public IDirectorySource
 {
 public:
@@ -41,7 +41,7 @@ public:
         const auto found = parent->children.find(name);
         return found == parent->children.end() ? nullptr : found->second;
     }
-    /// Moves it to where nobody finds it.
+    /// Moves the node out of the volume.
     void detach(Node* node)
     {
         if (!node)
@@ -58,7 +58,7 @@ public:
         detach(node);
         link(parent, node->name, target);
     }
-    /// The object stays what it is, but leads elsewhere from now on.
+    /// Makes the same object a link. Its children leave the volume.
     void turnIntoLink(Node* node, Node* target)
     {
         for (auto& [name, child] : node->children)
@@ -68,7 +68,7 @@ public:
         node->target = target;
     }
 
-    /// The names of all that lies in a directory.
+    /// The names of all objects in a directory and below.
     static std::wstring content(const Node* node)
     {
         std::wstring all;
@@ -132,7 +132,7 @@ public:
     bool isTrusted(Handle link) noexcept override { return static_cast<Node*>(link)->isTrusted; }
 
 private:
-    /// A directory that has become a link leads on, even what was open before.
+    /// Follows links, also through a handle opened before its directory became a link.
     static Node* resolve(Handle directory)
     {
         Node* node = static_cast<Node*>(directory);

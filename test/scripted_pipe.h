@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-/// A reply of the management service: its length, then the bytes.
+/// A reply of the management service: the length, then the bytes.
 inline std::string serviceReply(const std::string& bytes)
 {
     vserializer::writer writer;
@@ -15,14 +15,14 @@ inline std::string serviceReply(const std::string& bytes)
     return writer.message() + bytes;
 }
 
-/// A pipe that serves one client as a script says, on a thread of the test.
+/// A pipe with a thread that serves one client by a script.
 class ScriptedPipe
 {
 public:
     struct Script
     {
-        std::vector<std::string> reply; // written piece by piece once the request is there; then the pipe closes
-        std::size_t pieceSize = 0;      // cut the pieces to this size
+        std::vector<std::string> reply; // the pieces written after the request, before the pipe is closed
+        std::size_t pieceSize = 0;      // the size into which pieces are cut; 0: not cut
         DWORD silence = 0;              // milliseconds before the reply
     };
 
@@ -36,7 +36,7 @@ public:
 
     ~ScriptedPipe()
     {
-        // Frees a thread that still waits for its client.
+        // Ends the wait of a thread that has had no client.
         UniqueFile(
             CreateFileW((L"\\\\.\\pipe\\" + name_).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr))
             .reset();

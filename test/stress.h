@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-/// The seed that scripts/stress gives its long run; null in the tests' ordinary one, which is the same each time.
+/// The seed of scripts/stress; null in an ordinary run, which uses a fixed seed.
 inline const char* stressSeed()
 {
     return std::getenv("MENDKIT_STRESS");
@@ -29,7 +29,7 @@ inline std::string randomBytes(std::mt19937& random, std::size_t longest)
     return bytes;
 }
 
-/// A line of what scripts/stress prints.
+/// Prints a figure under scripts/stress.
 inline void figure(long long count, const char* what)
 {
     if (stressSeed())

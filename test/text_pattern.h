@@ -2,13 +2,13 @@
 
 #include <string>
 
-/// Whether the whole text is as the pattern says: '@' stands for one digit, '#' for a run of them, '~' for anything,
-/// all else for itself. (Not <regex>: GCC 14 warns of overflows in it that are none.)
+/// Whether the whole text matches the pattern: '@' matches one digit, '#' one or more digits, '~' any text, every
+/// other character itself. (GCC 14 gives false warnings of overflows in <regex>.)
 template <typename Char>
 bool fits(const std::basic_string<Char>& text, const std::basic_string<Char>& pattern)
 {
     const auto isDigit = [&](std::size_t at) { return at < text.size() && text[at] >= '0' && text[at] <= '9'; };
-    std::size_t at = 0, next = 0, anyUntil = 0, afterAny = 0; // after the last '~': where it ends in both
+    std::size_t at = 0, next = 0, anyUntil = 0, afterAny = 0; // the ends of the last '~' in text and pattern
     while (at < text.size()) {
         const Char wanted = next < pattern.size() ? pattern[next] : Char{};
         if (wanted == '~') {

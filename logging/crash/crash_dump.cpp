@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The dump's own errors come as an HRESULT, most of them a system error in disguise.
+/// The Win32 code inside the HRESULT that MiniDumpWriteDump leaves as the last error; other codes as they are.
 DWORD dumpError(DWORD code)
 {
     const auto result = static_cast<HRESULT>(code);
@@ -20,11 +20,12 @@ void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointe
     CrashDumpFile file(fileName);
     const UniqueFile target = file.duplicate();
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exceptionPointers, TRUE};
-    // Bound at the fault: at the start it would cost a tenth of what a whole run takes. The fault may be anywhere,
-    // the loader included, but on this thread, where the loader's lock can be taken again.
+    // Loads the dump library now: loading it at the start would take a tenth of a run's time. A fault inside the
+    // loader is no obstacle: this thread then holds the loader lock, which is recursive.
     if (!late::MiniDumpWriteDump(
             GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
         const DWORD code = dumpError(GetLastError());
+        // The line is fixed: part of the interface with the panel's log readers; do not correct.
         throwOsError(code, L"Unable to generate dump file", {"internalDumpMiniDump", 740});
     }
     file.keep();
@@ -41,6 +42,6 @@ void internalDumpMiniDump(
             [&](Span&) { writeDump(fileName, exceptionPointers, dumpType); });
     } catch (const vexception& failure) {
         LogManager::log(LogLevel::Error, failure);
-    } catch (...) { // no memory to say what it was
+    } catch (...) { // no memory for the record
     }
 }

@@ -6,8 +6,8 @@
 
 #include <string>
 
-/// Writes a dump of this process as the calling thread's exception left it. A dump that could not be
-/// written whole is removed. Every failure is logged at Error; nothing is thrown.
+/// Writes a dump of this process with the calling thread's exception. Removes an incomplete dump. Logs a failure at
+/// Error; never throws.
 /// @param fileName           full path; its directory is not created
 /// @param exceptionPointers  not null
 void internalDumpMiniDump(

@@ -4,9 +4,8 @@
 
 namespace {
 
-/// Access for SYSTEM and Administrators and nobody else, the creator not excepted: the owner is the group of
-/// administrators, as an owner may always change the rights. Made without the heap, which may be the thing that
-/// broke.
+/// Security attributes that grant access to SYSTEM and Administrators only, not to the creator. The owner is
+/// Administrators, because an owner may always change the rights. Uses no heap, which may be corrupt.
 class AdministratorsOnly
 {
 public:
@@ -43,8 +42,8 @@ private:
     SECURITY_ATTRIBUTES attributes_{sizeof attributes_, &descriptor_, FALSE};
 };
 
-/// An existing file is removed, never written to: it would keep its own rights and owner, and a link planted
-/// there would lead to another file.
+/// Deletes an existing file instead of overwriting it: the file would keep its rights and owner, and a planted link
+/// would lead to another file.
 UniqueFile create(const std::wstring& name)
 {
     AdministratorsOnly rights;
@@ -68,7 +67,7 @@ CrashDumpFile::CrashDumpFile(const std::wstring& name) : file_(create(name))
 CrashDumpFile::~CrashDumpFile()
 {
     FILE_DISPOSITION_INFO gone{TRUE};
-    if (!kept_) // by its handle: the name may be somebody else's by now
+    if (!kept_) // by handle: the name may denote another file by now
         SetFileInformationByHandle(file_.get(), FileDispositionInfo, &gone, sizeof gone);
 }
 

@@ -4,9 +4,8 @@
 
 #include <string>
 
-/// The file of a dump: a new one, whatever had its name before, and only SYSTEM and Administrators may read it, as a
-/// dump holds the secrets that logs mask. Others may read it while it is written. Gone with the object unless it is
-/// kept.
+/// The file of a dump, always newly created. Only SYSTEM and Administrators have access, because a dump contains the
+/// secrets that logs mask. Opened with read sharing. The destructor deletes the file unless keep() was called.
 class CrashDumpFile
 {
 public:
@@ -16,7 +15,7 @@ public:
     CrashDumpFile& operator=(const CrashDumpFile&) = delete;
     ~CrashDumpFile();
 
-    /// A handle for one use: whatever becomes of it, the file can still be removed.
+    /// A second handle, owned by the caller. Closing it does not affect this object.
     /// @throws vosexception "DuplicateHandle"
     UniqueFile duplicate() const;
 

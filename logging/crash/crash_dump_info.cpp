@@ -19,7 +19,7 @@ constexpr std::size_t longestPath = 260;
 
 CrashDumpInfo* current = nullptr; // weak
 
-// The dump library serves one caller at a time; besides, a fault inside it must not start another dump.
+// The dump library is single-threaded, and a fault inside it must not start another dump.
 std::atomic_flag dumping;
 
 } // namespace
@@ -27,7 +27,7 @@ std::atomic_flag dumping;
 CrashDumpInfo::CrashDumpInfo() noexcept
 {
     current = this;
-    // Nobody can be told before the entry point; what fails leaves things as far as they got.
+    // Failures are not reported before the entry point. The settings read so far stand.
     try {
         readSettings();
     } catch (...) {
@@ -60,16 +60,17 @@ void CrashDumpInfo::readSettings()
     registry::lookup(key.get(), L"CrashDumpsEnabled", enabled_);
     std::wstring root;
     registry::lookup(key.get(), L"PRODUCT_ROOT_D", root);
-    if (!root.empty()) // path::combine would load a library that most runs do without
+    if (!root.empty()) // not path::combine, which loads a library that most runs do not need
         location_ = path::append(root, L"etc\\crashdumps");
     registry::lookup(key.get(), L"CrashDumpsLocation", location_);
     registry::lookup(key.get(), L"CrashDumpsMaxCount", maxCount_);
 }
 
-// Without the heap: the buffers have been there since the start.
+// Uses no heap: the constructor has reserved the buffers.
 const std::wstring& CrashDumpInfo::getFileName()
 {
     if (!enabled_)
+        // Text (sic) and line are fixed: part of the interface with the panel's log readers; do not correct.
         throw vexception(L"Crash dumping does not enabled", {"CrashDumpInfo::getFileName", 688}); // sic
     const VDateTime clock = VDateTime::local();
     const SYSTEMTIME& now = clock.fields();
@@ -79,7 +80,7 @@ const std::wstring& CrashDumpInfo::getFileName()
     fullPath_.resize(longestPath);
     const int length =
         _snwprintf(fullPath_.data(), longestPath + 1, L"%s\\%s%s", location_.c_str(), prefix_.c_str(), name_);
-    // A path that was cut would name something else.
+    // A truncated path would name another file.
     fullPath_.resize(length < 0 || length > static_cast<int>(longestPath) ? 0 : static_cast<std::size_t>(length));
     return fullPath_;
 }

@@ -7,29 +7,28 @@
 #include <memory>
 #include <string>
 
-/// Whether, where and how often faults of this process leave a dump. While it lives, heap corruptions and the faults
-/// that become exceptions are dumped; when it goes, old dumps are pruned. One in a process, from before the entry
-/// point to the process's end; what a dump needs is laid out here, not at the fault.
+/// The settings of crash dumps. During its lifetime, heap corruptions and faults that become C++ exceptions are
+/// dumped. The destructor prunes old dumps. One object per process, from static initialisation to process exit.
 class CrashDumpInfo
 {
 public:
-    /// Reads the settings; what cannot be read keeps its default.
+    /// Reads the settings. A setting that cannot be read keeps its default.
     CrashDumpInfo() noexcept;
     CrashDumpInfo(const CrashDumpInfo&) = delete;
     CrashDumpInfo& operator=(const CrashDumpInfo&) = delete;
     ~CrashDumpInfo();
 
-    /// The full path of a dump that is made now, "<location>\<program>20261116_050412.dmp"; empty when it would be
-    /// longer than 260 characters. Valid until the next call.
+    /// The full path of a new dump, "<location>\<program>20261116_050412.dmp" (sic: no separator before the time
+    /// stamp). Empty when it would exceed 260 characters. The reference is valid until the next call.
     /// @throws vexception "Crash dumping does not enabled"
     const std::wstring& getFileName();
 
-    /// Writes a dump of the whole memory; nothing when dumping is off, without exception pointers, and while a dump
-    /// is being written.
+    /// Writes a dump of the whole memory. Does nothing when dumping is disabled, when the pointers are null, or while
+    /// another dump is being written.
     void dump(EXCEPTION_POINTERS* pointers) noexcept;
 
-    /// The same with the process's settings, while there are any, for a fault that has passed the vectored handlers:
-    /// a heap corruption has been dumped there.
+    /// Calls dump() on the process's object, if there is one. Skips a heap corruption that the vectored handler has
+    /// already dumped.
     static void dumpUnhandled(EXCEPTION_POINTERS* pointers) noexcept;
 
 private:

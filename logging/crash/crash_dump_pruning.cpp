@@ -26,7 +26,7 @@ struct Dump
     bool operator<(const Dump& other) const { return std::tie(written, name) < std::tie(other.written, other.name); }
 };
 
-/// The search also looks at the short names of files ("x.dmpold", "x.zip"), so the long one is asked again.
+/// FindFirstFile also matches short 8.3 names (of "x.dmpold", for example), so the long name is tested again.
 bool isDump(const WIN32_FIND_DATAW& found)
 {
     constexpr DWORD others = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
@@ -50,7 +50,7 @@ std::vector<Dump> dumpsOf(const std::wstring& location)
 
 void pruneCrashDumps(const std::wstring& location, DWORD maxCount) noexcept
 {
-    // The process is about to end with the code of its command; even a fault here must not change it.
+    // Runs at process exit: a fault here must not change the exit code.
     const structured_exception::TranslatorScope translator;
     try {
         if (location.empty())

@@ -4,7 +4,7 @@
 
 #include <string>
 
-/// Removes the oldest dumps ("*.dmp" by their last-write time) of a directory until no more than maxCount are left.
-/// Directories, links and everything of another extension stay. A dump that cannot be removed is passed over.
-/// Without a location there is nothing to do. Never throws.
+/// Deletes the oldest dumps ("*.dmp", by last-write time) of a directory until at most maxCount are left. Keeps
+/// directories, links and files with other extensions. Skips a dump that cannot be deleted. Does nothing when the
+/// location is empty. Never throws.
 void pruneCrashDumps(const std::wstring& location, DWORD maxCount) noexcept;

@@ -11,7 +11,7 @@ HeapCorruptionHandler::~HeapCorruptionHandler()
     record_ = nullptr;
 }
 
-// Every C++ throw of the process comes through here: the code first, and nothing else.
+// Every C++ throw of the process calls this routine, so it tests the code first.
 LONG HeapCorruptionHandler::routine(EXCEPTION_POINTERS* pointers)
 {
     if (pointers->ExceptionRecord->ExceptionCode == code && record_)

@@ -3,8 +3,8 @@
 #include "logging/crash/vectored_exception_handler.h"
 #include "runtime/fault/translator.h"
 
-/// Has heap corruptions recorded, which may not reach any frame; then, as for every other exception, the search for
-/// whoever handles it goes on. There is one in a process.
+/// Records heap corruptions, which may never reach a frame's handler. Lets the search for a handler continue after
+/// every exception. One object per process.
 class HeapCorruptionHandler : public VectoredExceptionHandler
 {
 public:

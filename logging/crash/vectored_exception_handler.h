@@ -2,12 +2,13 @@
 
 #include <windows.h>
 
-/// A routine that sees every exception of the process before any frame does; removed with the object.
+/// Owns a vectored exception handler: a routine called for every exception of the process before the frames'
+/// handlers. The destructor removes it.
 class VectoredExceptionHandler
 {
 public:
     VectoredExceptionHandler() = default;
-    /// Registers the routine before all others of its kind.
+    /// Registers the routine as the first vectored handler.
     explicit VectoredExceptionHandler(PVECTORED_EXCEPTION_HANDLER routine) noexcept
         : handle_(AddVectoredExceptionHandler(1, routine))
     {

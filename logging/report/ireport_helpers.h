@@ -9,22 +9,22 @@
 
 namespace SendErrorReport {
 
-/// The panel's reporting utility, as one child process.
+/// One child process that runs the panel's reporting utility.
 class IProcessHelper
 {
 public:
     virtual ~IProcessHelper() = default;
     virtual void start() = 0;
-    /// Hands it all of its standard input; there is no more behind it.
+    /// Writes the whole standard input of the process and closes it.
     virtual void writeInput(const std::string& data) = 0;
 };
 
-/// All that the error reports ask of the system. Every operation but the last may fail with an exception.
+/// The system calls of the error reports. Every operation except getLocalTime may throw.
 class ISystemHelper
 {
 public:
     virtual ~ISystemHelper() = default;
-    /// Whether the product's owner lets reports be sent, this one too.
+    /// Whether a report of this record may be sent.
     virtual bool isFeedbackEnabled(LogLevel level, const std::wstring& message) = 0;
     /// The panel's installation directory.
     virtual std::wstring getProductRoot() = 0;
@@ -34,11 +34,11 @@ public:
     virtual std::wstring getUtcTimestamp() = 0;
     /// The running executable's full path.
     virtual std::wstring getModuleFileName() = 0;
-    /// This process's own, with its secrets.
+    /// This process's command line, passwords unmasked.
     virtual std::wstring getCommandLine() = 0;
     virtual std::uint32_t getProcessId() = 0;
     virtual std::uint32_t getThreadId() = 0;
-    /// A process that is not started yet. Fails when it could not be started anyway.
+    /// A process that is not started yet. Throws when the command line's program does not exist.
     virtual std::shared_ptr<IProcessHelper> createProcess(const std::wstring& commandLine) = 0;
     virtual bool fileExists(const std::wstring& path) = 0;
     /// The file's bytes.

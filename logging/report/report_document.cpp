@@ -1,4 +1,4 @@
-// What an error report says.
+// The content of an error report.
 
 #include "logging/report/report_handler.h"
 #include "logging/report/xml_document.h"
@@ -14,7 +14,7 @@ namespace SendErrorReport {
 
 namespace {
 
-/// The first line with anything in it; lines end in CR LF or, those of a failure's trail, in LF.
+/// The first non-empty line. Lines end in CR LF, those of a failure's trail in LF.
 std::wstring firstLine(const std::wstring& message)
 {
     const std::size_t begin = message.find_first_not_of(L"\r\n");
@@ -66,7 +66,7 @@ std::wstring LogHandler::component()
     }
 }
 
-/// @return false when there is none; one that cannot be read must not cost the report
+/// @return false when there is no readable ticket: the report is sent without it
 bool LogHandler::readUpdateTicket(std::wstring& ticket)
 {
     try {

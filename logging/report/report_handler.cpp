@@ -14,7 +14,7 @@ LogHandler::LogHandler(std::shared_ptr<ISystemHelper> systemHelper) noexcept : s
 {
     try {
         LogManager::addHandler(this);
-    } catch (...) { // no memory: the command still runs
+    } catch (...) { // no memory: the command runs without reports
     }
 }
 
@@ -25,15 +25,15 @@ LogHandler::~LogHandler()
 
 void LogHandler::log(LogLevel level, const std::wstring& message)
 {
-    // A record that comes up during a report is about this handler itself.
+    // A record logged during a report comes from the reporting itself.
     if (!isSevere(level) || busy_)
         return;
     busy_ = true;
-    const structured_exception::TranslatorScope translator; // also outside of every operation
+    const structured_exception::TranslatorScope translator; // records are also logged outside of operations
     try {
         if (systemHelper_->isFeedbackEnabled(level, message))
             send(message);
-    } catch (...) { // the record has reached the other sinks; logging from here would come back here
+    } catch (...) { // not logged: that would call this handler again
     }
     busy_ = false;
 }
@@ -44,7 +44,7 @@ void LogHandler::send(const std::wstring& message)
     if (hits == 0 || message.empty())
         return;
     const std::wstring utility = path::combine(systemHelper_->getProductRoot(), L"admin\\bin\\send-error-report.exe");
-    // Before the document, which takes a hundred times longer: without the utility there is none.
+    // Before the report, whose building takes a hundred times longer: fails at once when there is no utility.
     const auto process = systemHelper_->createProcess(quoteArgument(utility) + L" " + reportSource());
     const std::string report = buildReport(message, hits);
     process->start();

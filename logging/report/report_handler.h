@@ -9,12 +9,12 @@
 
 namespace SendErrorReport {
 
-/// Hands every severe record to the panel's reporting utility, each text at most once a day; what comes in between is
-/// counted, and the count travels with the next report. Whatever fails on the way costs the report and nothing else.
+/// Sends severe records to the panel's reporting utility, each text at most once in 24 hours. The next report of a
+/// text carries the number of its repeats. A failure drops the report and has no other effect.
 class LogHandler : public ILogHandler
 {
 public:
-    /// Registers with the log manager until destruction; without memory for that, nothing is reported.
+    /// Registers with the log manager until destruction. Reports nothing if there is no memory to register.
     explicit LogHandler(std::shared_ptr<ISystemHelper> systemHelper) noexcept;
     LogHandler(const LogHandler&) = delete;
     LogHandler& operator=(const LogHandler&) = delete;
@@ -24,10 +24,10 @@ public:
     /// Never throws and never logs.
     void log(LogLevel level, const std::wstring& message) override;
 
-    /// Who reports: the reporting utility's argument.
+    /// The argument of the reporting utility.
     virtual std::wstring reportSource() const;
 
-    /// The report, an XML document in UTF-8. @param hits  how often the text came up since its last report
+    /// The report, an XML document in UTF-8. @param hits  how often the text was logged since its last report
     /// @throws vexception, _com_error
     virtual std::string buildReport(const std::wstring& message, std::uint32_t hits);
 
@@ -35,18 +35,18 @@ private:
     struct ReportRecord
     {
         VDateTime lastReported;
-        std::uint32_t hits; // since then, that one included
+        std::uint32_t hits; // since lastReported, the reported record included
     };
 
     void send(const std::wstring& message);
-    /// Counts the text. @return the hits to report, 0: it is not its time
+    /// Counts the text. @return the hits to report; 0 when no report is due
     std::uint32_t count(const std::wstring& message);
     std::wstring component();
     bool readUpdateTicket(std::wstring& ticket);
 
     std::shared_ptr<ISystemHelper> systemHelper_;
     std::unordered_map<std::wstring, ReportRecord> reports_;
-    bool busy_ = false; // with a report
+    bool busy_ = false; // a report is being sent
 };
 
 } // namespace SendErrorReport

@@ -11,7 +11,7 @@ namespace SendErrorReport {
 
 namespace {
 
-// In no library that the build has.
+// MinGW-w64 has no library that defines these.
 constexpr CLSID classDomDocument60 = {0x88d96a05, 0xf192, 0x11d4, {0xa6, 0x5f, 0x00, 0x40, 0x96, 0x32, 0x51, 0xe5}};
 constexpr IID interfaceDomDocument2 = {0x2933bf95, 0x7b36, 0x11d2, {0xb2, 0x0e, 0x00, 0xc0, 0x4f, 0x98, 0x3e, 0x60}};
 
@@ -29,7 +29,7 @@ UniqueBstr toBstr(const std::wstring& text)
     return result;
 }
 
-/// Whether XML 1.0 can carry the UTF-16 unit at this place.
+/// Whether XML 1.0 allows the UTF-16 unit at this index.
 bool isXml(const std::wstring& text, std::size_t at)
 {
     const wchar_t unit = text[at];
@@ -54,7 +54,7 @@ std::wstring xmlText(const std::wstring& text)
 
 ComScope::ComScope() : result_(late::CoInitializeEx(nullptr, COINIT_MULTITHREADED))
 {
-    // Somebody has set COM up in the other way, which serves as well.
+    // The thread is already initialised with the other COM threading model, which serves as well.
     if (result_ != RPC_E_CHANGED_MODE)
         check(result_);
 }

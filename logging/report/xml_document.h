@@ -8,7 +8,7 @@
 
 namespace SendErrorReport {
 
-/// COM on the calling thread for the life of a scope, then as it was found.
+/// Initialises COM on the calling thread for the life of the object.
 class ComScope
 {
 public:
@@ -22,27 +22,27 @@ private:
     HRESULT result_;
 };
 
-/// An XML document, made by the system's MSXML 6. To be used on one thread.
+/// An XML document of MSXML 6. Use on one thread only.
 class Document
 {
 public:
     using Element = UniqueCom<IXMLDOMElement>;
 
-    /// An empty document. @throws _com_error, also when MSXML is not there
+    /// An empty document. @throws _com_error, also when MSXML 6 is not installed
     Document();
 
-    /// Makes an element with this text and appends it to the parent, null for the document itself. What XML cannot
-    /// carry of the text (controls, halves of characters) stands there as U+FFFD.
-    /// @throws _com_error
+    /// Appends an element with this text. Characters that XML does not allow (controls, unpaired surrogates) become
+    /// U+FFFD. @param parent  null for the document itself @throws _com_error
     Element append(IXMLDOMElement* parent, const wchar_t* name, const std::wstring& text);
 
     /// The document as UTF-8, without a declaration. @throws _com_error, vosexception
     std::string xml() const;
 
+    /// For the tests, which parse reports with it.
     IXMLDOMDocument2* get() const noexcept { return document_.get(); } // weak
 
 private:
-    ComScope com_; // first: it outlives the document
+    ComScope com_; // first member: destroyed after the document
     UniqueCom<IXMLDOMDocument2> document_;
 };
 

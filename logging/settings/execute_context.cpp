@@ -9,11 +9,11 @@
 #include <cstddef>
 #include <vector>
 
-// Offsets that modules built by another compiler rely on.
+// Modules built with another compiler rely on these offsets.
 static_assert(offsetof(LogSettings, eventLog) == 6 && offsetof(LogSettings, handlers) == 16);
 static_assert(offsetof(LogSettings, consoleUsed) == 40 && offsetof(ExecuteContext, logSettings) == 16);
 
-// The name under which the modules of the product find each other's pointer.
+// The export name of the pointer in every module of the product.
 #define MENDKIT_CONTEXT_SYMBOL m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22
 #define MENDKIT_TEXT_OF(symbol) #symbol
 #define MENDKIT_NAME_OF(symbol) MENDKIT_TEXT_OF(symbol)
@@ -28,7 +28,7 @@ namespace {
 std::vector<HMODULE> loadedModules()
 {
     std::vector<HMODULE> modules(2048 / sizeof(HMODULE));
-    // A second time with the size that was asked for; should modules be loaded meanwhile, without them.
+    // The second attempt uses the reported size. If modules are loaded in between, the result is empty.
     for (int attempt = 0; attempt < 2; ++attempt) {
         const DWORD size = static_cast<DWORD>(modules.size() * sizeof(HMODULE));
         DWORD needed = 0;

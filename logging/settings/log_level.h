@@ -15,7 +15,7 @@ enum class LogLevel : std::int32_t
 
 inline constexpr std::size_t logLevelCount = 6;
 
-/// Error and above: failures, which reach every sink whatever the settings of the lower levels.
+/// Whether the level denotes a failure: Error and above.
 constexpr bool isSevere(LogLevel level) noexcept
 {
     return level >= LogLevel::Error;

@@ -6,9 +6,8 @@
 
 class ILogHandler;
 
-// The process's log settings, shared by all modules of the product that are loaded into it. Such a module may
-// come from another compiler, so these are plain records, field by field as every module knows them, and
-// their memory is of the process heap.
+// The log settings that the modules of the product in one process share. A module may be built with another
+// compiler: the layout of these records is fixed, and their memory comes from the process heap.
 
 struct LogHandlerNode
 {
@@ -17,7 +16,7 @@ struct LogHandlerNode
     ILogHandler* handler; // weak
 };
 
-/// In the order of registration.
+/// The registered handlers in the order of registration.
 struct LogHandlerList
 {
     LogHandlerNode* first;
@@ -35,5 +34,5 @@ struct LogSettings
     bool console[logLevelCount];  // write records of the level to standard output
     bool eventLog[logLevelCount]; // report records of the level to the event log
     LogHandlerList handlers;
-    bool consoleUsed; // something was written to standard output: a newline goes before the next record
+    bool consoleUsed; // standard output has a record: a newline precedes the next one
 };

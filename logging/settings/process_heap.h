@@ -5,7 +5,7 @@
 #include <new>
 #include <type_traits>
 
-/// Memory that any module of the process can free, whichever C run time it was built with.
+/// Records on the process heap, which modules with another C runtime can free.
 namespace process_heap {
 
 /// @throws std::bad_alloc

@@ -15,11 +15,11 @@ public:
     EventLog& operator=(const EventLog&) = delete;
     ~EventLog();
 
-    /// The source's handle, registered at the first call. Not the caller's to close.
+    /// The source's handle, registered at the first call. The caller must not close it.
     /// @throws vexception when the log or the source cannot be registered
     HANDLE handle();
 
-    /// Reports one record. A failed report drops the handle, so that the next one registers afresh.
+    /// Reports one record. After a failed report the next call registers the source again.
     /// @throws as handle() does
     void report(LogLevel level, const std::wstring& message);
 

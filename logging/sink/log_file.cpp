@@ -26,13 +26,13 @@ void append(const std::wstring& path, const std::wstring& line)
         failed(L"SetFilePointer");
 
     const std::wstring record = end.QuadPart == 0 ? byteOrderMark + line : line;
-    // This offset makes the system append: a writer that does not take the mutex can get between two lines,
-    // but never into one.
+    // This offset makes WriteFile append. A writer that does not take the mutex can add a line between two others,
+    // but cannot split one.
     OVERLAPPED atEnd{};
     atEnd.Offset = atEnd.OffsetHigh = 0xffffffff;
     const DWORD size = static_cast<DWORD>(record.size() * sizeof(wchar_t));
     DWORD written = 0;
-    SetLastError(ERROR_WRITE_FAULT); // a write that falls short sets none
+    SetLastError(ERROR_WRITE_FAULT); // a short write sets no error code
     if (!WriteFile(file.get(), record.data(), size, &written, &atEnd) || written != size)
         failed(L"WriteFile");
 }
@@ -44,13 +44,13 @@ LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name)
     DWORD enabled = enabledDefault;
     if (name_.empty())
         name_ = moduleTitle();
-    const UniqueRegistryKey key = config::openKey(); // once for both values: opening costs more than reading
+    const UniqueRegistryKey key = config::openKey(); // once for both values: opening takes longer than reading
     if (key)
         registry::lookup(key.get(), L"log_" + name_ + L"_enabled", enabled);
     if (!enabled)
         return;
 
-    std::wstring root; // without one, the directory is relative
+    std::wstring root; // empty when it is not set: the directory is relative
     if (key)
         registry::lookup(key.get(), L"PRODUCT_ROOT_D", root);
     directory_ = path::combine(root, L"admin\\logs");
@@ -62,7 +62,7 @@ void LogFile::write(const std::wstring& text)
     if (!mutex_)
         return;
     const std::lock_guard lock(*mutex_);
-    // The time is taken while the mutex is held: lines stand in the order of their stamps.
+    // Take the time with the mutex held, so that the lines are in the order of their time stamps.
     const std::wstring file = L"kelvolog_" + name_ + VDateTime::local().compactDate() + L".log";
     append(path::combine(directory_, file), VDateTime::local().timeStamp() + L" " +
                                                 std::to_wstring(GetCurrentProcessId()) + L" " +
