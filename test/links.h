@@ -1,6 +1,6 @@
 #pragma once
 
-#include "runtime/handles.h"
+#include "runtime/handle/handles.h"
 
 #include <map>
 #include <string>
