@@ -147,11 +147,12 @@ protected:
         while (!child.waitForExit(1) && GetTickCount64() - begun < 30'000) {
             if (!tree.remove(L"trap\\go"))
                 continue;
-            isDone = isDone || tree.snapshot(L"area\\dumps").empty();
-            if (++reached == 1)
+            if (++reached == 1) {
+                isDone = !tree.open(L"area\\dumps\\a", FILE_READ_ATTRIBUTES); // the last of all
                 hasLanded = act();
-            else if (hasLanded)
+            } else if (hasLanded) {
                 undo();
+            }
             tree.make(file(L"trap\\done"));
         }
         EXPECT_TRUE(child.waitForExit(0)) << "operation " << operation;

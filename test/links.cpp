@@ -91,33 +91,28 @@ struct Entry
     bool isTree, isFile;
 };
 
-/// Whether a directory that is a reparse point has entries of its own. All others are taken for links.
-bool hasOwnEntries(const std::wstring& path)
-{
-    constexpr DWORD directoryBit = 0x10000000;
-    const UniqueFile object = openObject(path, FILE_READ_ATTRIBUTES);
-    FILE_ATTRIBUTE_TAG_INFO info{};
-    return object && GetFileInformationByHandleEx(object.get(), FileAttributeTagInfo, &info, sizeof info) &&
-           (info.ReparseTag & directoryBit) != 0 && !IsReparseTagNameSurrogate(info.ReparseTag);
-}
-
+/// Opened so that it can be listed while others have it open for its removal, which FindFirstFile cannot.
 std::vector<Entry> entriesOf(const std::wstring& path)
 {
+    constexpr DWORD directoryBit = 0x10000000; // of tags: such a directory has entries of its own
     std::vector<Entry> entries;
-    WIN32_FIND_DATAW found;
-    const HANDLE search = FindFirstFileW((path + L"\\*").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE)
-        return entries;
-    do {
-        if (std::wstring_view(L"..").find(found.cFileName) != std::wstring_view::npos)
-            continue;
-        const bool isDirectory = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
-                   isReparsePoint = (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-        entries.push_back(
-            {found.cFileName, isDirectory && (!isReparsePoint || hasOwnEntries(path + L'\\' + found.cFileName)),
-                !isDirectory && !isReparsePoint});
-    } while (FindNextFileW(search, &found));
-    FindClose(search);
+    const UniqueFile directory = openObject(path, FILE_LIST_DIRECTORY);
+    std::vector<BYTE> buffer(65'536);
+    while (directory && GetFileInformationByHandleEx(directory.get(), FileFullDirectoryInfo, buffer.data(), 65'536)) {
+        const BYTE* at = buffer.data();
+        for (DWORD offset = 1; offset != 0; at += offset) {
+            const auto& found = *reinterpret_cast<const FILE_FULL_DIR_INFO*>(at);
+            offset = found.NextEntryOffset;
+            const std::wstring name(found.FileName, found.FileNameLength / sizeof(wchar_t));
+            const bool isDirectory = (found.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
+                       isReparsePoint = (found.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0,
+                       hasOwnEntries = (found.EaSize & directoryBit) != 0 &&
+                                       !IsReparseTagNameSurrogate(found.EaSize); // the tag, of reparse points
+            if (std::wstring_view(L"..").find(name) == std::wstring_view::npos)
+                entries.push_back(
+                    {name, isDirectory && (!isReparsePoint || hasOwnEntries), !isDirectory && !isReparsePoint});
+        }
+    }
     return entries;
 }
 
