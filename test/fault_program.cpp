@@ -43,6 +43,7 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
         }},
     {L"system", [] { GetSystemTime(reinterpret_cast<SYSTEMTIME*>(badAddress)); }},
     {L"division", [] { zero = 1 / zero; }}, {L"instruction", [] { __asm__ volatile("ud2"); }},
+    {L"dll", [] { zero = LoadLibraryW(L"mendkit_beside.dll") ? *badAddress : 0; }}, // a fault if it is found
     {L"stack", [] { zero = overflowStack(0); }},
     {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
     {L"twice",

@@ -24,6 +24,7 @@
 
 #include <functional>
 #include <memory>
+#include <set>
 
 namespace {
 
@@ -91,6 +92,30 @@ FARPROC WINAPI findFailingDump(HMODULE, const char*)
     return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(failToDump));
 }
 
+/// Remembers the names and tags of all spans.
+class RecordingTracer : public ITracer
+{
+public:
+    RecordingTracer() { setTracer(this); }
+    ~RecordingTracer() override { setTracer(nullptr); }
+    std::unique_ptr<ISpan> start(const RaiseSite& site) override
+    {
+        seen.insert(site.function);
+        return std::make_unique<RecordingSpan>(seen);
+    }
+
+    std::set<std::string> seen;
+
+private:
+    struct RecordingSpan : ISpan
+    {
+        explicit RecordingSpan(std::set<std::string>& seen_) : seen(seen_) {}
+        void fail(const std::string&) override {}
+        void tag(const std::string& key, const std::string& value) override { seen.insert(key + "=" + value); }
+        std::set<std::string>& seen;
+    };
+};
+
 class FixedTexts : public RegistrySandbox
 {
 protected:
@@ -148,6 +173,22 @@ TEST_F(FixedTexts, OfUtilities)
     writeToUtilExecLog(true, L"u", L"", 0);
     EXPECT_TRUE(fits(lastRecord(), L"~\n   at (writeToUtilExecLog line #) Unabale to call writeToUtilExecLog()"s))
         << testing::PrintToString(lastRecord());
+}
+
+TEST_F(FixedTexts, OfSpansOfUtilities)
+{
+    vserializer::writer answer;
+    answer.text(root.path());
+    ScriptedPipe service({{serviceReply(answer.message())}});
+    setConfig(L"zrmpipe", service.name());
+    const std::wstring utility = root.path() + L"\\admin\\bin\\u";
+    CopyFileW(builtProgram(L"devpanel\\devutility.exe").c_str(), (utility + L".exe").c_str(), TRUE);
+    std::ofstream((utility + L".script").c_str()) << "exit 0";
+    const RecordingTracer tracer;
+    EXPECT_EQ(L"nothing thrown", failureOf([] { execKelvoUtil(L"u", L"x", nullptr, true, nullptr, false); }));
+    for (const std::string& text : {"Executre command"s, "Start command"s,
+             "if_error=Unabale to start command: " + toNarrow(utility, ansiCodePage) + ".exe x"})
+        EXPECT_TRUE(tracer.seen.contains(text)) << text << "\nseen: " << testing::PrintToString(tracer.seen);
 }
 
 TEST_F(FixedTexts, OfTheManagementService)

@@ -323,9 +323,17 @@ TEST_F(Program, DumpsAndReportsEveryFault)
     }
 }
 
+TEST_F(Program, LoadsNoDllFromItsOwnDirectory)
+{
+    const std::wstring copy = builtProgram(L"test\\mendkit_beside.dll");
+    ASSERT_TRUE(CopyFileW(L"C:\\windows\\system32\\shlwapi.dll", copy.c_str(), FALSE)) << GetLastError();
+    EXPECT_EQ(0u, runChild(builtProgram(L"test\\fault_program.exe"), L"dll").exitCode);
+    DeleteFileW(copy.c_str());
+}
+
 TEST_F(Program, PrunesOldDumpsAndProtectsTheNewOne)
 {
-    const std::wstring dumps = root.path() + L"\\admin\\logs\\", other = dumps + L"fault_program.dmp.zip";
+    const std::wstring dumps = root.path() + L"\\admin\\logs\\", other = dumps + L"fault_program.dmpold";
     setConfig(L"CrashDumpsLocation", dumps);
     setConfig(L"CrashDumpsMaxCount", 1);
     std::ofstream(other.c_str()) << "x";
@@ -356,5 +364,5 @@ TEST_F(Program, PrunesOldDumpsAndProtectsTheNewOne)
         const UniqueLocalMemory memory(text);
         EXPECT_EQ(std::wstring::npos, std::wstring(text).find(L"WD)")) << text;
     }
-    EXPECT_EQ("x", readFile(other)) << "a file that is no dump was removed";
+    EXPECT_EQ("x", readFile(other)) << "no dump, though its short name ends in .dmp";
 }
