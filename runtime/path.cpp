@@ -34,6 +34,14 @@ std::wstring path::normalise(std::wstring path)
     std::replace(path.begin(), path.end(), L'/', L'\\');
     if (path.empty())
         return path;
+    constexpr std::wstring_view device = L"\\\\.\\", literal = L"\\\\?\\";
+    if (path.starts_with(device) && isAbsolute(std::wstring_view(path).substr(device.size())))
+        path.replace(0, device.size(), literal);
+    // A ".." behind a doubled separator would remove the empty name between the two.
+    const std::size_t prefix = path.starts_with(literal) ? literal.size() : path.starts_with(L"\\\\") ? 2 : 0;
+    const auto isDoubled = [](wchar_t left, wchar_t right) { return left == L'\\' && right == L'\\'; };
+    const auto start = path.begin() + static_cast<std::ptrdiff_t>(prefix);
+    path.erase(std::unique(start, path.end(), isDoubled), path.end());
     wchar_t* canonical = nullptr;
     const HRESULT result = late::PathAllocCanonicalize(path.c_str(), PATHCCH_ALLOW_LONG_PATHS, &canonical);
     const UniqueLocalMemory owner(canonical);

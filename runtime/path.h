@@ -13,7 +13,7 @@ std::wstring combine(const std::wstring& directory, const std::wstring& name);
 /// Joins a directory and a name with one separator. The name stays unchanged, also with dots and blanks at its end.
 std::wstring append(const std::wstring& directory, std::wstring_view name);
 
-/// The path with backslashes for slashes and without "." and ".." segments; an empty path stays empty.
+/// The path with single backslashes for slashes and without "." and ".." segments; an empty path stays empty.
 /// @throws vosexception "PathAllocCanonicalize '<path>'"
 std::wstring normalise(std::wstring path);
 

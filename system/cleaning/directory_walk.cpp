@@ -73,8 +73,8 @@ DWORD follow(
     std::wstring target;
     if (const DWORD code = source.targetOf(link, target))
         return code;
-    if (!path::isAbsolute(target))
-        target.insert(0, path, 0, start);
+    if (!path::isAbsolute(target)) // a rooted target begins at the volume's root, another one in the link's directory
+        target.insert(0, path, 0, target.starts_with(L'\\') ? rootLength(path) : start);
     target.append(L"\\").append(path, end);
     path = literal(path::normalise(target));
     return ERROR_SUCCESS;
@@ -110,11 +110,12 @@ DWORD walk(IDirectorySource& source, std::wstring& path, DirectoryAt& opened)
         DirectoryAt step{OpenObject(source), {}};
         ObjectKind kind{};
         const std::wstring name = path.substr(start, end - start);
-        if (const DWORD code = openStep(source, directory, name, next == std::wstring::npos, step, kind))
-            return code;
+        const bool isLast = next == std::wstring::npos;
+        if (const DWORD code = openStep(source, directory, name, isLast, step, kind))
+            return code == ERROR_INVALID_NAME ? DWORD{ERROR_PATH_NOT_FOUND} : code; // no object can have that name
         switch (kind) {
         case ObjectKind::file:
-            return ERROR_DIRECTORY;
+            return isLast ? ERROR_DIRECTORY : ERROR_PATH_NOT_FOUND;
         case ObjectKind::link: {
             const DWORD code = follow(source, step.object.get(), path, start, end);
             return code == ERROR_SUCCESS ? linkFollowed : code;

@@ -2,6 +2,7 @@
 
 #include "runtime/handle/handles.h"
 #include "runtime/module.h"
+#include "runtime/path.h"
 #include "runtime/text/letter_case.h"
 
 #include <algorithm>
@@ -20,7 +21,7 @@ DWORD finalLocation(HANDLE directory, std::wstring& location)
         GetFinalPathNameByHandleW(directory, buffer, std::size(buffer), FILE_NAME_NORMALIZED | VOLUME_NAME_NT);
     if (length == 0 || length >= std::size(buffer))
         return length == 0 ? GetLastError() : DWORD{ERROR_FILENAME_EXCED_RANGE};
-    location = upperCase(std::wstring(buffer, length)) + L'\\';
+    location = path::append(upperCase(std::wstring(buffer, length)), L""); // with a separator at its end
     return ERROR_SUCCESS;
 }
 
@@ -31,7 +32,7 @@ DWORD findNeeded(std::vector<std::wstring>& locations)
     GetSystemDirectoryW(system, MAX_PATH);
     const std::wstring program = moduleFileName();
     std::vector<std::wstring> found;
-    for (const std::wstring& path : {std::wstring(system), program.substr(0, program.rfind(L'\\'))}) {
+    for (const std::wstring& path : {std::wstring(system), program.substr(0, program.rfind(L'\\') + 1)}) {
         const UniqueFile directory(
             CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                 OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));

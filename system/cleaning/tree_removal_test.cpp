@@ -77,25 +77,3 @@ TEST(TreeRemoval, NeverLeavesItsDirectoryWhateverHappensBetweenItsSteps)
     }
     EXPECT_GT(steps, 40);
 }
-
-TEST(CleanedDirectory, IsReachedOverLinksOfTheMachineAlone)
-{
-    ScriptedSource source;
-    Node* const moved = source.add(source.add(source.volume, L"other"), L"moved");
-    Node* const panel = source.add(source.volume, L"panel");
-    source.link(panel, L"trusted", moved, L"\\\\?\\X:\\other\\moved")->isTrusted = true;
-    source.link(panel, L"relative", moved, L"..\\other\\moved")->isTrusted = true;
-    source.link(panel, L"foreign", moved, L"\\\\?\\X:\\other\\moved");
-    source.link(panel, L"chain", moved, L"\\\\?\\X:\\panel\\foreign")->isTrusted = true;
-    source.link(panel, L"loop", moved, L"\\\\?\\X:\\panel\\loop")->isTrusted = true;
-    source.add(panel, L"file", ObjectKind::file);
-    for (const auto& [path, code] : std::initializer_list<std::pair<const wchar_t*, DWORD>>{{L"X:\\other\\moved", 0},
-             {L"X:\\panel\\trusted", 0}, {L"X:\\panel\\relative\\", 0}, {L"X:\\panel\\foreign", untrustedLink},
-             {L"X:\\panel\\foreign\\below", untrustedLink}, {L"X:\\panel\\chain", untrustedLink},
-             {L"X:\\panel\\loop", ERROR_CANT_RESOLVE_FILENAME}, {L"X:\\panel\\file", ERROR_DIRECTORY},
-             {L"X:\\panel\\none", ERROR_FILE_NOT_FOUND}, {L"X:", ERROR_BAD_PATHNAME}}) {
-        DirectoryAt opened{OpenObject(source), {}};
-        EXPECT_EQ(code, openCleanedDirectory(source, path, opened)) << testing::PrintToString(std::wstring(path));
-        EXPECT_EQ(code == 0 ? L"\\vol\\other\\moved" : L"", opened.location);
-    }
-}
