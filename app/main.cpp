@@ -23,7 +23,7 @@ int wmain(int argc, wchar_t** argv)
     SetErrorMode(SetErrorMode(0) | SEM_NOGPFAULTERRORBOX);
     try {
         LogManager::resetSettings();
-    } catch (...) { // no memory for the settings: the command runs, and exit code 1 reports a lost answer
+    } catch (...) { // no memory: the command runs; if its answer is lost, the exit code is 1
     }
     theApplication = &manager;
     const int result = manager.run(argc, argv);

@@ -65,7 +65,8 @@ constexpr Command commands[] = {
     {L"--reboot",
         [](const Call& call) {
             call.params.check(L"--timeout\0"sv, {});
-            // Text that is no number gives 0, a number that is too large INT_MAX, -1 UINT32_MAX.
+            // _wtoi returns 0 for a text that is not a number, and INT_MAX for a number beyond it. -1 becomes
+            // UINT32_MAX.
             const int seconds = _wtoi(call.params.get(L"--timeout").c_str());
             answer(call.adapter.reboot(static_cast<std::uint32_t>(seconds)));
         }},

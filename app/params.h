@@ -23,7 +23,8 @@ class Params
 public:
     explicit Params(const ParameterMap& parameters) noexcept : parameters_(parameters) {}
 
-    /// Checks that all required names are present, then that every other name is optional or internal.
+    /// Checks that all required names are present, then that every other name is optional or
+    /// "--internal-package-name".
     /// @throws vexception "Missing required parameter ..." or "Unexpected parameter ..."
     void check(NameList required, NameList optional) const;
 

@@ -19,9 +19,9 @@ LSTATUS lookup(const std::wstring& name, std::wstring& text);
 /// @return empty when it cannot be opened; readers then use the defaults of missing values
 UniqueRegistryKey openKey() noexcept;
 
-/// PRODUCT_ROOT_D, the panel's installation directory. It has two sources, which must agree: this registry value,
-/// which logs, dumps and reports use because it is readable without the management service, and the service's own
-/// answer (KelvoSrvClient), which decides what is run and cleaned.
+/// PRODUCT_ROOT_D, the panel's installation directory, from the registry. Logs, dumps and reports use it, because
+/// they must work without the management service. What the program runs and cleans depends on the service's reply
+/// (KelvoSrvClient) instead. Both must name the same directory.
 /// @throws vosexception when the value is missing; vexception when it has the wrong type
 std::wstring installationDirectory();
 

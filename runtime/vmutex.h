@@ -12,7 +12,7 @@ public:
     /// @throws vosexception "CreateMutex '<name>'"
     explicit VMutex(const std::wstring& name);
 
-    /// Acquires the mutex, also one that a dead owner abandoned. Waits without a time-out.
+    /// Acquires the mutex, also when its owner ended without releasing it. Waits without a time-out.
     /// @throws vosexception "Lock object"
     void lock();
     void unlock() noexcept;

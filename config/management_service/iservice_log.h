@@ -4,8 +4,8 @@
 
 #include <string>
 
-/// Receives the log records of the management service's client, which may not include the log manager of a higher
-/// floor.
+/// Receives the log records of the management service's client. The log manager lies in a higher layer, which the
+/// client may not include.
 class IServiceLog
 {
 public:

@@ -22,11 +22,11 @@ public:
     /// @param timeoutMilliseconds  the longest wait for one pipe operation
     client(std::wstring pipeId, std::wstring configKey, IServiceLog& log, DWORD timeoutMilliseconds);
 
-    /// Sends an operation with its encoded arguments. After a disturbed connection it connects again and repeats the
-    /// query.
+    /// Sends an operation with its encoded arguments. Connects again and repeats the query after failures that are
+    /// not named below.
     /// @return the bytes of the reply
-    /// @throws vexception when the connection fails, the service closes the pipe, an operation times out, or the
-    /// reply is too long
+    /// @throws vexception when connecting fails, the service closes the pipe, an operation times out, or the reply is
+    /// too long; std::bad_alloc; cwrpexception
     std::string query(const Operation& operation, std::string_view arguments);
 
 private:

@@ -6,15 +6,16 @@
 
 namespace Con {
 
-/// The connecting end.
+/// The client end of a named pipe.
 class ClientOverlappedPipe : public OverlappedPipe
 {
 public:
     using OverlappedPipe::OverlappedPipe;
 
-    /// Connects. A busy pipe is waited for and tried again, `tries` times at most. The server may identify
-    /// the caller but not act as it; a server that is not one of the machine's (pipe_trust.h) counts as none.
-    /// @throws vosexception "Unable to connect to pipe <name>", "Unable to set mode of pipe <name>"
+    /// Connects to the pipe. While all instances are busy, makes at most `tries` attempts and waits up to a second
+    /// between them. The server can identify the caller but not impersonate it.
+    /// @throws vosexception "Unable to connect to pipe <name>", with ERROR_ACCESS_DENIED also when the server is not
+    /// trusted (pipe_trust.h); "Unable to set mode of pipe <name>"; "CreateEvent"
     void create(const std::wstring& name, DWORD tries);
 };
 

@@ -53,7 +53,7 @@ DWORD OverlappedPipe::cancel() noexcept
 {
     DWORD bytes = 0;
     if (pending_) {
-        // The buffer is the system's until the operation has ended, cancelled or not.
+        // The system may use the buffer until the operation has ended, also after CancelIoEx.
         CancelIoEx(handle_.get(), &overlapped_);
         if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) && GetLastError() != ERROR_MORE_DATA)
             bytes = 0;
@@ -96,7 +96,7 @@ std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
     const RaiseSite site("Con::OverlappedPipe::complete");
     const DWORD state = hasEnded() ? WAIT_OBJECT_0 : WaitForSingleObject(event_.get(), timeoutMilliseconds);
     if (state == WAIT_TIMEOUT) {
-        if (const DWORD bytes = cancel()) // it ended just before it could be cancelled
+        if (const DWORD bytes = cancel()) // it ended before the cancellation
             return bytes;
         throw PipeTimeout(site);
     }
@@ -107,11 +107,11 @@ std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
     }
     pending_ = false;
     DWORD bytes = 0;
-    // Waits for nothing: it has ended. But the event may be set a moment before the record says so.
+    // The operation has ended. bWait is TRUE because the event may be set before the record shows the end.
     if (GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE))
         return bytes;
     const DWORD code = GetLastError();
-    if (code == ERROR_MORE_DATA) // the rest of a message, for the next read
+    if (code == ERROR_MORE_DATA) // the next read returns the rest of the message
         return bytes;
     if (isPipeFinished(code))
         return 0;

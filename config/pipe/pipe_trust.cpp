@@ -36,10 +36,11 @@ bool isTrusted(HANDLE pipe)
         return identity::isSystemOrAdministrators(sid) || sid == self;
     };
     const identity::Sid owner = ownerOf(pipe);
-    // The owner is that of the pipe's first instance; who may create instances may also serve one more. So the
-    // process at the other end counts as well.
+    // The owner is that of the pipe's first instance. Another account may have the right to create instances, and one
+    // of its instances may be the connected one. So the server's process is checked too.
     const UniqueHandle token = serverToken(pipe);
-    // To an administrator a service's process is open; other callers can harm only themselves.
+    // Administrators can query the process of a service. Other callers often cannot; a false server can misuse only
+    // their own rights.
     if (!token)
         return owner && isTrustedUser(owner) && !identity::isAdministrator(caller.get());
     const identity::Sid user = identity::userOf(token.get());
@@ -53,7 +54,7 @@ bool isPipeServerTrusted(HANDLE pipe) noexcept
 {
     try {
         return isTrusted(pipe);
-    } catch (...) { // what cannot be told is not trusted
+    } catch (...) { // the facts are unknown: not trusted
         return false;
     }
 }

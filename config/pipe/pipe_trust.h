@@ -2,9 +2,11 @@
 
 #include <windows.h>
 
-/// Whether the server of a connected pipe may tell an administrator where programs lie: the user of the server's
-/// process is SYSTEM, an administrator or the caller itself, and the pipe's owner, where the system says who that
-/// is, is that user, SYSTEM, the group of administrators or the caller itself. Where the process cannot be asked,
-/// a caller who is an administrator trusts nobody; for any other caller the owner decides. Any local user can
-/// create a pipe of a known name before its service does. Never throws.
+/// Whether the server of a connected pipe is trusted. The server names the directories of the programs that the
+/// caller runs, and any local user can create a pipe of a known name before its service does.
+///
+/// The server's process must run as SYSTEM, as an administrator or as the caller's user. The pipe's owner, if the
+/// system reports one, must be the user of that process, SYSTEM, Administrators or the caller's user.
+/// If the process cannot be queried, a caller who is an administrator does not trust the server. Other callers trust
+/// it if the owner is SYSTEM, Administrators or their own user.
 bool isPipeServerTrusted(HANDLE pipe) noexcept;

@@ -6,21 +6,22 @@
 
 namespace Con {
 
-/// The serving end, of one instance; the pipe is of the type "byte".
+/// The server end of a byte-type pipe with one instance.
 class ServerOverlappedPipe : public OverlappedPipe
 {
 public:
     using OverlappedPipe::OverlappedPipe;
 
-    /// Creates the pipe; fails when one of that name exists.
+    /// Creates the pipe. Fails if a pipe of that name exists. Only SYSTEM, Administrators and the caller's user have
+    /// access. Remote clients are rejected.
     /// @param access  PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND or PIPE_ACCESS_DUPLEX
-    /// @throws vosexception "Unable to create pipe <name>"
+    /// @throws vosexception "Unable to create pipe <name>", "CreateEvent"
     void create(const std::wstring& name, DWORD access);
 
-    /// Waits for a client. @return false when none came in time
+    /// Waits for a client. @return whether a client connected in time; it may have disconnected again
     /// @throws vosexception "Unable to wait while pipe has been connected"
     bool connect(DWORD timeoutMilliseconds);
-    /// Lets the client go; the pipe can be connected again.
+    /// Disconnects the client. connect() can then wait for another one.
     void disconnect() noexcept;
 };
 

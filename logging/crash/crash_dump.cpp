@@ -20,8 +20,8 @@ void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointe
     CrashDumpFile file(fileName);
     const UniqueFile target = file.duplicate();
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exceptionPointers, TRUE};
-    // Loads the dump library now: loading it at the start would take a tenth of a run's time. A fault inside the
-    // loader is no obstacle: this thread then holds the loader lock, which is recursive.
+    // Loads the dump library now, because loading it at the start would take a tenth of a run's time. This works
+    // after a fault inside the loader too: this thread then holds the loader lock, which is recursive.
     if (!late::MiniDumpWriteDump(
             GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
         const DWORD code = dumpError(GetLastError());

@@ -27,7 +27,7 @@ std::atomic_flag dumping;
 CrashDumpInfo::CrashDumpInfo() noexcept
 {
     current = this;
-    // Failures are not reported before the entry point. The settings read so far stand.
+    // This runs before the entry point, where failures cannot be reported. Settings that were read keep their values.
     try {
         readSettings();
     } catch (...) {

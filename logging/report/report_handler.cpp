@@ -29,7 +29,7 @@ void LogHandler::log(LogLevel level, const std::wstring& message)
     if (!isSevere(level) || busy_)
         return;
     busy_ = true;
-    const structured_exception::TranslatorScope translator; // records are also logged outside of operations
+    const structured_exception::TranslatorScope translator; // an operation sets one, but this may run outside
     try {
         if (systemHelper_->isFeedbackEnabled(level, message))
             send(message);
@@ -44,7 +44,8 @@ void LogHandler::send(const std::wstring& message)
     if (hits == 0 || message.empty())
         return;
     const std::wstring utility = path::combine(systemHelper_->getProductRoot(), L"admin\\bin\\send-error-report.exe");
-    // Before the report, whose building takes a hundred times longer: fails at once when there is no utility.
+    // First, because this fails at once when the utility is missing. Building the report takes a hundred times
+    // longer.
     const auto process = systemHelper_->createProcess(quoteArgument(utility) + L" " + reportSource());
     const std::string report = buildReport(message, hits);
     process->start();

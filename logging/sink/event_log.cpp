@@ -35,7 +35,7 @@ HANDLE registerSource(const std::wstring& sourceName)
     registry::set(source.get(), L"EventMessageFile",
         path::combine(config::installationDirectory(), L"admin\\bin64\\eventmsg.dll"));
     const HANDLE eventSource = RegisterEventSourceW(nullptr, sourceName.c_str());
-    if (!eventSource) // the raise site's name and line are fixed like the keys
+    if (!eventSource) // name and line of this raise site are also part of that interface; do not correct
         throwLastError({L"RegisterEventSource"}, {"LogManager::getEventLog", 415});
     return eventSource;
 }

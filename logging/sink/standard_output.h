@@ -2,10 +2,10 @@
 
 #include <string>
 
-/// Writes text to standard output through the C runtime (text mode: "\n" leaves as CR LF), whole and at once: it
-/// stands before whatever is written next, and nothing stays in a buffer that a crash would lose.
-/// @return false when not all of it could be written; a process without a standard output has nobody to miss it
+/// Writes text to standard output through the C runtime and flushes it. The stream is in text mode: "\n" becomes CR
+/// LF.
+/// @return false when the text was not written completely; true when the process has no standard output
 bool writeStandardOutput(const std::string& text) noexcept;
 
-/// The same for wide text, which the stream translates.
+/// The same for wide text. The C runtime converts it with the current locale.
 bool writeStandardOutput(const std::wstring& text) noexcept;

@@ -10,7 +10,7 @@ struct RaiseSite
     const char* function;
     std::uint_least32_t line;
 
-    // Implicit: a throw reads {"Params::check"}, with the line of the throw.
+    // Implicit, so that a throw expression can pass {"Params::check"}. The line is that of the throw.
     RaiseSite(const char* function_, std::source_location where = std::source_location::current()) noexcept
         : function(function_), line(where.line())
     {

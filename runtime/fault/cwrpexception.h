@@ -8,11 +8,12 @@
 class cwrpexception
 {
 public:
-    /// For the throw expressions of translators only. While the object lives, the exception may pass frames in which
-    /// the compiler saw no possible throw.
+    /// Use only in the throw expression of a translator. Until the object is destroyed, the unwinding of this
+    /// exception can pass frames in which the compiler saw no possible throw. Another exception would end the process
+    /// there.
     /// @param faultAddress  the instruction that faulted
     cwrpexception(DWORD code, const void* faultAddress) noexcept;
-    /// A throw expression needs it. The copy may not pass such frames.
+    /// Required by the throw expression. A copy that is thrown cannot pass such frames.
     cwrpexception(const cwrpexception& other) noexcept : code_(other.code_) {}
     cwrpexception& operator=(const cwrpexception&) = delete;
     ~cwrpexception();

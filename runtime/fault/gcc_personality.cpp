@@ -1,7 +1,7 @@
 // Calls the thread's translator for a fault, as Microsoft's frame handler does. The linker (--wrap) replaces GCC's
 // personality routine with the one below. The system calls it for every frame while it searches for a handler.
-// A fault is translated at the first frame that can catch it. A fault that system code handles itself has found its
-// handler before, and is not translated.
+// A fault is translated at the first frame that can catch it. A fault inside a system function that handles it itself
+// is not translated: the search ends at that function's frame and does not reach the program's frames.
 
 #include "runtime/fault/cwrpexception.h"
 #include "runtime/fault/fault_in_flight.h"

@@ -1,5 +1,5 @@
 #pragma once
 
-/// From now on operator new, too, takes small blocks from the reserve when the system has no memory. The reserve
-/// lasts for logging one failure: call this only before the process ends.
+/// Lets operator new take small blocks from the memory reserve when the system has no memory. The reserve is enough
+/// to log one failure and is never refilled. Call only when the process is about to end.
 void openMemoryReserve() noexcept;

@@ -35,7 +35,7 @@ void* LateAddress::get()
         return address;
     const DWORD code = GetLastError();
     const std::wstring library = L"'" + std::wstring(library_.name()) + L"'";
-    // Plain vosexception: a VFileNotFoundException would report the object of the call as missing, not the DLL.
+    // Not throwOsError: its VFileNotFoundException means that the file of the call is missing. Here the DLL is.
     if (!library_.isLoaded())
         throw vosexception(code, L"LoadLibrary " + library, {name_});
     const std::wstring name(name_, name_ + strlen(name_));

@@ -55,8 +55,8 @@ public:
     /// @throws vosexception as LateAddress::get
     Result operator()(Arguments... arguments) { return typed(get())(arguments...); }
 
-    /// For destructors: does nothing when the function cannot be bound. Its object is then released when the process
-    /// ends.
+    /// For destructors: does nothing when the function cannot be bound. The object that it should release then lives
+    /// until the process ends.
     void tryCall(Arguments... arguments) noexcept
     {
         if (void* const address = find())

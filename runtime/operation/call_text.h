@@ -15,7 +15,8 @@ inline auto callText(const wchar_t* text)
 
 /// A description with an argument, which is masked, and numbers.
 /// @param format    printf-style: %s for the argument, then the conversions of the numbers
-/// @param argument  held by reference: it must outlive the description, and its value at that time is used
+/// @param argument  held by reference: it must outlive the returned function. Its value when that function is called
+///                  is used
 template <typename... Numbers>
 auto callText(const wchar_t* format, const std::wstring& argument, Numbers... numbers)
 {

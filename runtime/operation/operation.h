@@ -20,13 +20,14 @@ std::wstring describeFailure(Span& span, const Describe& describe) noexcept
         span.fail(description);
         return description;
     } catch (...) {
-        return {}; // the failure of the call itself must get through
+        return {}; // the failure of the call must not be replaced
     }
 }
 
 } // namespace detail
 
-/// The names and lines of an operation in the trail of a failure and on its span. They differ only in fixed lines.
+/// The name and line of an operation: `site` in the trail of a failure, `spanSite` on its span. They are equal,
+/// except where the interface with the panel's log readers fixes two lines.
 struct Boundary
 {
     RaiseSite site;
@@ -61,8 +62,8 @@ auto operation(const Boundary& boundary, const Describe& describe, Work&& work)
     }
 }
 
-/// The frame of an operation that changes the system. After success it also tags an active span with the description:
-/// a trace viewer shows it when the run is judged failed.
+/// The frame of an operation that changes the system. After success it also tags an active span with the description,
+/// for trace viewers that mark the run as failed.
 template <typename Describe, typename Work>
 void changingOperation(const Boundary& boundary, const Describe& describe, Work&& work)
 {

@@ -20,7 +20,7 @@ class ITracer
 {
 public:
     virtual ~ITracer() = default;
-    /// Starts a span, which its destructor closes. @return null when this work is not traced
+    /// Starts a span. The destructor of the returned object ends it. @return null when this work is not traced
     virtual std::unique_ptr<ISpan> start(const RaiseSite& site) = 0;
 };
 

@@ -9,8 +9,8 @@
 inline constexpr unsigned ansiCodePage = 0;
 inline constexpr unsigned utf8CodePage = 65001;
 
-/// Converts wide text to the code page; zero characters may be inside. A character missing in the code page becomes
-/// its default character; in UTF-8 an unpaired surrogate becomes U+FFFD.
+/// Converts wide text to the code page. The text may contain zero characters. A character that the code page lacks
+/// becomes its default character. In UTF-8 an unpaired surrogate becomes U+FFFD.
 /// @throws vosexception when the code page is unknown or the text longer than INT_MAX units
 std::string toNarrow(std::wstring_view text, unsigned codePage);
 

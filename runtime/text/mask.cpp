@@ -14,8 +14,8 @@ std::size_t findSecret(std::wstring_view name)
     return std::min(name.find(L"password"), name.find(L"pwd"));
 }
 
-/// Whether all parsers agree on the token's end. They differ on whether two adjacent quotes end a quoted part, unless
-/// these are an empty argument or an empty value at the token's end.
+/// Whether all command-line parsers find the same end of the token. Some parsers end a quoted part at two adjacent
+/// quotes, some continue it. They agree if the pair is the whole argument or the whole value at the token's end.
 bool hasClearEnd(std::wstring_view token)
 {
     const std::size_t quotes = token.find(L"\"\"");
@@ -27,7 +27,7 @@ bool hasClearEnd(std::wstring_view token)
 bool appendMasked(std::wstring& masked, std::wstring_view token)
 {
     const std::size_t equals = token.find(L'=');
-    // Parsers remove quotes inside a name too. The second quote of a pair may be in the value.
+    // Parsers remove quotes from names. A pair of quotes may begin in the name and end in the value.
     std::wstring name(token.substr(0, equals));
     std::erase(name, L'"');
     if (equals == std::wstring_view::npos || findSecret(name) == std::wstring::npos) {
@@ -40,8 +40,8 @@ bool appendMasked(std::wstring& masked, std::wstring_view token)
     return true;
 }
 
-/// Appends one argument. It may itself be a command line: a secret in one of its pieces is masked up to the
-/// argument's end, as the end of the value is unknown.
+/// Appends one argument, masked. The argument may itself be a command line. A secret in one of its pieces is masked
+/// up to the end of the argument, because the end of the value is unknown.
 void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
 {
     const std::size_t length = masked.size();
@@ -62,7 +62,8 @@ void appendMaskedArgument(std::wstring& masked, std::wstring_view argument)
     }
 }
 
-/// Appends the rest of a line whose arguments have no clear ends: everything after a secret's name may be its value.
+/// Appends the rest of a line whose arguments have no clear ends, masked. Everything after the name of a secret may
+/// be its value.
 void appendMaskedRest(std::wstring& masked, std::wstring_view rest)
 {
     std::wstring plain(rest);
