@@ -33,7 +33,8 @@ bool setAttributes(HANDLE object, DWORD attributes) noexcept
     return SetFileInformationByHandle(object, FileBasicInfo, &info, sizeof info) != FALSE;
 }
 
-/// Tries the newest disposition first. Support differs between file systems, so the version of Windows tells nothing.
+/// Tries the newest disposition first. Support differs between file systems, so the version of Windows does not
+/// decide.
 DWORD dispose(HANDLE object, DWORD flags) noexcept
 {
     constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS;

@@ -70,8 +70,8 @@ DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Op
     InitializeObjectAttributes(
         &attributes, &text, dontReparse | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
 
-    // Ask for few rights: the right to remove entries of a directory grants these, even when the entry's own access
-    // list denies everything.
+    // Rights on the directory grant FILE_READ_ATTRIBUTES and DELETE for its entries, even when an entry's own access
+    // list denies everything. Further rights are requested only when needed.
     ACCESS_MASK access = FILE_READ_ATTRIBUTES;
     access |= opening.security ? READ_CONTROL : 0;
     access |= opening.remove ? DELETE : 0;
