@@ -1,5 +1,5 @@
-// Makes the same calls to the service control manager and prints the same text, without anything else: the reference
-// for mendkit --get-service-status.
+// Makes only the calls of mendkit --get-service-status to the service control manager, and prints the same text: the
+// reference for this command.
 
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// Starts the three utilities one after the other, reads their output and prints a text of the same length, without
-// anything else: the reference for mendkit --get-system-resources.
+// Starts the three utilities of mendkit --get-system-resources one after the other, reads their output and prints a
+// text as long as the command's: the reference for this command.
 
 #include <windows.h>
 

@@ -121,7 +121,7 @@ void benchUtilities(const std::wstring& build)
     mendkit(), three();
     print("--get-system-resources", "bare program, three utilities", Comparison::of(40, mendkit, three), 1.05);
 
-    // Measured last: the client in this process keeps the stand-in's only connection from now on.
+    // Measured last: from here on the client in this process occupies the stand-in's only connection.
     std::FILE* const script = _wfopen((bin + L"websrvmng.script").c_str(), L"w");
     std::fputs("bytes 67108864\n", script);
     std::fclose(script);
@@ -199,7 +199,7 @@ int wmain(int argc, wchar_t** argv)
         benchLogLine();
     if (wanted(L"cleaning"))
         benchCleaning(build);
-    if (wanted(L"utilities")) // last: keeps the stand-in's only connection
+    if (wanted(L"utilities")) // last: occupies the stand-in's only connection
         benchUtilities(build);
     return 0;
 }

@@ -13,11 +13,11 @@ require("HIGH_ENTROPY_VA" "high-entropy ASLR")
 require("DYNAMIC_BASE" "ASLR")
 require("NX_COMPAT" "NX")
 require("Magic[ \t]+020b" "the 64-bit image format")
-# Without a relocation table the loader cannot move the image, even with the flags of ASLR.
+# Without a relocation table the loader cannot move the image, although the ASLR flags are set.
 require("Entry 5 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Base Relocation" "the relocation table")
 
-# No delay-loaded DLLs: some linkers keep their addresses in read-only memory, so that the first call faults. Not every
-# linker fills in the directory entry, but each links the helper function.
+# No delay-loaded DLLs: some linkers put their address table into read-only memory, and the first call faults. Some
+# linkers leave the directory entry empty, but all of them link the helper function.
 if(NOT headers MATCHES "Entry d 0+ 0+ Delay Import Directory" OR symbols MATCHES "__delayLoadHelper2")
   message(FATAL_ERROR "${IMAGE} has delay-loaded DLLs: declare their functions in runtime/late/late_imports.h")
 endif()
@@ -25,8 +25,8 @@ endif()
 # The product's libraries find the program's log settings through this export.
 require("m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22" "the exported context")
 
-# Every process loads these DLLs, or they are on the loader's list of system DLLs, so that a DLL planted beside the
-# program is not loaded. Each further DLL slows the start. The DLLs of runtime/late/late_imports.h are not imported: the
+# A DLL planted beside the program cannot replace these: every process loads them already, or they are on the loader's
+# list of known DLLs. Each further DLL slows the start. The DLLs of runtime/late/late_imports.h are not imported: the
 # program loads them from the system directory only.
 set(expected ADVAPI32.dll KERNEL32.dll msvcrt.dll ntdll.dll)
 string(REGEX MATCHALL "DLL Name: [^\n\r]+" names "${headers}")

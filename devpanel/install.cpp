@@ -18,7 +18,7 @@ void makeDirectory(const std::wstring& path)
 
 void copyTo(const std::wstring& source, const std::wstring& target)
 {
-    DeleteFileW(target.c_str()); // it may be a hard link to a file of another Wine prefix, which must not change
+    DeleteFileW(target.c_str()); // it may be a hard link to a file of another Wine prefix; that file must not change
     if (!CopyFileW(source.c_str(), target.c_str(), FALSE))
         throwOsError(GetLastError(), L"CopyFile '" + target + L"'", {"installPanel"});
 }

@@ -1,7 +1,7 @@
 // Stand-in for the panel's utilities, installed under the name of each. sysinfo prints this machine's figures. The
 // others append their arguments to var\devpanel.log and exit with 0. None restarts or repairs anything.
 //
-// A file <name>.script beside the program replaces all of that. It has one step per line:
+// With a file <name>.script beside the program, the program runs this script instead. It has one step per line:
 //   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | sleep <milliseconds>
 //   | exit <code> | crash
 

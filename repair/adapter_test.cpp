@@ -17,7 +17,7 @@ struct Adapter : testing::Test
     KelvoRepair::Adapter adapter{helper};
 };
 
-/// The answer without its white space.
+/// The answer without line ends and tabs.
 std::wstring flat(std::wstring text)
 {
     std::erase_if(text, [](wchar_t c) { return c == L'\n' || c == L'\t'; });
@@ -26,7 +26,7 @@ std::wstring flat(std::wstring text)
 
 } // namespace
 
-TEST_F(Adapter, QueriesOnlyWhatAServicesStatusNeeds)
+TEST_F(Adapter, QueriesOnlyWhatTheServiceStatusNeeds)
 {
     const struct
     {
@@ -71,7 +71,7 @@ TEST_F(Adapter, ReportsTheFiguresOfThreeUtilityRuns)
     EXPECT_EQ((Calls{L"sysinfo loadavg", L"sysinfo memory", L"sysinfo swap"}), helper->calls);
 }
 
-TEST_F(Adapter, AnswersWithADocumentWhateverUtilitiesPrint)
+TEST_F(Adapter, AnswersWithADocumentForAnyUtilityOutput)
 {
     std::mt19937 random = seeded();
     const int count = rounds(2'000, 200'000);
@@ -135,7 +135,7 @@ TEST_F(Adapter, CleansEachDirectoryOfItsTableOnceInOrder)
     }
 }
 
-TEST_F(Adapter, ContinuesAfterAnEntryThatStaysButNotAfterAnUnreadableDirectory)
+TEST_F(Adapter, ContinuesAfterAFailedRemovalButNotAfterAFailedListing)
 {
     const DWORD directory = FILE_ATTRIBUTE_DIRECTORY;
     const struct

@@ -14,13 +14,13 @@ std::wstring withoutTrailingSeparators(std::wstring path)
     return path;
 }
 
-/// Whether the first directory is the second one or one above it.
+/// Whether the first directory is, or contains, the second one.
 bool holds(const std::wstring& directory, const std::wstring& other)
 {
     return startsWithIgnoringCase(other + L'\\', directory + L'\\');
 }
 
-/// The root of a directory; empty for a path that has none.
+/// The root of the directory's volume; empty for a path without one.
 std::wstring volumeOf(const std::wstring& directory)
 {
     try {
@@ -30,9 +30,9 @@ std::wstring volumeOf(const std::wstring& directory)
     }
 }
 
-/// Whether a directory whose path comes from outside may be emptied, as far as its text tells: this also spares roots
-/// of volumes and the panel's root. Where the directory really lies is asked once it is open
-/// (cleaning::openDirectory): links and other spellings show only there.
+/// Whether the path of a directory allows emptying it. Refuses roots of volumes and directories that contain the
+/// installation directory or the system's directories. Links and other spellings of a path are found later, when the
+/// directory is open (cleaning::openDirectory).
 bool mayBeCleaned(const std::wstring& directory, const std::wstring& root, const std::wstring& windows)
 {
     const std::wstring volume = volumeOf(directory);

@@ -16,13 +16,18 @@ struct IgnoreCase
     }
 };
 
-/// The directories to be emptied, in the order of their paths, each with what of it is removed.
+/// The directories to be emptied, ordered by path. The value says which entries of a directory are removed.
 using CleaningTable = std::map<std::wstring, ListingKind, IgnoreCase>;
 
-/// The panel's temporary directories; that of its dumps unless it is one of them, or no directory that anybody may
-/// want emptied (this is logged as a Warning); and the system's, if it lies on a volume that the panel uses.
-/// @param root, dumps, windows  the directories of the panel, of its temporary dumps, of the system
-/// @throws vexception when the root directory or the system's is no absolute path
+/// The table of
+/// - the panel's temporary directories;
+/// - the directory of temporary dumps, unless its path shows that emptying it does harm (logged as a Warning). A
+///   directory that is already in the table keeps its entry;
+/// - Temp in the Windows directory, if the panel or its dumps use that volume.
+/// @param root     the installation directory
+/// @param dumps    the directory of temporary dumps
+/// @param windows  the Windows directory
+/// @throws vexception when the installation directory or the Windows directory is not an absolute path
 CleaningTable cleaningTable(const std::wstring& root, const std::wstring& dumps, const std::wstring& windows);
 
 } // namespace KelvoRepair

@@ -34,7 +34,7 @@ void Adapter::cleanDirectory(const std::wstring& directory, std::int32_t kind)
                         else
                             helper_->removeFile(inside);
                     });
-                } catch (const vexception& failure) { // what is in use stays; its neighbours need not
+                } catch (const vexception& failure) { // go on: the next entries may be removable
                     LogManager::log(LogLevel::Warning, failure);
                 }
             }

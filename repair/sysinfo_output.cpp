@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The low half of the truncated figure; what does not fit 64 bits, and what is no number, is 0.
+/// The low 32 bits of the truncated percentage; 0 for "nan" and for a figure beyond 64 bits.
 std::uint32_t percent(float load)
 {
     constexpr float limit = 9223372036854775808.0F; // 2 to the 63rd

@@ -4,10 +4,10 @@
 
 #include <string>
 
-// What the panel's "sysinfo" utility prints. Nothing in it is an error: what cannot be read is 0.
+// Parsers for the output of the panel's utility "sysinfo". They never fail: an unreadable figure becomes 0.
 
-/// {"last15min", "last1min", "last5min", "unit"} of three load figures: percent, truncated.
+/// The object {"last15min", "last1min", "last5min", "unit"}, made of three load figures, in percent, truncated.
 Json::Value loadAverages(const std::wstring& output);
 
-/// One member per line "Name: number", its name in lower case; lines without a colon are passed over.
+/// An object with one member per line "Name: number". The name is in lower case. Lines without a colon are skipped.
 Json::Value namedNumbers(const std::wstring& output);

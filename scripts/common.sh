@@ -79,9 +79,9 @@ ensure_jsoncpp() {
     [ "${origin%% *}" = "$release" ] && return 0
     expected=$(known_jsoncpp "$release")
     say "Fetching the source of JsonCpp ${expected%% *} ..."
-    [ -n "$expected" ] || say "Nothing was proved on $release yet: its JsonCpp is taken as the archive's signature vouches for it."
+    [ -n "$expected" ] || say "$release is not tested. Its JsonCpp has no known checksum here; only the archive's signature is checked."
     local work=$root/build/deps/fetch
-    # Some mirrors lack the packaging files, which nothing here needs.
+    # Only the original archive: some mirrors lack the packaging files.
     fetch_source "$work" libjsoncpp --tar-only
     rm -rf "$jsoncpp_source"
     mkdir -p "$jsoncpp_source"
@@ -104,7 +104,7 @@ versions_of() { dpkg-query -W -f '${Package} ${Version}\n' "$@"; }
 
 build() {
     local started=$SECONDS toolchain
-    # Builds anew after an upgrade: objects of two compilers or two versions of a library must not be mixed.
+    # Starts a new build folder after an upgrade: objects of different compilers or library versions must not be linked.
     toolchain=$(versions_of binutils-mingw-w64-x86-64 cmake g++-mingw-w64-x86-64-posix googletest mingw-w64-x86-64-dev && jsoncpp_origin)
     if [ -e "$build_dir/.toolchain" ] && [ "$(cat "$build_dir/.toolchain")" != "$toolchain" ]; then
         rm -rf "$build_dir"
@@ -134,8 +134,8 @@ ensure_prefix() {
     echo "$wine_versions" >"$WINEPREFIX/.complete"
 }
 
-# Makes a new prefix for each run of the tests, of hard links to the files of the private one. The registry is written
-# in place, so its initial state is copied.
+# Makes a new prefix for each run of the tests. Its files are hard links to those of the private prefix. Wine writes the
+# registry in place, so copies of its initial state are used.
 make_test_prefix() {
     local template=$WINEPREFIX
     WINEPREFIX=$root/build/test-prefix
@@ -144,13 +144,13 @@ make_test_prefix() {
     cp -al "$template" "$WINEPREFIX"
     rm "$WINEPREFIX"/*.reg
     cp -p "$template"/.fresh/*.reg "$WINEPREFIX"
-    rm -rf "$WINEPREFIX/drive_c/Program Files/Kelvo Panel" # its logs are written in place; the tests install it again
+    rm -rf "$WINEPREFIX/drive_c/Program Files/Kelvo Panel" # logs are written in place; the tests install the stand-in again
     mkdir -p "$WINEPREFIX/drive_d"
     ln -sfn ../drive_d "$WINEPREFIX/dosdevices/d:" # a second volume
 }
 
-# Wine's background processes keep the standard streams of the process that starts them. Start them without any:
-# otherwise a caller that reads this script's standard error to its end waits for them.
+# Wine's background processes inherit the standard streams. They are started without any, because a caller that reads
+# this script's standard error to its end would wait for them.
 start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
 
 # Keeps one wineserver for the whole script; otherwise every program starts one.
@@ -190,7 +190,7 @@ setup() {
 setup_and_build() {
     mkdir -p "$root/build"
     if [ "$(stat -c %u "$root/build")" != "$(id -u)" ]; then
-        say "$root/build belongs to another user, and Wine works for its owner only: run this as that user, or remove it."
+        say "$root/build belongs to another user. Wine uses only a prefix of its own user: run this as the owner, or remove the folder."
         return 1
     fi
     locked setup "$@" >&2

@@ -1,9 +1,9 @@
-# The Wine that has links, and the tests that need it. Sourced after common.sh by scripts/test.
+# Builds the Wine that has links and runs the tests that need it. scripts/test sources this after common.sh.
 # shellcheck shell=bash
 
 links_wine=$root/build/links-wine/wine
 
-# The template of their prefix. Its folders of the user are no links into the home directory, its drive Z: is build/.
+# The template of their prefix. The user's folders in it are not links into the home directory. Drive Z: is build/.
 ensure_links_prefix() {
     export WINEPREFIX=$root/build/links-prefix
     local link
@@ -15,8 +15,8 @@ ensure_links_prefix() {
     ln -sfn "$root/build" "$WINEPREFIX/dosdevices/z:"
 }
 
-# Runs a command where nothing but build/ and Wine's own folder of sockets can be written to: a removal that follows a
-# link to the wrong place, in the program or in a test, harms nothing outside.
+# Runs a command that can write only to build/ and to Wine's folder of sockets. If the program or a test follows a link
+# by mistake, it cannot remove anything else.
 contained() {
     local sockets
     sockets=/tmp/.wine-$(id -u)
@@ -42,15 +42,15 @@ contained() {
         TMPDIR=$build/tmp exec "$@"' contained "$root/build" "$sockets" "$@"
 }
 
-# Builds that Wine when it is missing, and runs the link tests with it; arguments go to ctest. It is made from Debian
-# 12's Wine: other releases run the tests in a Debian 12 of their own.
+# Builds that Wine when it is missing, and runs the link tests with it. Arguments go to ctest. It is made from the Wine of
+# Debian 12; on other releases the tests run in a Debian 12 made by scripts/on-debian.
 test_links() {
     if [ "$(. /etc/os-release && echo "${VERSION_ID:-}")" != 12 ]; then
         "$root/scripts/on-debian" 12 ./scripts/test --links "$@"
         return
     fi
     if [ "$(id -u)" != 0 ]; then
-        say "The link tests run where they can write to build/ alone, which takes mounts: run them as root."
+        say "The link tests mount everything but build/ read-only, which needs root: run them as root."
         return 1
     fi
     setup_and_build
@@ -60,7 +60,7 @@ test_links() {
     contained "$root/scripts/test" --contained-links "$@"
 }
 
-# What runs contained: the tests, in a new prefix.
+# Runs the tests in a new prefix. Called by contained.
 run_link_tests() {
     local template=$root/build/links-prefix
     export WINEPREFIX=$root/build/links-test-prefix
@@ -75,6 +75,6 @@ run_link_tests() {
     trap 'wineserver --kill >/dev/null 2>&1 || true' EXIT
     start_wine
     cd "$root"
-    export MENDKIT_LINKS=1 # a test that finds no links fails, instead of being skipped
+    export MENDKIT_LINKS=1 # without links a test fails instead of being skipped
     ctest --preset "$preset" --test-output-size-passed 65536 --label-regex '^links$' "$@"
 }

@@ -33,13 +33,13 @@ def runtime():
     members = re.findall(r"^(/usr/.*)\(\S+\)$", text, re.MULTILINE)
     objects = re.findall(r"^LOAD (/usr/.*\.o)$", pathlib.Path(link_map).read_text(), re.MULTILINE)
     if not members or not objects:
-        sys.exit(f"{link_map} does not name what was linked")
+        sys.exit(f"{link_map} names no linked object")
     parts = set()
     for path in {pathlib.Path(name).resolve() for name in members + objects}:
         package = output("dpkg-query", "-S", path).split(":")[0]
         known = [part for pattern, part in RUNTIME.items() if re.fullmatch(pattern, f"{package}:{path.name}")]
         if not known:
-            sys.exit(f"Under which licence is {path} of {package}? Name it in {__file__}")
+            sys.exit(f"The licence of {path} of {package} is unknown: add it to the table in {__file__}")
         parts.add((*known[0], package))
     return sorted(parts)
 
@@ -86,7 +86,7 @@ print(json.dumps({
     "hasExtractedLicensingInfos": [{
         "licenseId": "LicenseRef-public-domain",
         "name": "Public domain",
-        "extractedText": "Given to the public domain by its authors; their words stand in the folder licences."}],
+        "extractedText": "Dedicated to the public domain by its authors. Their statements are in the folder licences."}],
     "packages": packages,
     "relationships": [
         {"spdxElementId": f"SPDXRef-{one}", "relationshipType": kind, "relatedSpdxElement": f"SPDXRef-{other}"}

@@ -1,8 +1,8 @@
 # Debian's source packages, from the machine's own package servers. Sourced after common.sh.
 # shellcheck shell=bash
 
-# fetch_source <folder> <package>[=<version>] [apt option...]: downloads a source package into a folder that is made
-# anew. The machine's own list of sources stays as it is.
+# fetch_source <folder> <package>[=<version>] [apt option...]: downloads a source package into a new folder. Leaves the
+# machine's list of sources unchanged.
 fetch_source() {
     local work=$1 file
     shift

@@ -4,7 +4,7 @@
 
 namespace KelvoRepairAdapter {
 
-/// The real machine. Holds no state.
+/// The system helper of the program: queries and changes the machine. Holds no state.
 class DefaultSystemHelper : public ISystemHelper
 {
 public:

@@ -9,30 +9,31 @@
 struct DiskSpace
 {
     std::uint64_t total;
-    std::uint64_t free; // all of it, not only what the caller's quota leaves
+    std::uint64_t free; // of the volume, without regard to the caller's quota
 };
 
 namespace KelvoRepairAdapter {
 
-/// The repair operations' only door to the operating system. Failures are vexceptions.
+/// All access of the repair operations to the operating system. Every function may throw a vexception.
 class ISystemHelper
 {
 public:
     virtual ~ISystemHelper() = default;
 
     virtual bool isServiceExist(const std::wstring& name) = 0;
-    /// As the service control manager numbers it: 0 boot, 1 system, 2 automatic, 3 on demand, 4 disabled.
+    /// The number of the service control manager: 0 boot, 1 system, 2 automatic, 3 on demand, 4 disabled.
     virtual std::uint32_t getServiceStartupType(const std::wstring& name) = 0;
-    /// As the service control manager numbers it: 1 stopped ... 7 paused.
+    /// The number of the service control manager: 1 stopped ... 7 paused.
     virtual std::uint32_t getServiceStatus(const std::wstring& name) = 0;
 
-    /// Runs a panel utility to its end. @param bin64  from the directory of the 64-bit utilities
-    /// @return what it wrote; a utility that exits with another code than 0 is a failure
+    /// Runs a panel utility to its end. An exit code other than 0 is a failure.
+    /// @param bin64  whether the utility lies in the directory of the 64-bit utilities
+    /// @return its output
     virtual std::wstring execUtil(const std::wstring& name, const std::wstring& arguments, bool bin64) = 0;
 
     /// The panel's installation directory.
     virtual std::wstring getKelvoRootDir() = 0;
-    /// The panel's directory of temporary dump files.
+    /// The directory of the panel's temporary dump files.
     virtual std::wstring getDumpTempDir() = 0;
     virtual std::wstring getWindowsDir() = 0;
 
@@ -41,10 +42,10 @@ public:
     /// @param kind  a ListingKind; another number lists nothing
     virtual DirectoryEntries listDirectory(const std::wstring& path, std::int32_t kind) = 0;
 
-    /// Removes a directory with everything in it; links are removed as such, never followed. One that is no longer
-    /// there counts as removed.
+    /// Removes a directory with its content. Links in it are removed, not followed. A missing directory counts as
+    /// removed.
     virtual void removeDirectory(const std::wstring& path) = 0;
-    /// Removes a file, or a directory link as such. One that is no longer there counts as removed.
+    /// Removes a file or a link; the target of a link stays. A missing entry counts as removed.
     virtual void removeFile(const std::wstring& path) = 0;
 };
 

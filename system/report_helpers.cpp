@@ -24,7 +24,7 @@ void DefaultProcessHelper::start()
 
 void DefaultProcessHelper::writeInput(const std::string& data)
 {
-    constexpr DWORD patience = 1500; // and half a second more when the child ends meanwhile
+    constexpr DWORD patience = 1500; // ExecPipe waits half a second more if the child ends meanwhile
     process_.stdinPipe.write(data.data(), data.size(), ExecPipe::lastWrite, patience);
 }
 

@@ -5,27 +5,28 @@
 
 namespace SendErrorReport {
 
-/// A hidden child that nobody waits for. Of this process's handles it gets none, so it keeps nobody waiting either.
+/// A hidden child whose end is not awaited. It inherits only its input pipe and NUL, so a reader of our standard
+/// output does not wait for it.
 class DefaultProcessHelper : public IProcessHelper
 {
 public:
     /// @param commandLine  begins with the absolute path of the executable
     explicit DefaultProcessHelper(const std::wstring& commandLine);
-    /// @throws vosexception as vexecutil::start does
+    /// @throws vosexception as vexecutil::start
     void start() override;
-    /// Gives a child that does not read less than two seconds.
-    /// @throws vosexception as ExecPipe::write does
+    /// Writes to the child's standard input; fails after less than two seconds if the child does not read.
+    /// @throws vosexception as ExecPipe::write
     void writeInput(const std::string& data) override;
 
 private:
     vexecutil process_;
 };
 
-/// The real system, and the product's settings in its registry.
+/// The system helper of the program: reads the product's settings in the registry.
 class DefaultSystemHelper : public ISystemHelper
 {
 public:
-    /// @throws vexception when the switch has the wrong type
+    /// False only for the setting "false". @throws vexception when the setting has another type than text
     bool isFeedbackEnabled(LogLevel level, const std::wstring& message) override;
     std::wstring getProductRoot() override;
     std::wstring getProductData() override;
@@ -34,10 +35,10 @@ public:
     std::wstring getCommandLine() override;
     std::uint32_t getProcessId() override;
     std::uint32_t getThreadId() override;
-    /// @throws VFileNotFoundException when the executable is not there
+    /// @throws VFileNotFoundException when the executable is missing
     std::shared_ptr<IProcessHelper> createProcess(const std::wstring& commandLine) override;
     bool fileExists(const std::wstring& path) override;
-    /// At most the file's first MiB. @throws vosexception
+    /// The file's first MiB at most. @throws vosexception
     std::string readFile(const std::wstring& path) override;
     VDateTime getLocalTime() override;
 };

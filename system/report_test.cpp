@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The real helper with a clock and a process of the test's own.
+/// The program's helper with a scripted clock, command line and child process.
 struct ScriptedSystemHelper : SendErrorReport::DefaultSystemHelper, SendErrorReport::IProcessHelper
 {
     std::wstring getCommandLine() override { return L"mendkit.exe --name=x --db-password=secret"; }
@@ -38,7 +38,7 @@ protected:
         CreateDirectoryW((root.path() + L"\\var").c_str(), nullptr);
     }
 
-    /// The hits of the report that a record leads to; "" when there is none.
+    /// The hits in the report for a record; "" when no report is sent.
     std::string hitsOf(const std::wstring& message, LogLevel level = LogLevel::Error)
     {
         helper->sent.clear();
@@ -53,7 +53,7 @@ protected:
         std::ofstream((root.path() + L"\\var\\update_ticket").c_str(), std::ios::binary) << bytes;
     }
 
-    /// The report as a parser took it, without line ends, which parsers write each in its own way.
+    /// The report, checked by a parser, without line ends and tabs, which differ between parsers.
     std::string built(const std::wstring& message)
     {
         std::string report = handler.buildReport(message, 0xffffffff);
@@ -80,11 +80,11 @@ TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)
         setConfig(L"SendFeedback", feedback);
         EXPECT_EQ(hits, hitsOf(L"text", level)) << "a severe one was sent before";
     }
-    setConfig(L"SendFeedback", 1); // a wrong type
+    setConfig(L"SendFeedback", 1); // of the wrong type
     EXPECT_EQ("", hitsOf(L"crash", LogLevel::Crash));
 }
 
-TEST_F(ErrorReport, ComesOnceADayWithTheCountSince)
+TEST_F(ErrorReport, IsSentOnceADayWithTheNumberOfRepeats)
 {
     for (const auto& [day, hour, minute, hits] : std::initializer_list<std::tuple<WORD, WORD, WORD, const char*>>{
              {16, 12, 0, "1"}, {16, 12, 0, ""}, {17, 11, 59, ""}, {17, 12, 0, "4"}, {18, 11, 59, ""}, {10, 0, 0, ""},
@@ -94,7 +94,7 @@ TEST_F(ErrorReport, ComesOnceADayWithTheCountSince)
     }
 }
 
-TEST_F(ErrorReport, IsWellFormedWhateverItsTextsHold)
+TEST_F(ErrorReport, IsWellFormedForAnyText)
 {
     setTicket(" \t\xd0\x96 1\x01\xff\r\n");
     std::string report = built({L'\n', L'<', 0x416, L'&', L'\r', L'\n', 0, 0x1f, 0x7f, 0xd83d, 0xde00, 0xd83d, 0xd83d,

@@ -12,18 +12,19 @@ namespace {
 
 constexpr bool dumpServiceStatus = true;
 
-/// A connection to the service control manager for the life of a scope.
+/// A connection to the service control manager.
 class servicemanager
 {
 public:
     servicemanager(DWORD access, const wchar_t* machine, const wchar_t* database)
         : handle_(OpenSCManagerW(machine, database, access))
     {
+        // The trail's name is part of the interface with the panel's log readers; do not correct.
         if (!handle_)
             throwLastError({L"OpenSCManager"}, {"`anonymous-namespace'::servicemanager::servicemanager"});
     }
 
-    /// Empty when the service cannot be opened; GetLastError tells why.
+    /// Empty when the service cannot be opened; GetLastError has the code.
     UniqueService open(const std::wstring& name, DWORD access) const
     {
         return UniqueService(OpenServiceW(handle_.get(), name.c_str(), access));
@@ -33,7 +34,7 @@ private:
     UniqueService handle_;
 };
 
-/// The system's last error as the failure of a call for the service.
+/// Throws the last error as the failure of a call for the service.
 [[noreturn]] void throwFailure(const wchar_t* call, const std::wstring& name, RaiseSite site)
 {
     throwLastError({call, L" '", name, L"'"}, site);
@@ -98,7 +99,7 @@ DWORD serviceStartupType(const std::wstring& name, const wchar_t* machine, const
         throwFailure(L"OpenService", name, site);
 
     constexpr DWORD firstSize = 260;
-    std::vector<BYTE> buffer(firstSize); // from operator new, so aligned for any record
+    std::vector<BYTE> buffer(firstSize); // allocated by operator new: aligned for any record
     for (;;) {
         const auto config = reinterpret_cast<QUERY_SERVICE_CONFIGW*>(buffer.data());
         const DWORD size = static_cast<DWORD>(buffer.size());
@@ -106,7 +107,7 @@ DWORD serviceStartupType(const std::wstring& name, const wchar_t* machine, const
         if (QueryServiceConfigW(service.get(), config, size, &needed))
             return config->dwStartType;
         const DWORD code = GetLastError();
-        // A size that does not grow will not do the next time either.
+        // Do not repeat with a size that has just failed.
         if (code != ERROR_INSUFFICIENT_BUFFER || needed <= size)
             throwOsError(code, L"query service config '" + name + L"'", site);
         buffer = std::vector<BYTE>(needed);

@@ -16,7 +16,8 @@ struct ChildResult
     std::string output; // raw bytes: lines end in CR LF
 };
 
-/// Starts a program, again after Wine's error: Wine fails about one start in several thousand, Windows does not.
+/// Starts a program. Repeats a start that fails with ERROR_INTERNAL_ERROR: Wine fails about one start in 3,000,
+/// Windows does not.
 inline void startPatiently(vexecutil& child)
 {
     for (int attempt = 0; attempt < 3; ++attempt) {

@@ -1,5 +1,5 @@
-// The program with one failing call into Windows. The addresses of imported functions are replaced by those of a
-// gate, which counts the calls and lets one of them fail.
+// The program with one failing call into Windows. The addresses of imported functions are replaced by the address of
+// a gate. The gate counts the calls and lets one of them fail.
 
 #include "test/failing_calls.h"
 
@@ -28,8 +28,8 @@ struct Failure
 
 constexpr std::uint64_t none = 0, invalid = ~0ull;
 
-// A function in several rows can fail in each of these ways. ReadFile does not fail with ERROR_BROKEN_PIPE: that is
-// the end of the data, and a pipe does not report it while there is data left.
+// A function in several rows can fail in each of these ways. ReadFile is never failed with ERROR_BROKEN_PIPE: this
+// code means the end of the data, and a pipe with data left does not report it.
 constexpr Failure failures[] = {
     {"malloc", none, ERROR_NOT_ENOUGH_MEMORY, Way::failForEver},
     {"malloc calloc realloc HeapAlloc LocalAlloc SysAllocStringLen TlsSetValue _beginthreadex "

@@ -51,7 +51,7 @@ void makeFile(const fs::path& file)
     std::ofstream(file) << "x";
 }
 
-/// All files and directories that a command must not change, and those in the directory of temporary files.
+/// All files and directories that a command must not change. They include those in the directory of temporary files.
 Files filesToKeep(const fs::path& root)
 {
     Files found;
@@ -87,7 +87,7 @@ std::size_t processesOf(HANDLE job)
         wchar_t name[MAX_PATH] = L"";
         DWORD size = MAX_PATH;
         QueryFullProcessImageNameW(process.get(), 0, name, &size);
-        return !std::wstring(name).ends_with(L"conhost.exe"); // ended by the system at any later time
+        return !std::wstring(name).ends_with(L"conhost.exe"); // the system ends it at a later time
     }));
 }
 
@@ -178,7 +178,7 @@ protected:
             EXPECT_TRUE(log.find(L" Error: ") != std::wstring::npos || text.find("   at (") != std::string::npos);
             EXPECT_TRUE(
                 text.find(command.answer.substr(0, 8)) == std::string::npos || command.exitCode == 1 ||
-                call->function == std::string("fflush")) // the text stays in the buffer, unlike after a real failure
+                call->function == std::string("fflush")) // after a simulated failure the text is still in the buffer
                 << "a part of the answer";
         }
         return code;

@@ -1,5 +1,5 @@
-// Texts, line numbers and names that readers of the panel's logs know. Some are misspelt, some lines are not those of
-// the source any more, some names are of functions that do not exist: they are an interface, and stay as they are.
+// Texts, line numbers and names that are part of the interface with the panel's log readers; do not correct. Some
+// texts are misspelt, some line numbers are not those of the source, and some names belong to no function.
 
 #include "app/params.h"
 #include "app/vconsoleapp.h"
@@ -38,7 +38,7 @@ struct SilentServiceLog : IServiceLog
     void error(const vexception&) noexcept override {}
 };
 
-/// What the replaced imports were called with.
+/// The calls of the replaced imports.
 std::vector<std::string> calls;
 
 HANDLE WINAPI failToRegister(const wchar_t*, const wchar_t*)
@@ -64,7 +64,7 @@ BOOL WINAPI deregister(HANDLE)
     return TRUE;
 }
 
-// Not the import, which is replaced.
+// Found by name, because the import is replaced.
 const auto systemCreateKey = reinterpret_cast<decltype(&RegCreateKeyExW)>(
     reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), "RegCreateKeyExW")));
 
@@ -92,7 +92,7 @@ FARPROC WINAPI findFailingDump(HMODULE, const char*)
     return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(failToDump));
 }
 
-/// Remembers the names and tags of all spans.
+/// Records the names and tags of all spans.
 class RecordingTracer : public ITracer
 {
 public:
@@ -119,8 +119,7 @@ private:
 class FixedTexts : public RegistrySandbox
 {
 protected:
-    /// Whether the text of the call's failure, with its trail, is as the pattern says ('#' for any number, '~' for
-    /// anything).
+    /// Expects that the text of the call's failure, with its trail, matches the pattern (test/text_pattern.h).
     static void expect(const char* name, const std::wstring& pattern, const std::function<void()>& call)
     {
         const std::wstring text = failureOf(call);

@@ -1,5 +1,5 @@
-// An attacker who may write to a cleaned directory acts before every single file operation of a run. The Wine of
-// scripts/test --links stops the program there; no other system does.
+// An attacker with write access to a cleaned directory acts before each file operation of a run. Only the Wine of
+// scripts/test --links can stop the program before its file operations.
 
 #include "test/link_run.h"
 
@@ -7,14 +7,14 @@
 
 namespace {
 
-/// What the attacker does to a directory or a file of the cleaned tree. Each link leads to the canaries, which lie
-/// there under the same names.
+/// How the attacker changes a directory or a file of the cleaned tree. The links lead to the canaries, files with the
+/// same names outside of the cleaned tree.
 enum class Way
 {
     swap,       // renames it and puts a junction in its place
-    swapHeld,   // the same, by a handle that was opened for it before the run
+    swapHeld,   // the same, through a handle opened with DELETE before the run
     swapByLink, // the same with a relative symbolic link
-    turn,       // empties it and turns it into a junction, even while the program has it open
+    turn,       // empties it and turns it into a junction; works while the program has it open
     replace,    // a file: removes it and puts a symbolic link in its place
     replaceByJunction
 };
@@ -24,7 +24,7 @@ struct Attack
     const char* name;
     Way way;
     const wchar_t* path;
-    int undoneAfter = 0; // so many operations later; 0: it stays
+    int undoneAfter = 0; // number of operations after which it is undone; 0: never
 } const attacks[] = {
     {"SwapParent", Way::swap, L"area"},
     {"SwapCleaned", Way::swap, L"area\\dumps"},
@@ -46,13 +46,13 @@ struct Attack
     {"ReplaceInnerFileByJunction", Way::replaceByJunction, L"area\\dumps\\dir\\b"},
 };
 
-/// What GoogleTest shows of a row.
+/// GoogleTest prints the row's name.
 void PrintTo(const Attack& attack, std::ostream* out)
 {
     *out << attack.name;
 }
 
-/// The folder's Unix name, as the stops want it; null where there are none.
+/// The folder's Unix name, which WINERP_TRAP takes; empty on Windows.
 std::wstring unixName(const std::wstring& path)
 {
     using Function = char*(__cdecl*)(const wchar_t*);
@@ -123,7 +123,8 @@ protected:
             tree.rename(away_, attack.path);
     }
 
-    /// One run with an attack before its operation of this number. @return whether it had one, with something left
+    /// One run with an attack before the operation with this number.
+    /// @return whether the run had this operation, and had not yet removed its last file
     bool attackAt(int operation)
     {
         makeScenario();
@@ -148,7 +149,7 @@ protected:
             if (!tree.remove(L"trap\\go"))
                 continue;
             if (++reached == 1) {
-                isDone = !tree.open(L"area\\dumps\\a", FILE_READ_ATTRIBUTES); // the last of all
+                isDone = !tree.open(L"area\\dumps\\a", FILE_READ_ATTRIBUTES); // the file removed last
                 hasLanded = act();
             } else if (hasLanded) {
                 undo();
@@ -180,7 +181,7 @@ private:
 
 } // namespace
 
-TEST_P(LinkRaces, LoseNoCanary)
+TEST_P(LinkRaces, RemoveNoCanary)
 {
     if (unixName(tree.at(L"")).empty())
         GTEST_SKIP() << "Only the Wine of scripts/test --links stops the program";
@@ -190,7 +191,7 @@ TEST_P(LinkRaces, LoseNoCanary)
     for (int operation = 1; operation < 500 && attackAt(operation) && !HasFailure();)
         operation += isSample ? 3 : 1;
     service->terminate();
-    EXPECT_LT(15, made) << "a run has more file operations than that";
+    EXPECT_LT(15, made) << "a run has more file operations";
     EXPECT_LT(0, landed);
     EXPECT_EQ(0, lost);
     std::cout << "Figure: links, " << testing::UnitTest::GetInstance()->current_test_info()->name() << ": " << made

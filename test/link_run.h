@@ -5,7 +5,7 @@
 
 #include <cstdlib>
 
-/// The program beside a management service that tells of a panel in @\panel (test/links.h).
+/// Runs the program with a management service that names @\panel as the installation directory (@: see test/links.h).
 class LinkRun : public ProgramRun
 {
 protected:
@@ -13,18 +13,18 @@ protected:
     {
         if (tree.canLink())
             return;
-        ASSERT_EQ(nullptr, std::getenv("MENDKIT_LINKS")) << "this Wine should have links, and has none";
+        ASSERT_EQ(nullptr, std::getenv("MENDKIT_LINKS")) << "this Wine has no links, but should";
         GTEST_SKIP() << "No links can be made here (under Wine: scripts/test --links)";
     }
 
-    /// Files where the links of the cases lead.
+    /// Makes files in the directory to which the links of the cases lead.
     void makeCanaries() const
     {
         for (const wchar_t* canary : {L"canary\\a", L"canary\\dir\\b", L"canary\\dir\\sub\\c"})
             ASSERT_TRUE(tree.make(file(canary))) << GetLastError();
     }
 
-    /// The management service. @param dumps  the directory of dumps, @ and # expanded
+    /// Starts the management service. @param dumps  the directory of dumps; @ and # are expanded
     std::unique_ptr<vexecutil> servePanel(const wchar_t* dumps) const
     {
         const wchar_t* const pipe = L"links";
@@ -34,7 +34,7 @@ protected:
         return serve(L"0", pipe, tree.expanded(L"@\\panel \"" + std::wstring(dumps) + L"\""));
     }
 
-    /// One run of the cleaning.
+    /// Runs the cleaning once.
     ChildResult clean(const wchar_t* dumps, const std::wstring& program = builtProgram(L"app\\mendkit.exe")) const
     {
         const auto service = servePanel(dumps);

@@ -14,7 +14,7 @@ namespace {
 
 constexpr DWORD relativeFlag = 1;
 
-/// Opens the object itself. CreateFile cannot ask for that under Wine 8.
+/// Opens an object without following a link. CreateFile cannot do this under Wine 8.
 UniqueFile openObject(const std::wstring& path, ACCESS_MASK access)
 {
     std::wstring name = L"\\??\\" + path;
@@ -31,7 +31,7 @@ UniqueFile openObject(const std::wstring& path, ACCESS_MASK access)
     return UniqueFile(NT_SUCCESS(result) ? opened : INVALID_HANDLE_VALUE);
 }
 
-/// A reparse point's data as FSCTL_SET_REPARSE_POINT takes them.
+/// The buffer of FSCTL_SET_REPARSE_POINT.
 std::vector<BYTE> reparseData(const Node& node, const std::wstring& target)
 {
     std::vector<BYTE> data;
@@ -43,7 +43,7 @@ std::vector<BYTE> reparseData(const Node& node, const std::wstring& target)
     const bool isLink = node.tag == 0, isJunction = node.kind == Node::Kind::junction;
     const DWORD tag = !isLink ? node.tag : isJunction ? IO_REPARSE_TAG_MOUNT_POINT : IO_REPARSE_TAG_SYMLINK;
     add(&tag, sizeof tag);
-    addWord(0); // the length, known at the end
+    addWord(0); // the length, set below
     addWord(0);
     std::size_t header = data.size();
     if (isLink) {
@@ -84,17 +84,17 @@ bool setRights(const std::wstring& path, const std::wstring& rights)
                          DACL_SECURITY_INFORMATION | (hasOwner ? OWNER_SECURITY_INFORMATION : 0), descriptor);
 }
 
-/// An entry of a directory and whether it is a directory that may be entered.
+/// An entry of a directory. `isTree`: a directory whose entries are its own.
 struct Entry
 {
     std::wstring name;
     bool isTree, isFile;
 };
 
-/// Opened so that it can be listed while others have it open for its removal, which FindFirstFile cannot.
+/// The entries of a directory. Lists it also while it is open for removal; FindFirstFile does not.
 std::vector<Entry> entriesOf(const std::wstring& path)
 {
-    constexpr DWORD directoryBit = 0x10000000; // of tags: such a directory has entries of its own
+    constexpr DWORD directoryBit = 0x10000000; // of a tag: the directory has its own entries
     std::vector<Entry> entries;
     const UniqueFile directory = openObject(path, FILE_LIST_DIRECTORY);
     std::vector<BYTE> buffer(65'536);
@@ -107,7 +107,7 @@ std::vector<Entry> entriesOf(const std::wstring& path)
             const bool isDirectory = (found.FileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0,
                        isReparsePoint = (found.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0,
                        hasOwnEntries = (found.EaSize & directoryBit) != 0 &&
-                                       !IsReparseTagNameSurrogate(found.EaSize); // the tag, of reparse points
+                                       !IsReparseTagNameSurrogate(found.EaSize); // of reparse points: the tag
             if (std::wstring_view(L"..").find(name) == std::wstring_view::npos)
                 entries.push_back(
                     {name, isDirectory && (!isReparsePoint || hasOwnEntries), !isDirectory && !isReparsePoint});

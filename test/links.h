@@ -6,9 +6,10 @@
 #include <string>
 #include <utility>
 
-// Trees of files with links in them, made, looked at and taken away without following a link.
+// Makes, reads and removes trees of files with links in them, without following a link.
 
-/// Who may change a link: any account, or the machine alone. Links that tests make without saying so may be either.
+/// Access lists of links, in SDDL: any account may change the link; or only SYSTEM and Administrators, and
+/// Administrators own it. Tests that do not name one accept both.
 inline constexpr wchar_t ofOthers[] = L"D:P(A;;FA;;;WD)",
                          ofMachine[] = L"O:BAD:P(A;;FA;;;BA)(A;;FA;;;SY)(A;;FRFX;;;WD)";
 
@@ -27,9 +28,9 @@ struct Node
     };
     Kind kind;
     std::wstring path;         // below the tree's folder
-    std::wstring target = L""; // of links: an absolute path, or for symbolic links a relative or rooted one
+    std::wstring target = L""; // of links: an absolute path; of symbolic links also a relative or rooted path
     DWORD tag = 0;             // of tagged objects
-    std::wstring rights = L""; // a security descriptor in SDDL; empty: as it comes
+    std::wstring rights = L""; // a security descriptor in SDDL; empty: the default one
 
     Node with(const wchar_t* descriptor) const
     {
@@ -68,10 +69,10 @@ inline Node taggedFile(std::wstring path, DWORD tag)
     return {Node::Kind::taggedFile, std::move(path), L"", tag};
 }
 
-/// What lies at each path below a folder: "directory", "link" or the file's content.
+/// Each path below a folder with its object: "directory", "link" or the file's content.
 using Snapshot = std::map<std::wstring, std::string>;
 
-/// A folder in the root of a volume, empty at first, gone at the end.
+/// A new folder in the root of a volume; removed with its content by the destructor.
 class LinkTree
 {
 public:
@@ -82,30 +83,30 @@ public:
 
     std::wstring at(const std::wstring& path) const { return path.empty() ? base_ : base_ + L'\\' + path; }
 
-    /// A text in which @ stands for the folder and # for its name in the volume's root.
+    /// Replaces @ in a text by the folder's path and # by its path without the drive.
     std::wstring expanded(std::wstring text) const;
 
-    /// Makes an object, with the directories above it. @return false, with the last error, when it cannot be made
+    /// Makes an object and the directories above it. @return false, with the last error, on failure
     bool make(const Node& node) const;
 
-    /// Whether the system makes links at all.
+    /// Whether the system supports links.
     bool canLink() const;
 
     /// Turns an existing object into a link. @return as make
     bool turnIntoLink(const Node& node) const;
 
-    /// Takes away a link, a file or an empty directory. @return as make
+    /// Removes a link, a file or an empty directory. @return as make
     bool remove(const std::wstring& path) const;
 
-    /// Renames a file or a directory, by its path, or by a handle that was opened with the right to do so.
+    /// Renames a file or a directory, by its path or by a handle opened with DELETE.
     /// @return as make
     bool rename(const std::wstring& from, const std::wstring& to) const;
     bool rename(HANDLE object, const std::wstring& to) const;
 
-    /// Opens an object itself, sharing everything. Empty when it cannot be opened.
+    /// Opens an object without following a link, in all sharing modes. @return empty on failure
     UniqueFile open(const std::wstring& path, ACCESS_MASK access) const;
 
-    /// Takes away everything, the folder too.
+    /// Removes the folder with its content.
     void clear() const;
 
     Snapshot snapshot(const std::wstring& path = L"") const;

@@ -1,5 +1,5 @@
-// The cleaning of directories that hold links, or are reached through them: whole runs on real links. They need a
-// system that has links; under Wine only the one that scripts/test --links builds.
+// Whole runs that clean directories with links in them or in their paths. They need a system with links; the only
+// such Wine is the one that scripts/test --links builds.
 
 #include "test/link_run.h"
 
@@ -9,19 +9,19 @@ namespace {
 
 constexpr DWORD unknownTag = 0x00000123, unknownSurrogate = 0x20000123, cloudTag = 0x9000601A;
 
-/// One row: what lies in the folder @ (its path without the drive: #) besides the canaries, and what a run removes.
-/// Everything else must survive as it is.
+/// One case: the objects in the folder @ besides the canaries, and those that a run removes. All others must stay
+/// unchanged.
 struct Case
 {
     const char* name;
     std::vector<Node> nodes;
-    std::set<std::wstring> removed;     // without what lies in them
-    const wchar_t* complaint = L"";     // a part of a Warning or an Error; empty: there must be none
-    const wchar_t* dumps = L"@\\dumps"; // the directory of dumps, beside the panel's own in @\panel
+    std::set<std::wstring> removed;     // without the objects in removed directories
+    const wchar_t* complaint = L"";     // a part of a Warning or an Error; empty: no such record
+    const wchar_t* dumps = L"@\\dumps"; // the directory of dumps
 } const cases[] = {
-    // Links as entries of cleaned directories go as links.
+    // Links in cleaned directories are removed, not followed.
     {"Junction", {junction(L"dumps\\j", L"@\\canary")}, {L"dumps\\j"}},
-    {"JunctionOfTheMachine", {junction(L"dumps\\j", L"@\\canary").with(ofMachine)}, {L"dumps\\j"}},
+    {"TrustedJunction", {junction(L"dumps\\j", L"@\\canary").with(ofMachine)}, {L"dumps\\j"}},
     {"JunctionDeepInATree", {file(L"dumps\\x\\y\\f"), junction(L"dumps\\x\\y\\z\\j", L"@\\canary")}, {L"dumps\\x"}},
     {"JunctionToNothing", {junction(L"dumps\\j", L"@\\nothing")}, {L"dumps\\j"}},
     {"JunctionToItsOwnDirectory", {junction(L"dumps\\x\\j", L"@\\dumps\\x")}, {L"dumps\\x"}},
@@ -38,7 +38,7 @@ struct Case
             fileLink(L"dumps\\rooted", L"#\\canary\\a"), fileLink(L"dumps\\x\\nothing", L"nothing"),
             fileLink(L"dumps\\x\\up", L"..\\..\\canary\\dir\\b")},
         {L"dumps\\absolute", L"dumps\\relative", L"dumps\\rooted", L"dumps\\x"}},
-    {"LinksWhereFilesAloneAreCleaned",
+    {"LinksWhereOnlyFilesAreCleaned",
         {file(L"panel\\tmp\\f"), fileLink(L"panel\\tmp\\l", L"@\\canary\\a"),
             junction(L"panel\\tmp\\j", L"@\\canary"), file(L"panel\\tmp\\kept\\f")},
         {L"panel\\tmp\\f", L"panel\\tmp\\l"}},
@@ -52,67 +52,66 @@ struct Case
             taggedDirectory(L"dumps\\cloud\\x", cloudTag), taggedDirectory(L"dumps\\cloud", cloudTag)},
         {L"dumps\\cloud"}},
 
-    // Links on the way to a cleaned directory are followed only if they are the machine's own.
+    // Links in the path of a cleaned directory are followed only if they are trusted.
     {"DirectoryIsALink", {junction(L"dumps", L"@\\canary").with(ofOthers)}, {}, L"others than the administrators"},
     {"DirectoryIsASymbolicLink", {directoryLink(L"dumps", L"canary").with(ofOthers)}, {},
         L"others than the administrators"},
-    {"DirectoryIsALinkOfTheMachine",
+    {"DirectoryIsATrustedLink",
         {file(L"real\\f"), file(L"real\\x\\f"), junction(L"real\\j", L"@\\canary"),
             junction(L"dumps", L"@\\real").with(ofMachine)},
         {L"real\\f", L"real\\x", L"real\\j"}},
-    {"DirectoryIsASymbolicLinkOfTheMachine", {file(L"real\\f"), directoryLink(L"dumps", L"@\\real").with(ofMachine)},
+    {"DirectoryIsATrustedSymbolicLink", {file(L"real\\f"), directoryLink(L"dumps", L"@\\real").with(ofMachine)},
         {L"real\\f"}},
-    {"DirectoryIsARelativeLinkOfTheMachine",
-        {file(L"real\\f"), directoryLink(L"way\\dumps", L"..\\real").with(ofMachine)}, {L"real\\f"}, L"",
-        L"@\\way\\dumps"},
-    {"LinkOnTheWay", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
+    {"DirectoryIsATrustedRelativeLink", {file(L"real\\f"), directoryLink(L"way\\dumps", L"..\\real").with(ofMachine)},
+        {L"real\\f"}, L"", L"@\\way\\dumps"},
+    {"LinkInThePath", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators", L"@\\way\\dumps"},
-    {"LinkOfTheMachineOnTheWay", {file(L"real\\dumps\\f"), junction(L"way", L"@\\real").with(ofMachine)},
+    {"TrustedLinkInThePath", {file(L"real\\dumps\\f"), junction(L"way", L"@\\real").with(ofMachine)},
         {L"real\\dumps\\f"}, L"", L"@\\way\\dumps"},
-    {"RelativeLinkOfTheMachineOnTheWay",
+    {"TrustedRelativeLinkInThePath",
         {file(L"real\\dumps\\f"), directoryLink(L"x\\way", L"..\\y\\..\\real").with(ofMachine)}, {L"real\\dumps\\f"},
         L"", L"@\\x\\way\\dumps"},
-    {"ChainOfTheMachine",
+    {"ChainOfTrustedLinks",
         {file(L"real\\dumps\\f"), junction(L"second", L"@\\real").with(ofMachine),
             directoryLink(L"first", L"second").with(ofMachine)},
         {L"real\\dumps\\f"}, L"", L"@\\first\\dumps"},
-    {"ChainThatOthersMayTurn",
+    {"ChainWithAnUntrustedLink",
         {file(L"canary\\dumps\\f"), junction(L"second", L"@\\canary").with(ofOthers),
             junction(L"first", L"@\\second").with(ofMachine)},
         {}, L"others than the administrators", L"@\\first\\dumps"},
-    {"ChainWithoutEnd",
+    {"EndlessChain",
         {junction(L"first", L"@\\second").with(ofMachine), junction(L"second", L"@\\first").with(ofMachine)}, {},
         L"Unable to read directory", L"@\\first\\dumps"},
     {"PanelBehindALink", {file(L"canary\\tmp\\f"), junction(L"panel", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators"},
     {"ParentIsALink", {file(L"canary\\tmp\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators"},
-    {"ParentIsALinkOfTheMachine", {file(L"real\\tmp\\f"), junction(L"panel\\MGX", L"@\\real").with(ofMachine)},
+    {"ParentIsATrustedLink", {file(L"real\\tmp\\f"), junction(L"panel\\MGX", L"@\\real").with(ofMachine)},
         {L"real\\tmp\\f"}},
-    {"RefusedBesideCleaned",
+    {"OneUntrustedLinkAmongCleanedDirectories",
         {file(L"dumps\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers), file(L"panel\\PrivateTemp\\f")},
         {L"dumps\\f", L"panel\\PrivateTemp\\f"}, L"others than the administrators"},
     {"CloudDirectory", {file(L"dumps\\f"), taggedDirectory(L"dumps", cloudTag)}, {L"dumps\\f"}},
-    {"LinkSpeltLiterally", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
+    {"LinkInALiteralPath", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators", L"\\\\?\\@\\way\\dumps"},
 
-    // Whose a link is: its owner, and whom its access list lets change it.
-    {"OwnerIsAnother", {junction(L"dumps", L"@\\canary").with(L"O:BUD:P(A;;FA;;;BA)")}, {},
+    // The trust in a link depends on its owner and on the accounts that may change it.
+    {"UntrustedOwner", {junction(L"dumps", L"@\\canary").with(L"O:BUD:P(A;;FA;;;BA)")}, {},
         L"others than the administrators"},
-    {"OwnerIsTheInstaller",
+    {"OwnedByTrustedInstaller",
         {file(L"real\\f"),
             junction(L"dumps", L"@\\real")
                 .with(L"O:S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464D:P(A;;FA;;;BA)")},
         {L"real\\f"}},
     {"OthersMayWriteAttributes", {junction(L"dumps", L"@\\canary").with(L"O:BAD:P(A;;FA;;;BA)(A;;0x100;;;WD)")}, {},
         L"others than the administrators"},
-    {"OthersMayChangeTheList", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WD;;;AU)")}, {},
+    {"OthersMayChangeTheAccessList", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WD;;;AU)")}, {},
         L"others than the administrators"},
-    {"OthersMayTakeIt", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WO;;;BU)")}, {},
+    {"OthersMayChangeTheOwner", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WO;;;BU)")}, {},
         L"others than the administrators"},
 };
 
-/// What GoogleTest shows of a row.
+/// GoogleTest prints the row's name.
 void PrintTo(const Case& row, std::ostream* out)
 {
     *out << row.name;
@@ -122,7 +121,7 @@ class Links : public LinkRun, public testing::WithParamInterface<std::tuple<Case
 {
 };
 
-/// What was there and is no longer, without what lay in it.
+/// The removed objects, without the objects in removed directories.
 std::set<std::wstring> removedBetween(const Snapshot& before, const Snapshot& after)
 {
     std::set<std::wstring> removed;
@@ -136,7 +135,7 @@ std::set<std::wstring> removedBetween(const Snapshot& before, const Snapshot& af
 
 } // namespace
 
-TEST_P(Links, GoAsLinksAndLeadNowhere)
+TEST_P(Links, CauseOnlyTheExpectedRemovals)
 {
     const auto& [row, system] = GetParam();
     SetEnvironmentVariableW(L"WINERP_OLD", system);
@@ -161,7 +160,7 @@ INSTANTIATE_TEST_SUITE_P(
         return std::string(std::get<0>(row.param).name) + (std::get<1>(row.param) ? "BeforeWindows10" : "");
     });
 
-TEST_F(LinkRun, SparesTheDirectoryOfThisProgramBehindALink)
+TEST_F(LinkRun, DoesNotCleanTheDirectoryOfTheProgramBehindALink)
 {
     const std::wstring program = tree.at(L"program\\mendkit.exe");
     ASSERT_TRUE(tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofMachine)));

@@ -268,7 +268,7 @@ TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
     figure(2LL * count, "cleanings, two at a time over one tree of 4,000 files");
 }
 
-TEST_F(Program, KeepsLinesWholeWhenManyWriteOneLog)
+TEST_F(Program, KeepsLinesWholeWhenManyProcessesWriteOneLog)
 {
     setConfig(L"Debug", 1);
     constexpr int batch = 40;
@@ -364,5 +364,5 @@ TEST_F(Program, PrunesOldDumpsAndProtectsTheNewOne)
         const UniqueLocalMemory memory(text);
         EXPECT_EQ(std::wstring::npos, std::wstring(text).find(L"WD)")) << text;
     }
-    EXPECT_EQ("x", readFile(other)) << "no dump, though its short name ends in .dmp";
+    EXPECT_EQ("x", readFile(other)) << "not a dump: only its short name ends in .dmp";
 }

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <utility>
 
-/// A function that this program imports replaced by another one for the life of a scope. For calls whose arguments or
-/// failures no system that runs the tests can show.
+/// Replaces a function that this program imports, for a scope. For calls whose arguments or failures cannot be tested
+/// otherwise under Wine.
 class ReplacedImport
 {
 public:

@@ -1,4 +1,4 @@
-# Checks that the program's answers fit the schemas of docs/schema/ and that other values do not.
+# Checks that the program's answers match the schemas of docs/schema/ and that wrong values do not.
 # Usage: schema_test.py <source> <build>. Installs the stand-in for the panel into the Wine prefix.
 import json
 import pathlib

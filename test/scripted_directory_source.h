@@ -132,7 +132,7 @@ public:
     bool isTrusted(Handle link) noexcept override { return static_cast<Node*>(link)->isTrusted; }
 
 private:
-    /// Follows links, also through a handle opened before its directory became a link.
+    /// Follows links, also when the directory became a link after its handle was opened.
     static Node* resolve(Handle directory)
     {
         Node* node = static_cast<Node*>(directory);

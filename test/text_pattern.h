@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// Whether the whole text matches the pattern: '@' matches one digit, '#' one or more digits, '~' any text, every
-/// other character itself. (GCC 14 gives false warnings of overflows in <regex>.)
+/// Whether the whole text matches the pattern. '@' matches one digit, '#' one or more digits, '~' any text. Every
+/// other character matches itself. (GCC 14 gives false warnings of overflows in <regex>.)
 template <typename Char>
 bool fits(const std::basic_string<Char>& text, const std::basic_string<Char>& pattern)
 {

@@ -22,6 +22,7 @@ DirectoryEntries listDirectory(const std::wstring& path, ListingKind kind)
         for (DirectoryEntry& entry : piece)
             (entry.isDirectory() ? directories : files).push_back(std::move(entry));
     }
+    // The trail's name is part of the interface with the panel's log readers; do not correct.
     if (code != ERROR_NO_MORE_FILES && !isMissing(code))
         throwOsError(code, L"Unable to read directory (" + path + L")", {"RunTime::File::findFirstFile"});
 

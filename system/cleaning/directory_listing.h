@@ -2,10 +2,11 @@
 
 #include "system/cleaning/directory_entry.h"
 
-/// The entries of one directory that is to be cleaned, "." and ".." among its directories; each group in the file
-/// system's order. A directory that does not exist has none, and so has any other kind. Neither has one that is, or
-/// lies behind, a link that is not the machine's own (openCleanedDirectory), or that holds the system or this
-/// program: this is logged as a Warning.
+/// Reaches the file system: lists the entries of a directory that is to be cleaned. "." and ".." are listed with the
+/// directories. Directories and files each keep the file system's order.
+/// The list is empty for a missing directory and for a number that is no ListingKind. It is empty, with a Warning in
+/// the log, when the path leads over an untrusted link (openCleanedDirectory), or when the directory contains the
+/// system directory or this program.
 /// @param path  absolute
 /// @throws vosexception "Unable to read directory (<path>)"
 DirectoryEntries listDirectory(const std::wstring& path, ListingKind kind);

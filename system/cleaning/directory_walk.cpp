@@ -6,10 +6,10 @@
 
 namespace {
 
-constexpr DWORD linkFollowed = 741; // ERROR_REPARSE: the walk starts again with the path that the link leads to
+constexpr DWORD linkFollowed = 741; // ERROR_REPARSE: walk the path with the link's target in it
 constexpr std::wstring_view literalPrefix = L"\\\\?\\";
 
-/// The path in the form that the system takes literally.
+/// The path with the prefix \\?\, which the system takes literally.
 std::wstring literal(const std::wstring& path)
 {
     if (path.starts_with(literalPrefix))
@@ -17,7 +17,7 @@ std::wstring literal(const std::wstring& path)
     return std::wstring(literalPrefix) + (path.starts_with(L"\\\\") ? L"UNC" + path.substr(1) : path);
 }
 
-/// Length of the root, its backslash included, of a literal path; npos when there is only a root or less.
+/// Length of a literal path's root with its backslash; npos for a root without a backslash or less.
 std::size_t rootLength(std::wstring_view path) noexcept
 {
     std::size_t end = literalPrefix.size();
@@ -31,40 +31,41 @@ std::size_t rootLength(std::wstring_view path) noexcept
     return end;
 }
 
-/// One step of a path: the object of a name in a directory, as itself.
+/// Opens one name of a path in its directory, without following a link.
 DWORD openStep(IDirectorySource& source, const DirectoryAt& directory, std::wstring_view name, bool isLast,
     DirectoryAt& step, ObjectKind& kind)
 {
     Opening opening{.list = isLast, .pinned = isLast, .anyCase = true};
     DWORD code = source.open(directory.object.get(), name, opening, step.object.receive());
     if (code == ERROR_SHARING_VIOLATION && isLast) {
-        // Somebody may rename it. What is removed is still checked to lie where this directory lay.
+        // Another handle may rename the directory. Removal still checks that each object lies at this location.
         opening.pinned = false;
         code = source.open(directory.object.get(), name, opening, step.object.receive());
     }
     if (code == ERROR_SUCCESS)
         code = source.kindOf(step.object.get(), kind);
     if (code == ERROR_SUCCESS && kind == ObjectKind::link) {
-        // Asked for only here: directories on the way may deny it, and need not be asked.
+        // Only links need READ_CONTROL; other directories of the path may deny it.
         opening.security = true;
         code = source.open(directory.object.get(), name, opening, step.object.receive());
         if (code == ERROR_SUCCESS)
             code = source.kindOf(step.object.get(), kind);
         if (code == ERROR_SUCCESS && kind != ObjectKind::link)
-            code = leadsElsewhere; // replaced just now
+            code = leadsElsewhere; // replaced since the first open
     }
     if (code == ERROR_SUCCESS)
         code = source.locationOf(step.object.get(), step.location);
     if (code != ERROR_SUCCESS)
         return code;
-    // The last name may be spelt otherwise, but it must be one in this very directory.
+    // The name found may differ in spelling, such as letter case. Its directory must be the given one.
     const std::size_t separator = step.location.rfind(L'\\');
     const std::wstring_view found = std::wstring_view(step.location).substr(separator + 1);
     return liesAt(directory.location, found, step.location) ? ERROR_SUCCESS : leadsElsewhere;
 }
 
-/// Where a trusted link leads the walk, with the rest of the path behind it.
+/// Replaces a trusted link in the path by its target.
 /// @param start, end  of the link's name in the path
+/// @return untrustedLink for an untrusted link
 DWORD follow(
     IDirectorySource& source, IDirectorySource::Handle link, std::wstring& path, std::size_t start, std::size_t end)
 {
@@ -80,19 +81,19 @@ DWORD follow(
     return ERROR_SUCCESS;
 }
 
-/// The root of the path's volume.
+/// Opens the root of the path's volume. A server or a drive that is not there counts as missing.
 DWORD openRoot(IDirectorySource& source, const std::wstring& root, DirectoryAt& opened)
 {
     const DWORD code = source.openRoot(root, opened.object.receive());
     if (code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME || code == ERROR_NOT_READY)
-        return ERROR_PATH_NOT_FOUND; // a server or a disk that is away
+        return ERROR_PATH_NOT_FOUND;
     return code == ERROR_SUCCESS ? source.locationOf(opened.object.get(), opened.location) : code;
 }
 
-/// Walks the path up to its end or to the first link.
-/// @param path    literal; where a link was met, it is replaced by the path that the link leads to
-/// @param opened  the directory at the end; unchanged where a link was met
-/// @return linkFollowed where a link was met
+/// Opens the path name by name, up to its end or to the first link.
+/// @param path    literal; a trusted link in it is replaced by its target
+/// @param opened  the directory at the end, set on success
+/// @return linkFollowed when a link was replaced
 DWORD walk(IDirectorySource& source, std::wstring& path, DirectoryAt& opened)
 {
     std::size_t start = rootLength(path);
@@ -103,7 +104,7 @@ DWORD walk(IDirectorySource& source, std::wstring& path, DirectoryAt& opened)
         return code;
     start = path.find_first_not_of(L'\\', start);
     if (start == std::wstring::npos)
-        return ERROR_BAD_PATHNAME; // a volume's root
+        return ERROR_BAD_PATHNAME; // a volume's root is never cleaned
     while (start != std::wstring::npos) {
         const std::size_t end = std::min(path.find(L'\\', start), path.size());
         const std::size_t next = path.find_first_not_of(L'\\', end);

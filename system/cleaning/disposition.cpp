@@ -4,7 +4,7 @@
 
 namespace {
 
-/// Whether the code says that the system or the file system does not know what it was asked to do.
+/// Whether the code says that the system or the file system does not support the request.
 bool isUnknown(DWORD code) noexcept
 {
     return code == ERROR_INVALID_PARAMETER || code == ERROR_NOT_SUPPORTED || code == ERROR_INVALID_FUNCTION ||
@@ -33,7 +33,8 @@ bool setAttributes(HANDLE object, DWORD attributes) noexcept
     return SetFileInformationByHandle(object, FileBasicInfo, &info, sizeof info) != FALSE;
 }
 
-/// From the newest way to the oldest; file systems differ, so the volume is asked, not the version.
+/// Tries the newest disposition first. Support differs between file systems, so the version of Windows does not
+/// decide.
 DWORD dispose(HANDLE object, DWORD flags) noexcept
 {
     constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS;
@@ -43,13 +44,13 @@ DWORD dispose(HANDLE object, DWORD flags) noexcept
     return isUnknown(code) ? disposeAtClose(object) : code;
 }
 
-/// What older systems want: no removal while the attribute is set.
+/// For systems that refuse to remove a read-only object: clears the attribute for the removal.
 DWORD disposeReadOnly(HANDLE object) noexcept
 {
     FILE_BASIC_INFO basic;
     FILE_STANDARD_INFO standard;
     if (!GetFileInformationByHandleEx(object, FileStandardInfo, &standard, sizeof standard) || standard.DeletePending)
-        return ERROR_DELETE_PENDING; // somebody else was quicker
+        return ERROR_DELETE_PENDING; // another process removed it first
     if (!GetFileInformationByHandleEx(object, FileBasicInfo, &basic, sizeof basic) ||
         (basic.FileAttributes & FILE_ATTRIBUTE_READONLY) == 0)
         return ERROR_ACCESS_DENIED;
@@ -59,6 +60,7 @@ DWORD disposeReadOnly(HANDLE object) noexcept
     if (!writer || !setAttributes(writer.get(), basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}))
         return ERROR_ACCESS_DENIED;
     const DWORD code = dispose(object, 0);
+    // The attributes belong to the file, so other hard links show them too.
     if (code != ERROR_SUCCESS || standard.NumberOfLinks > 1)
         setAttributes(writer.get(), basic.FileAttributes);
     return code;

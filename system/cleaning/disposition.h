@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-/// Removes an open file, link or empty directory (opened with DELETE). Its name is free at once where the file system
-/// knows how, though somebody may still have it open; else when the last handle is closed. A read-only object goes
-/// too; what other names of the same file show of its attributes stays.
+/// Reaches the file system: removes an open file, link or empty directory (opened with DELETE), also a read-only one.
+/// With POSIX semantics its name is free at once, even while other handles are open. On file systems without them the
+/// name is free when the last handle closes. Other hard links of the file keep its attributes.
 /// @return a Win32 code
 DWORD removeObject(HANDLE object);

@@ -9,15 +9,15 @@
 #include <string_view>
 #include <vector>
 
-/// What an open object says that it is.
+/// The kind of an open object.
 enum class ObjectKind
 {
-    file, // also a link to one: whatever is done to it is done to the link
+    file, // also a link to a file: opens never follow it, and removal removes the link
     directory,
-    link // a directory that stands for another name, or whose reparse tag cannot be told
+    link // a directory with the tag of a name surrogate, or with an unknown reparse tag
 };
 
-/// What an object is opened for. Links are never followed.
+/// How an object is opened. Links are never followed.
 struct Opening
 {
     enum class Type
@@ -27,16 +27,16 @@ struct Opening
         directory
     };
     Type type = Type::any;
-    bool list = false;     // its entries are to be listed
-    bool remove = false;   // it is to be removed
-    bool pinned = false;   // nobody else may rename or remove it meanwhile
-    bool anyCase = false;  // the name may be written in other letter case
-    bool security = false; // it will be asked whose it is
+    bool list = false;     // to list its entries
+    bool remove = false;   // to remove it
+    bool pinned = false;   // while it is open, no other handle may rename or remove it
+    bool anyCase = false;  // the name's letter case is ignored
+    bool security = false; // to read its owner and access list
 };
 
-/// How the cleaning of directories reaches the file system: an object is opened by its name within an open
-/// directory, and from then on asked, listed and removed by its handle alone. Operations return Win32 codes,
-/// since most failures here are part of the work; they throw nothing but std::bad_alloc.
+/// The interface between the classes that decide and the file system. An object is opened by its name in an open
+/// directory. Its handle then serves to query, list and remove it.
+/// Operations return Win32 codes, since many failures are expected here. They throw only std::bad_alloc.
 class IDirectorySource
 {
 public:
@@ -48,30 +48,29 @@ public:
     virtual DWORD openRoot(const std::wstring& root, Handle& opened) = 0;
 
     /// @param name  one name, taken literally: no separators, no ".", nothing is trimmed
-    /// @return also leadsElsewhere when the directory has become a link, unexpectedDirectory for a directory and
-    ///         ERROR_DIRECTORY for a file, where the other was wanted
+    /// @return a Win32 code. leadsElsewhere: the directory has become a link since it was opened.
+    ///         unexpectedDirectory: a directory, opened as a file. ERROR_DIRECTORY: a file, opened as a directory.
     virtual DWORD open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened) = 0;
 
     virtual void close(Handle object) noexcept = 0;
 
     virtual DWORD kindOf(Handle object, ObjectKind& kind) = 0;
 
-    /// Where the object really lies now, in the system's own notation.
+    /// The object's current full name in the object manager, such as "\Device\HarddiskVolume1\Temp".
     virtual DWORD locationOf(Handle object, std::wstring& location) = 0;
 
-    /// The next piece of a directory's entries, "." and ".." among them.
-    /// @param first    start from the beginning
+    /// Reads the next entries of a directory, "." and ".." included.
+    /// @param first    whether to start from the first entry
     /// @param entries  replaced
-    /// @return ERROR_NO_MORE_FILES when there are no more
+    /// @return ERROR_NO_MORE_FILES after the last entry
     virtual DWORD list(Handle directory, bool first, std::vector<DirectoryEntry>& entries) = 0;
 
-    /// Removes the object itself; a directory must be empty. Its name is gone at the latest when it is closed.
+    /// Removes the object; a directory must be empty. Its name is free when its last handle closes, or earlier.
     virtual DWORD remove(Handle object) = 0;
 
-    /// Where a link leads: an absolute path of the form "\\?\...", or one relative to the link's directory.
+    /// A link's target: an absolute path of the form "\\?\...", or one relative to the link's directory.
     virtual DWORD targetOf(Handle link, std::wstring& target) = 0;
 
-    /// Whether a link is the machine's own: it belongs to SYSTEM, Administrators or TrustedInstaller, and nobody
-    /// else may change it.
+    /// Whether a link is owned by SYSTEM, Administrators or TrustedInstaller, and no other account may change it.
     virtual bool isTrusted(Handle link) noexcept = 0;
 };

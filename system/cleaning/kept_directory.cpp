@@ -17,12 +17,12 @@ struct Kept
     DirectoryAt directory;
 };
 
-// In this order: what is kept at the end of the process is closed through the source.
+// In this order: at the end of the process the open directory is closed through the source.
 NtDirectorySource machine;
 std::optional<Kept> kept;
 
-/// From now on the kernel itself refuses to follow links that others than administrators made, in all that this
-/// process opens. Systems before Windows Server 2022 do not know it; nothing here depends on it.
+/// Redirection trust: the kernel follows only links made by administrators, for all opens of this process.
+/// Systems before Windows Server 2022 do not support it; nothing here depends on it.
 void refuseRedirections() noexcept
 {
     PROCESS_MITIGATION_REDIRECTION_TRUST_POLICY policy{};

@@ -2,19 +2,20 @@
 
 #include "system/cleaning/open_object.h"
 
-/// What the cleaning of this process's directories shares.
+/// Reaches the file system: the directory that is being cleaned, kept open between its listing and the removals.
 namespace cleaning {
 
-/// The machine's file systems.
+/// The file systems of the machine; the same object at every call.
 IDirectorySource& source();
 
-/// Opens the directory afresh (openCleanedDirectory) and keeps it until another one is asked for: what is removed is
-/// removed from the very directory that was listed. For one thread.
+/// Opens the directory anew (openCleanedDirectory) and keeps it open until the next call that opens one. Entries are
+/// thus removed from the same directory that was listed. Not safe for several threads.
 /// @param opened  set on success; valid until the next call
-/// @return as openCleanedDirectory; ERROR_CURRENT_DIRECTORY for one that holds the system or this program
+/// @return as openCleanedDirectory; ERROR_CURRENT_DIRECTORY for one that contains the system directory or this
+/// program
 DWORD openDirectory(const std::wstring& path, const DirectoryAt*& opened);
 
-/// The directory that is kept, if it is of this path; else as openDirectory.
+/// The open directory if it was opened by this path; else as openDirectory.
 DWORD directory(const std::wstring& path, const DirectoryAt*& opened);
 
 } // namespace cleaning

@@ -7,15 +7,15 @@
 
 namespace {
 
-/// The data of symbolic links and mount points (junctions) as the file system keeps them.
+/// The reparse data of symbolic links and mount points (junctions).
 struct LinkData
 {
     DWORD tag;
-    WORD length; // of all that follows the next field
+    WORD length; // bytes after the field `reserved`
     WORD reserved;
-    WORD targetOffset, targetLength; // bytes, from the end of the fixed part
+    WORD targetOffset, targetLength; // bytes; offsets count from the end of the fixed fields
     WORD shownOffset, shownLength;
-    DWORD symbolicLinkFlags; // for symbolic links alone
+    DWORD symbolicLinkFlags; // only in symbolic links
 };
 constexpr std::size_t mountPointSize = offsetof(LinkData, symbolicLinkFlags);
 constexpr DWORD relativeFlag = 1;

@@ -2,6 +2,6 @@
 
 #include <windows.h>
 
-/// Whether an open link (with READ_CONTROL) belongs to SYSTEM, Administrators or TrustedInstaller, and nobody else
-/// may change where it leads. What cannot be told is not so.
+/// Reaches the file system and decides: whether an open link (with READ_CONTROL) is owned by SYSTEM, Administrators
+/// or TrustedInstaller, and its access list lets no other account change it. False when this cannot be read.
 bool isLinkTrusted(HANDLE link) noexcept;

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// Where an open directory lies, in long names: a location is told with the names by which it was opened, and a short
-/// one ("C:\\PROGRA~1") would look like another directory's.
+/// The location of an open directory in long names and upper case, with a backslash at its end. Without
+/// FILE_NAME_NORMALIZED a directory opened by a short name ("PROGRA~1") has the short name in its location.
 DWORD finalLocation(HANDLE directory, std::wstring& location)
 {
     wchar_t buffer[0x8000];
@@ -25,7 +25,7 @@ DWORD finalLocation(HANDLE directory, std::wstring& location)
     return ERROR_SUCCESS;
 }
 
-/// Finds the locations of the system's and of this program's own directory.
+/// The locations of the system directory and of this program's directory.
 DWORD findNeeded(std::vector<std::wstring>& locations)
 {
     wchar_t system[MAX_PATH] = L"";

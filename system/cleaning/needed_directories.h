@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
-/// @return ERROR_CURRENT_DIRECTORY when the machine, or the panel, could not go on without what is in the directory,
-/// whatever its path looks like; another code when this cannot be told. (What its text alone tells, the table of the
-/// directories to be cleaned has judged before: roots of volumes, the panel's root.)
+/// Reaches the file system and decides: whether an open directory is, or contains, the system directory or the
+/// directory of this program. It compares locations, so links and other spellings of a path do not matter. The
+/// cleaning table has refused roots of volumes and the installation directory by their paths before.
+/// @return ERROR_SUCCESS when it contains neither; ERROR_CURRENT_DIRECTORY when it does; another Win32 code when a
+///         location cannot be read
 DWORD refuseNeeded(HANDLE directory);

@@ -20,7 +20,7 @@ DWORD codeOf(NTSTATUS status) noexcept
     constexpr auto cannotBreakOplock = static_cast<NTSTATUS>(0xC0000909);
     constexpr auto fileIsADirectory = static_cast<NTSTATUS>(0xC00000BA),
                    deletePending = static_cast<NTSTATUS>(0xC0000056);
-    switch (status) { // the system calls both of these "access denied", in which nobody could tell them
+    switch (status) { // RtlNtStatusToDosError returns ERROR_ACCESS_DENIED for the first two
     case fileIsADirectory:
         return unexpectedDirectory;
     case deletePending:
@@ -38,7 +38,7 @@ DirectoryEntry entryOf(const FILE_FULL_DIR_INFO& found)
         return FILETIME{value.LowPart, static_cast<DWORD>(value.HighPart)};
     };
     const bool isReparsePoint = (found.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
-    // For reparse points the field of the extended attributes holds the tag.
+    // For reparse points EaSize holds the tag.
     return {std::wstring(found.FileName, found.FileNameLength / sizeof(wchar_t)), found.FileAttributes,
         isReparsePoint, isReparsePoint && isLinkTag(found.EaSize),
         static_cast<std::uint64_t>(found.EndOfFile.QuadPart), time(found.CreationTime), time(found.LastAccessTime),
@@ -60,22 +60,23 @@ DWORD NtDirectorySource::openRoot(const std::wstring& root, Handle& opened)
 DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened)
 {
     if (name.empty() || name.size() > MAXSHORT || name.find_first_of(L"\\:") != std::wstring_view::npos)
-        return ERROR_INVALID_NAME; // a file system that lists such a name would lead us elsewhere
+        return ERROR_INVALID_NAME; // a separator or a stream would open an object outside of the directory's entries
     UNICODE_STRING text{};
     text.Length = text.MaximumLength = static_cast<USHORT>(name.size() * sizeof(wchar_t));
-    text.Buffer = const_cast<wchar_t*>(name.data()); // the system's type knows no const
-    // Not through a directory that has become a link since it was opened.
-    constexpr ULONG dontReparse = 0x1000; // OBJ_DONT_REPARSE, unknown before Windows 10
+    text.Buffer = const_cast<wchar_t*>(name.data()); // only read, but UNICODE_STRING has no const
+    // Refuses a directory that has become a link since it was opened.
+    constexpr ULONG dontReparse = 0x1000; // OBJ_DONT_REPARSE, from Windows 10 on
     OBJECT_ATTRIBUTES attributes;
     InitializeObjectAttributes(
         &attributes, &text, dontReparse | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
 
-    // No more rights than a directory grants to whoever may remove from it: an entry may deny all of its own.
+    // Rights on the directory grant FILE_READ_ATTRIBUTES and DELETE for its entries, even when an entry's own access
+    // list denies everything. Further rights are requested only when needed.
     ACCESS_MASK access = FILE_READ_ATTRIBUTES;
     access |= opening.security ? READ_CONTROL : 0;
     access |= opening.remove ? DELETE : 0;
     access |= opening.list ? FILE_LIST_DIRECTORY | SYNCHRONIZE : 0;
-    // Who holds an oplock could keep an open waiting for ever.
+    // Without FILE_COMPLETE_IF_OPLOCKED the holder of an oplock could block the open for ever.
     ULONG options = FILE_OPEN_REPARSE_POINT | FILE_COMPLETE_IF_OPLOCKED;
     options |= opening.list ? FILE_SYNCHRONOUS_IO_NONALERT : 0;
     if (opening.type == Opening::Type::file)
@@ -88,7 +89,7 @@ DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Op
             opening.pinned ? FILE_SHARE_READ | FILE_SHARE_WRITE : shareAll, FILE_OPEN, options, nullptr, 0);
     };
     constexpr auto invalidParameter = static_cast<NTSTATUS>(0xC000000D);
-    constexpr NTSTATUS oplockBreakInProgress = 0x108; // opened, but its holder has not answered yet
+    constexpr NTSTATUS oplockBreakInProgress = 0x108; // opened; the oplock's holder has not answered yet
     NTSTATUS status = create();
     if (status == invalidParameter) {
         attributes.Attributes &= ~dontReparse;
@@ -110,7 +111,7 @@ DWORD NtDirectorySource::kindOf(Handle object, ObjectKind& kind)
 {
     FILE_ATTRIBUTE_TAG_INFO info{};
     if (!GetFileInformationByHandleEx(object, FileAttributeTagInfo, &info, sizeof info)) {
-        FILE_BASIC_INFO basic; // file systems without tags (FAT) may know just this
+        FILE_BASIC_INFO basic; // file systems without reparse points (FAT) may support only this
         if (!GetFileInformationByHandleEx(object, FileBasicInfo, &basic, sizeof basic))
             return GetLastError();
         info.FileAttributes = basic.FileAttributes;
@@ -126,8 +127,8 @@ DWORD NtDirectorySource::kindOf(Handle object, ObjectKind& kind)
 
 DWORD NtDirectorySource::locationOf(Handle object, std::wstring& location)
 {
-    // The same as GetFinalPathNameByHandle without its way through the mount manager, which costs more than all the
-    // rest of a removal.
+    // As GetFinalPathNameByHandle, but without the query to the mount manager, which takes longer than the rest of a
+    // removal.
     constexpr auto objectNameInformation = static_cast<OBJECT_INFORMATION_CLASS>(1);
     alignas(UNICODE_STRING) std::array<BYTE, 1024> small;
     std::vector<BYTE> large;
@@ -148,7 +149,7 @@ DWORD NtDirectorySource::locationOf(Handle object, std::wstring& location)
 
 DWORD NtDirectorySource::list(Handle directory, bool first, std::vector<DirectoryEntry>& entries)
 {
-    constexpr std::size_t piece = 65'536; // the most that every network file system takes
+    constexpr std::size_t piece = 65'536; // the largest buffer that all network file systems accept
     buffer_.resize(piece);
     entries.clear();
     if (!GetFileInformationByHandleEx(

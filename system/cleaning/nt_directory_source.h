@@ -2,8 +2,8 @@
 
 #include "system/cleaning/idirectory_source.h"
 
-/// The machine's file systems, through the system's native calls: these open a name relative to an open directory,
-/// and take it literally, whatever it is and however deep it lies.
+/// Reaches the file system: the file systems of the machine, through native calls. These open a name relative to an
+/// open directory. They take every name literally and have no limit on the length of the path.
 class NtDirectorySource : public IDirectorySource
 {
 public:
@@ -18,5 +18,5 @@ public:
     bool isTrusted(Handle link) noexcept override;
 
 private:
-    std::vector<BYTE> buffer_; // of listings, kept from piece to piece
+    std::vector<BYTE> buffer_; // for listings
 };

@@ -14,7 +14,7 @@ bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_vi
             ++found;
             continue;
         }
-        // Wine tells names without the dots and blanks at their ends. They are opened whole, there too.
+        // Wine omits dots and blanks at the end of a name from the location. It opens the full name, as Windows does.
         const std::size_t rest = std::min(expected.find_first_not_of(L". ", at), expected.size());
         if (rest == at || (rest < expected.size() && expected[rest] != L'\\'))
             return false;

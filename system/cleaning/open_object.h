@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-/// An open object of a source; closes it.
+/// Holds a handle only: owns an open object of a source and closes it.
 class OpenObject
 {
 public:
@@ -25,7 +25,7 @@ public:
 
     IDirectorySource::Handle get() const noexcept { return handle_; }
 
-    /// For the source's operations that open; what was open is closed first.
+    /// The handle as an output parameter. An open object is closed first.
     IDirectorySource::Handle& receive() noexcept
     {
         close();
@@ -43,12 +43,13 @@ private:
     IDirectorySource::Handle handle_ = nullptr;
 };
 
-/// An open directory and where it was found to lie.
+/// Holds data only: an open directory and its location (IDirectorySource::locationOf).
 struct DirectoryAt
 {
     OpenObject object;
     std::wstring location;
 };
 
-/// Whether the object lies in the directory under just this name.
+/// Decides whether an object's location is that of the directory followed by this name.
+/// @param directory, location  as IDirectorySource::locationOf
 bool liesAt(std::wstring_view directory, std::wstring_view name, std::wstring_view location);

@@ -28,6 +28,7 @@ void remove(const std::wstring& path, What what)
         code = what == What::tree ? removal.removeTree(*parent, name) : removal.removeEntry(*parent, name);
         failed = path.substr(0, separator + 1) + removal.failedPath();
     }
+    // The trail's name is part of the interface with the panel's log readers; do not correct.
     if (code != ERROR_SUCCESS && !isMissing(code))
         throwOsError(code, L"Unable to remove path (" + failed + L")", {"RunTime::File::remove"});
 }

@@ -2,14 +2,15 @@
 
 #include <string>
 
-// What others hold is waited for: at most two seconds in all, for every removal of this process together.
+// Reaches the file system: the removal of single entries. All removals of this process together wait at most two
+// seconds for objects that other processes have open.
 
-/// Removes a file, or a directory link as such, without ever following a link on the way (openCleanedDirectory,
-/// TreeRemoval). One that does not exist counts as removed.
-/// @param path  absolute; behind the last backslash the entry's name, taken literally
+/// Removes a file or a link; the target of a link stays. An untrusted link in the path is not followed
+/// (openCleanedDirectory). A missing entry counts as removed.
+/// @param path  absolute; the name after the last backslash is taken literally
 /// @throws vosexception "Unable to remove path (<path of the entry that could not be removed>)"
 void removeFile(const std::wstring& path);
 
-/// Removes a directory with everything in it, as removeFile does.
+/// Removes a directory with its content, otherwise as removeFile. Links in it are removed, not followed.
 /// @throws vosexception as removeFile, at the first entry that cannot be removed
 void removeDirectory(const std::wstring& path);

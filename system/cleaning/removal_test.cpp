@@ -9,7 +9,8 @@
 
 namespace {
 
-/// A directory to be cleaned on a volume, and one beside it that nothing may happen to. All paths are literal ones.
+/// A directory to be cleaned and one beside it that must not change, both on one volume. All paths have the prefix
+/// \\?\ .
 class Removal : public testing::TestWithParam<const wchar_t*>
 {
 protected:
@@ -33,7 +34,7 @@ protected:
         EXPECT_TRUE(made || GetLastError() == ERROR_FILE_EXISTS) << GetLastError();
     }
 
-    /// Paths and attributes of all that lies in a directory.
+    /// Paths and attributes of all objects in a directory and below.
     std::wstring content(const std::wstring& directory)
     {
         std::wstring all;
@@ -45,7 +46,7 @@ protected:
         return all;
     }
 
-    /// What the adapter does: each entry for itself, failures left behind. @return the entries that stayed
+    /// Removes each entry as the adapter does, and goes on after a failure. @return the entries that were not removed
     std::set<std::wstring> cleanAll()
     {
         std::set<std::wstring> stayed;
@@ -71,7 +72,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Volumes, Removal, testing::Values(L"C:\\", L"D:\\"));
 
-TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
+TEST_P(Removal, RemovesAllButBusyEntries)
 {
     const std::wstring names[] = {L"plain", L"dot.", L"dot", L"blank ", L"blank", L"nul", L"con.txt",
         L"ä Ж \xd83d\xde00", std::wstring(200, L'n')};
@@ -96,7 +97,7 @@ TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
             }
             if (GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
                 file(path, attribute);
-            // Another name of the file, which keeps its attributes; one a round, fifty in all.
+            // A hard link, whose attributes must stay: one a round, fifty in all.
             CreateHardLinkW((outside + L"\\" + std::to_wstring(round % 50)).c_str(), path.c_str(), nullptr);
             if (random() % 20 != 0)
                 continue;
@@ -118,7 +119,7 @@ TEST_P(Removal, TakesAllThatCanGoAndNothingElse)
     figure(count, "directory trees with busy files cleaned, on one of two volumes");
 }
 
-TEST_P(Removal, GoesBeyondTheLengthOfOrdinaryPaths)
+TEST_P(Removal, RemovesTreesWithPathsBeyond260Characters)
 {
     std::wstring path = clean;
     for (int level = 0; level < 250; ++level)
@@ -128,7 +129,7 @@ TEST_P(Removal, GoesBeyondTheLengthOfOrdinaryPaths)
     EXPECT_EQ(L"", content(clean));
 }
 
-TEST_P(Removal, SaysWhichEntryItCouldNotRemove)
+TEST_P(Removal, NamesTheEntryThatCannotBeRemoved)
 {
     const std::wstring inner = clean + L"\\tree\\inner";
     CreateDirectoryW((clean + L"\\tree").c_str(), nullptr);
@@ -139,6 +140,6 @@ TEST_P(Removal, SaysWhichEntryItCouldNotRemove)
     const std::wstring failure = failureOf<vosexception>([&] { helper.removeDirectory(clean + L"\\tree"); });
     EXPECT_TRUE(messageIn(failure).ends_with(L" at Unable to remove path (" + inner + L"\\busy)")) << failure;
     EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeFile(clean + L"\\none"); }));
-    EXPECT_TRUE(helper.listDirectory(L"C:\\windows\\SYSTEM32", 2).empty()) << "nobody wants that emptied";
+    EXPECT_TRUE(helper.listDirectory(L"C:\\windows\\SYSTEM32", 2).empty()) << "the system directory is never listed";
     EXPECT_NE(L"nothing thrown", failureOf<vosexception>([&] { helper.removeFile(inner); })) << "a directory";
 }

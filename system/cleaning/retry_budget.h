@@ -2,15 +2,16 @@
 
 #include "system/cleaning/win32_codes.h"
 
-/// How long removals may wait for others in all: short pauses, out of one budget for the life of the object. A
-/// thousand locked files thus cost no more than the budget.
+/// Decides which failures are tried again, and for how long. All retries share one budget for the life of the object,
+/// so a thousand locked files wait no longer than one.
 class RetryBudget
 {
 public:
     explicit RetryBudget(long budgetMilliseconds) noexcept : left_(budgetMilliseconds) {}
 
-    /// Repeats an attempt while its Win32 code says that the obstacle may pass: somebody has the object open, its
-    /// removal is under way, or a directory's last entry is, or it was moved between two looks. @return the last code
+    /// Repeats an attempt while its Win32 code may change soon: the object is open elsewhere, its removal or that of
+    /// a directory's last entry is pending, or it was moved between two steps.
+    /// @return the code of the last attempt
     template <typename Attempt>
     DWORD repeat(const Attempt& attempt)
     {
@@ -20,7 +21,8 @@ public:
             const DWORD code = attempt();
             const bool mayPass = code == ERROR_SHARING_VIOLATION || code == ERROR_DELETE_PENDING ||
                                  code == ERROR_DIR_NOT_EMPTY ||
-                                 code == leadsElsewhere; // where removed objects wait for their last handle
+                                 // NTFS keeps a deleted object in another directory until its last handle closes.
+                                 code == leadsElsewhere;
             if (!mayPass || attempts == mostAttempts || left_ < pause)
                 return code;
             left_ -= pause;

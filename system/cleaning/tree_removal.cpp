@@ -15,7 +15,7 @@ DWORD TreeRemoval::openEntry(IDirectorySource::Handle parent, std::wstring_view 
     std::wstring_view name, const Opening& opening, OpenObject& opened)
 {
     DWORD code = source_.open(parent, name, opening, opened.receive());
-    // A directory that became a link after it was opened would lead this, too, elsewhere.
+    // If the parent became a link after it was opened, this object lies elsewhere.
     std::wstring location;
     if (code == ERROR_SUCCESS)
         code = source_.locationOf(opened.get(), location);
@@ -38,7 +38,7 @@ DWORD TreeRemoval::removeEntryAt(
             if (code == ERROR_SUCCESS)
                 code = source_.kindOf(object.get(), kind);
             if (code == ERROR_SUCCESS && kind != ObjectKind::link)
-                code = unexpectedDirectory; // not what was asked for, or no longer
+                code = unexpectedDirectory; // a directory, or replaced by one since it was listed
         }
         return successIfMissing(code == ERROR_SUCCESS ? source_.remove(object.get()) : code);
     });
@@ -74,7 +74,7 @@ DWORD TreeRemoval::removeTree(const DirectoryAt& parent, std::wstring_view name)
         else
             code = leave(levels_.size() > 1 ? levels_[levels_.size() - 2].object.get() : parent.object.get());
     }
-    while (!levels_.empty()) // innermost first: others cannot rename what has something open in it
+    while (!levels_.empty()) // innermost first: a directory with an open object in it cannot be renamed
         levels_.pop_back();
     return code;
 }
@@ -85,7 +85,7 @@ DWORD TreeRemoval::enter(IDirectorySource::Handle parent, const std::wstring& na
     Opening opening{.type = Opening::Type::directory, .list = true, .remove = true, .pinned = true};
     DWORD code = retries_.repeat([&] { return openEntry(parent, location_, name, opening, level.object); });
     if (code == ERROR_SHARING_VIOLATION || code == ERROR_ACCESS_DENIED) {
-        // It is in use, or not to be removed, but what is in it may be.
+        // The directory is open elsewhere or may not be removed; its content may be removable.
         opening.remove = opening.pinned = level.removable = false;
         code = openEntry(parent, location_, name, opening, level.object);
     }

@@ -3,33 +3,34 @@
 #include "system/cleaning/open_object.h"
 #include "system/cleaning/retry_budget.h"
 
-/// Removes entries of directories: decides on an open object, and removes that very object. Whatever others do to
-/// the tree meanwhile, nothing is removed that does not lie in the given directory at that moment.
+/// Decides, on a given source: removes entries of directories. It checks an open object and removes it by the same
+/// handle. Other processes may change the tree meanwhile: only objects are removed that lie in the given directory
+/// when they are checked.
 class TreeRemoval
 {
 public:
-    /// Both are used for the life of the object, not owned.
+    /// Neither is owned; both must outlive the object.
     TreeRemoval(IDirectorySource& source, RetryBudget& patience) noexcept : source_(source), retries_(patience) {}
 
-    /// Removes a file or a link. A directory that is none is left alone: unexpectedDirectory.
-    /// @return a Win32 code; an entry that is not there counts as removed
+    /// Removes a file or a link.
+    /// @return a Win32 code: ERROR_SUCCESS also for a missing entry, unexpectedDirectory for a directory
     DWORD removeEntry(const DirectoryAt& parent, std::wstring_view name);
 
-    /// Removes a directory with everything in it: files, then subdirectories, then itself. Links in it, and a link
-    /// or a file in its own place, are removed as such. Stops at the first entry that cannot be removed.
-    /// @return a Win32 code; an entry that is not there counts as removed
+    /// Removes a directory with its content: files, then subdirectories, then itself. Links in it are removed, not
+    /// followed. A link or a file of this name is removed too. Stops at the first entry that cannot be removed.
+    /// @return a Win32 code; ERROR_SUCCESS also for a missing entry
     DWORD removeTree(const DirectoryAt& parent, std::wstring_view name);
 
-    /// The path, relative to the last call's parent, of the entry that could not be removed; only after a failure.
+    /// The path, relative to the parent, of the entry that the last call could not remove. Valid after a failure.
     const std::wstring& failedPath() const noexcept { return failedPath_; }
 
 private:
-    /// One directory of the way down to where the removal is.
+    /// An open directory between the parent and the entry that is being removed.
     struct Level
     {
         OpenObject object;
         std::wstring name;
-        bool removable; // opened for that too
+        bool removable; // opened with DELETE
         std::vector<std::wstring> directories;
         std::size_t next = 0;
     };
@@ -44,7 +45,7 @@ private:
 
     IDirectorySource& source_;
     RetryBudget& retries_;
-    std::vector<Level> levels_; // not the program's stack: trees may be as deep as they like
+    std::vector<Level> levels_; // not recursion: a deep tree would overflow the stack
     std::wstring location_;     // of the innermost level
     std::wstring failedPath_;
 };

@@ -9,7 +9,7 @@
 
 namespace {
 
-/// \vol\clean\top with directories, files and links, and beside it what must stay.
+/// \vol\clean\top with directories, files and links, and \vol\outside, which must not change.
 struct Tree
 {
     ScriptedSource source;
@@ -39,8 +39,8 @@ struct Tree
 
 using Attack = void (*)(Tree& tree);
 
-/// What somebody with all rights in the cleaned directory may do between two of our steps. Stronger than Windows lets
-/// him be: what we hold open does not hinder him.
+/// Changes by an attacker with all rights in the cleaned directory, between two steps of the removal. On Windows he
+/// could do less: there, directories that are open cannot be renamed.
 const Attack attacks[] = {
     [](Tree& t) { t.source.replaceByLink(t.top, t.outside); },
     [](Tree& t) { t.source.replaceByLink(t.inner, t.outside); },
@@ -51,12 +51,12 @@ const Attack attacks[] = {
     [](Tree& t) { t.source.replaceByLink(ScriptedSource::find(t.inner, L"a"), t.outside); },
     [](Tree& t) { t.source.add(t.inner, L"late", ObjectKind::file); },
     [](Tree& t) { t.source.detach(ScriptedSource::find(t.inner, L"b")); }, [](Tree& t) { t.source.detach(t.inner); },
-    [](Tree&) {}, // nobody there
+    [](Tree&) {}, // no attack
 };
 
 } // namespace
 
-TEST(TreeRemoval, NeverLeavesItsDirectoryWhateverHappensBetweenItsSteps)
+TEST(TreeRemoval, RemovesNothingOutsideWhenTheTreeChangesBetweenSteps)
 {
     int steps = 1;
     for (const Attack& attack : attacks) {
@@ -71,7 +71,7 @@ TEST(TreeRemoval, NeverLeavesItsDirectoryWhateverHappensBetweenItsSteps)
             removals += tree.removeTop() == ERROR_SUCCESS ? 1 : 0;
             steps = std::max(steps, tree.source.steps);
             ASSERT_EQ(before, tree.source.content(tree.outside)) << &attack - attacks << " at step " << at;
-            ASSERT_EQ(0, tree.source.openObjects) << "nothing stays open";
+            ASSERT_EQ(0, tree.source.openObjects) << "objects left open";
         }
         EXPECT_GT(removals, 0);
     }

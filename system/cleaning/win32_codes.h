@@ -2,13 +2,13 @@
 
 #include <windows.h>
 
-// Win32 codes of the cleaning of directories.
+// Holds codes only: Win32 codes that the cleaning of directories uses.
 
-// Codes of the system that its headers lack here: ERROR_DIRECTORY_NOT_SUPPORTED, ERROR_UNTRUSTED_MOUNT_POINT,
-// ERROR_REPARSE_POINT_ENCOUNTERED.
+// ERROR_DIRECTORY_NOT_SUPPORTED, ERROR_UNTRUSTED_MOUNT_POINT and ERROR_REPARSE_POINT_ENCOUNTERED, which MinGW-w64's
+// headers lack.
 inline constexpr DWORD unexpectedDirectory = 336, untrustedLink = 448, leadsElsewhere = 4395;
 
-/// Whether the code says that there is nothing of the name.
+/// Whether the code says that no object of this name exists.
 constexpr bool isMissing(DWORD code) noexcept
 {
     return code == ERROR_FILE_NOT_FOUND || code == ERROR_PATH_NOT_FOUND;

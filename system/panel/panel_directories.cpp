@@ -28,7 +28,7 @@ std::wstring directory(const wchar_t* name)
 std::wstring absoluteRoot()
 {
     std::wstring root = directory(L"PRODUCT_ROOT_D");
-    // Programs are run from there as administrator: never relative to wherever the caller happens to be.
+    // Programs in it are run as administrator, so it must not depend on the current directory.
     if (!path::isAbsolute(root)) {
         throw vexception(L"The product's root directory is not an absolute path: '" + root + L"'",
             {"panel::installationDirectory"});

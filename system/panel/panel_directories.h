@@ -2,14 +2,15 @@
 
 #include <string>
 
-/// Where the panel lies, as its management service says. Texts are normalised paths.
+/// The panel's directories, as its management service names them. The paths are normalised.
 namespace panel {
 
-/// The installation directory: asked for once per process, until it was answered.
-/// @throws vexception when the service cannot be asked, or its answer is no absolute path
+/// The installation directory. The service's first answer is kept for the life of the process.
+/// @throws vexception when the query fails, or the answer is not an absolute path
 std::wstring installationDirectory();
 
-/// The directory of the panel's temporary dump files: asked for at every call. @throws vexception
+/// The directory of the panel's temporary dump files. Queries the service at each call.
+/// @throws vexception when the query fails
 std::wstring dumpTempDirectory();
 
 } // namespace panel

@@ -13,13 +13,13 @@
 
 namespace {
 
-/// What the child writes, to the end.
+/// Reads to the end of the child's output.
 std::vector<char> readAll(ExecPipe& pipe)
 {
     std::vector<char> bytes;
     char part[1024];
     while (const std::size_t count = pipe.read(part, sizeof part, 0)) {
-        // Doubling, as the vector would on its own, costs too much memory for a large output.
+        // Growing by a quarter: the vector's own doubling takes too much memory for a large output.
         if (bytes.capacity() - bytes.size() < count)
             bytes.reserve(bytes.size() + bytes.size() / 4 + sizeof part);
         bytes.insert(bytes.end(), part, part + count);
@@ -27,16 +27,16 @@ std::vector<char> readAll(ExecPipe& pipe)
     return bytes;
 }
 
-/// The rest of a run, once the child is started; `code` gets the exit code as soon as there is one.
+/// Reads the output of a started child and awaits its end. `code` gets the exit code, also before an exception.
 void finish(
     vexecutil& runner, const std::wstring& name, const std::wstring& shown, std::wstring& output, std::uint32_t& code)
 {
     {
-        // Drained before waiting: a full pipe would block the child for ever.
+        // Read before the wait: a full pipe would block the child for ever.
         const std::vector<char> bytes = readAll(runner.stdoutPipe);
         output = toWide({bytes.data(), bytes.size()}, ansiCodePage);
     }
-    runner.waitForExit(INFINITE); // the utilities decide themselves how long they take
+    runner.waitForExit(INFINITE); // a utility has no time limit
     code = runner.exitCode();
     if (code != 0) {
         throw vexception(L"Execute " + name + L" " + shown + L" failed with error code " +
@@ -55,7 +55,7 @@ void run(const std::wstring& name, const std::wstring& arguments, const std::wst
         std::wstring unwanted;
         finish(runner, name, shown, output ? *output : unwanted, code);
     } catch (...) {
-        runner.terminate(); // nothing is left running that nobody looks after
+        runner.terminate(); // a child that was started must not outlive the failure
         throw;
     }
     writeToUtilExecLog(false, runner.path, arguments, GetTickCount() - started);
@@ -92,6 +92,7 @@ void startKelvoUtilInternal(
         runner.start();
         if (input)
             runner.stdinPipe.write(input->data(), input->size(), ExecPipe::lastWrite);
+        // The tag's text is part of the interface with the panel's log readers; do not correct.
         if (span.isActive())
             span.tag("if_error", call(L"Unabale to start command: %s %s", runner.path)); // sic
     });
@@ -106,7 +107,7 @@ std::uint32_t execKelvoUtil(const std::wstring& name, const std::wstring& argume
         const auto describe = [&](const wchar_t* format) {
             return [&, format] { return formatString(format, name.c_str(), shown.c_str()); };
         };
-        // sic, both
+        // Both texts (sic) and lines are part of the interface with the panel's log readers; do not correct.
         operation({"execKelvoUtil", 127}, describe(L"Unabke to call execKelvoUtil(%s %s"), [&](Span&) {
             if (output)
                 output->clear();

@@ -12,7 +12,7 @@
 
 namespace {
 
-/// A panel with one utility, "util", that does what its script says.
+/// A panel with a scripted utility "util", and with "broken", which is not a program.
 class Utility : public RegistrySandbox
 {
 protected:
@@ -37,7 +37,7 @@ protected:
         return {{serviceReply(body.message())}};
     }
 
-    /// What the utility printed, or the message of the failure behind "!".
+    /// The utility's output; after a failure "!" and its message.
     std::wstring run(const std::string& script, const std::string* input = nullptr, const wchar_t* name = L"util",
         const wchar_t* arguments = L"--pwd=s3 --x")
     {
@@ -56,7 +56,7 @@ protected:
 
 } // namespace
 
-TEST_F(Utility, EndsAsItsOutputAndExitCodeSay)
+TEST_F(Utility, ReturnsItsOutputOrFailsWithItsExitCode)
 {
     const std::string input(300'000, 'i');
     const DWORD start = GetTickCount();
@@ -68,14 +68,14 @@ TEST_F(Utility, EndsAsItsOutputAndExitCodeSay)
             {"out boom\nexit 3", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code 3: boom\r\n"},
             {"crash", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code -1073741819: "}})
         EXPECT_EQ(outcome, run(script, given)) << script;
-    EXPECT_LT(GetTickCount() - start, 15'000u) << "not held up by what a utility left behind";
-    EXPECT_TRUE(run("exit 0", &input).ends_with(L" at Unable to write to pipe")) << "nobody takes the input";
+    EXPECT_LT(GetTickCount() - start, 15'000u) << "a process that the utility started must not delay the end";
+    EXPECT_TRUE(run("exit 0", &input).ends_with(L" at Unable to write to pipe")) << "the input is not read";
     EXPECT_EQ(L"!Unable to find path of 'nosuch'", run("", nullptr, L"nosuch"));
     EXPECT_TRUE(run("", nullptr, L"broken")
             .ends_with(L"(Error code 193) at CreateProcess '\"" + root + L"\\admin\\bin\\broken.exe\" --pwd=* --x'"));
 }
 
-TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
+TEST_F(Utility, IsFoundInTheInstallationDirectoryOnlyAndMayReturnItsExitCode)
 {
     setScript("exit 7");
     EXPECT_EQ(7u, execKelvoUtil(L"UTIL.EXE", L"", nullptr, false, nullptr, false));
@@ -86,7 +86,7 @@ TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
     EXPECT_EQ(root + L"\\", KelvoRepairAdapter::DefaultSystemHelper().getKelvoRootDir());
 }
 
-TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
+TEST_F(Utility, RunsAsTheImpersonatedUserWhenOnlyOneTokenIsAnAdministrators)
 {
     const UniqueHandle own = identity::tokenOf(GetCurrentProcess(), TOKEN_ALL_ACCESS);
     const identity::Sid administrators = identity::Sid::wellKnown(WinBuiltinAdministratorsSid);

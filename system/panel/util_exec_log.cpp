@@ -11,6 +11,7 @@
 void writeToUtilExecLog(
     bool isStart, const std::wstring& path, const std::wstring& arguments, std::uint32_t elapsed) noexcept
 {
+    // The text is part of the interface with the panel's log readers; do not correct.
     const auto describe = callText(L"Unabale to call writeToUtilExecLog()"); // sic
     try {
         operation({"writeToUtilExecLog"}, describe, [&](Span&) {
@@ -20,7 +21,7 @@ void writeToUtilExecLog(
                     moduleFileName().c_str(), path.c_str(), maskArguments(arguments).c_str(), milliseconds.c_str()));
         });
     } catch (const vexception& failure) {
-        LogManager::log(LogLevel::Warning, failure); // an Error would stand beside the answer
-    } catch (...) {                                  // no memory, not even for the failure
+        LogManager::log(LogLevel::Warning, failure); // not an Error: the command itself succeeds
+    } catch (...) {                                  // out of memory: the utility still runs
     }
 }

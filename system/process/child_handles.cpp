@@ -14,7 +14,7 @@ UniqueFile openInheritable(const std::wstring& path, DWORD access, DWORD disposi
     return file;
 }
 
-/// A handle of ours as the child can have it; none, or one that is no longer valid, becomes none.
+/// An inheritable copy of a handle of this process; empty for a null or invalid handle.
 UniqueFile inheritableCopy(HANDLE handle)
 {
     HANDLE copy = nullptr;

@@ -6,7 +6,7 @@
 #include <array>
 #include <vector>
 
-/// What the child gets as its standard handles, and what of it must be closed once the child has it.
+/// A child's standard handles. `owned` holds those that this process closes once the child has started.
 struct StandardHandles
 {
     std::array<HANDLE, 3> handles{}; // input, output, error // weak
@@ -19,11 +19,11 @@ struct StandardHandles
     }
 };
 
-/// Chooses the standard handles of a child that is about to start, and creates its pipes.
-/// @throws vosexception "CreateFile '<file>'"; as ExecPipe::create
+/// Chooses the standard handles of a child before its start, and creates its pipes.
+/// @throws vosexception "CreateFile '<file>'", and as ExecPipe::create
 StandardHandles standardHandles(vexecutil& child);
 
-/// Start-up attributes that let these handles, and no other inheritable ones, reach the child.
+/// Start-up attributes that let the child inherit only the given handles.
 class HandleList
 {
 public:

@@ -44,7 +44,7 @@ void grant(HANDLE object, const std::wstring& name, const identity::Sid& user, D
     const UniqueLocalMemory descriptorMemory(descriptor);
     if (status != ERROR_SUCCESS)
         throwOsError(status, L"Unable to get a winstation (" + name + L") security", site);
-    if (!list || isGranted(list, user, rights)) // without a list everybody has every right
+    if (!list || isGranted(list, user, rights)) // no access list grants all rights to every account
         return;
 
     EXPLICIT_ACCESSW entry{};
@@ -65,7 +65,7 @@ void grant(HANDLE object, const std::wstring& name, const identity::Sid& user, D
         throwOsError(status, L"Unable to set a winstation (" + name + L") security", site);
 }
 
-/// The process's window station replaced for the life of a scope: desktops are opened in that one.
+/// Replaces the process's window station for a scope. OpenDesktop looks in the process's window station.
 class StationScope
 {
 public:

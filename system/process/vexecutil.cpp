@@ -19,8 +19,9 @@ bool isRedirected(const vexecutil& child)
            !child.stdinFile.empty() || !child.stdoutFile.empty() || !child.stderrFile.empty();
 }
 
-/// @throws vosexception "CreateProcess '<command line>'" for a path that is not absolute: the system would look for
-/// it in the current directory and along PATH
+/// The executable's path. A path that is not absolute is refused: the system would search the current directory and
+/// PATH for it.
+/// @throws vosexception "CreateProcess '<command line>'"
 std::wstring absoluteExecutable(const vexecutil& child, const std::wstring& commandLine)
 {
     std::wstring executable = child.path;
@@ -47,22 +48,22 @@ DWORD creationFlags(const vexecutil& child) noexcept
     return flags;
 }
 
-/// What process creation needs beside the start-up record.
+/// The arguments of process creation without the start-up record.
 struct Creation
 {
     const std::wstring& executable;
     const std::wstring& commandLine;
-    const wchar_t* environment; // null for the parent's // weak
+    const wchar_t* environment; // null: the parent's // weak
     bool inheritHandles;
     DWORD flags;
 };
 
-/// Creates the process under the identity that chooseChildIdentity names.
+/// Creates the process with the token of chooseChildIdentity.
 PROCESS_INFORMATION create(const Creation& creation, STARTUPINFOEXW& startup)
 {
     const UniqueHandle token = chooseChildIdentity();
-    auto* const environment = const_cast<wchar_t*>(creation.environment); // the functions only read it
-    std::wstring commandLine = creation.commandLine;                      // the system may write to it
+    auto* const environment = const_cast<wchar_t*>(creation.environment); // CreateProcess only reads it
+    std::wstring commandLine = creation.commandLine;                      // CreateProcessW may write to it
     PROCESS_INFORMATION started{};
     BOOL created = FALSE;
     if (token) {

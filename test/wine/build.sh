@@ -14,7 +14,7 @@ built=$work/wine
 source_tree=$work/source/wine
 system=/usr/lib/x86_64-linux-gnu/wine
 
-# The parts that are built here fit no other Wine, and links are kept in extended attributes.
+# The parts built here work with this version of Wine only. Links are stored in extended attributes.
 check_machine() {
     local installed
     installed=$(dpkg-query -W -f '${Version}' libwine)
@@ -28,7 +28,8 @@ check_machine() {
     fi
 }
 
-# The patched source. What Debian generates when it builds its packages and three modules do not need, is left empty.
+# Prepares the patched source. Files that Debian's build generates and that the modules built here do not need are left
+# empty.
 prepare_source() {
     fetch_source "$work/source" "wine=$version"
     cd "$work/source"
@@ -50,13 +51,13 @@ prepare_source() {
     cp -n /usr/share/wine/nls/*.nls nls/
     sed -e ':a;/\\$/{N;s/\\\n//;ba}' nls/Makefile.in | grep -E 'nls|SRCS' | sed 's/.*=//' | tr ' \t' '\n\n' | grep . |
         (cd nls && xargs touch -a)
-    # The registry script of kernelbase is generated, too: the installed library has it.
+    # The registry script of kernelbase is generated too. It is taken from the installed library.
     python3 "$here/registry_script.py" "$system/x86_64-windows/kernelbase.dll" >dlls/kernelbase/kernelbase.rgs
     mkdir -p "$work/source/build/dlls/ntdll/unix"
     printf '#define wine_build "wine-8.0 (links)"\n' | tee dlls/ntdll/unix/version.h >"$work/source/build/dlls/ntdll/unix/version.h"
 }
 
-# Configured so that the modules look for each other in the same relative places as those of Debian's packages.
+# Configured so that the modules find each other at the same relative paths as in Debian's packages.
 compile() {
     local without=(x freetype alsa capi coreaudio cups dbus fontconfig gphoto gnutls gssapi gstreamer inotify krb5 netapi
         opencl opengl osmesa oss pcap pulse sane sdl udev unwind usb v4l2 vulkan xcomposite)
@@ -103,7 +104,7 @@ check_machine
 rm -f "$work/.complete"
 say "Building the Wine of the link tests, once (about six minutes) ..."
 for step in prepare_source compile copy_installed; do
-    quietly nice -n 10 "$here/build.sh" "$step" # a process of its own: a function that "if" calls goes on after a failure
+    quietly nice -n 10 "$here/build.sh" "$step" # a separate process: "set -e" has no effect in a function that "if" calls
 done
 rm -rf "$work/source"
 printf '%s\n' "$stamp" >"$work/.complete"

@@ -5,7 +5,7 @@ import sys
 
 
 def resources(data, raw, address, offset=0, path=()):
-    """The leaves of the resource tree: the path of names and numbers, the bytes."""
+    """Yields the leaves of the resource tree: the path (names and numbers) and the bytes."""
     named, numbered = struct.unpack_from('<HH', data, raw + offset + 12)
     for index in range(named + numbered):
         name, target = struct.unpack_from('<II', data, raw + offset + 16 + 8 * index)
