@@ -19,8 +19,8 @@ LSTATUS lookup(const std::wstring& name, std::wstring& text);
 /// which means what a missing value means.
 UniqueRegistryKey openKey() noexcept;
 
-/// PRODUCT_ROOT_D, the panel's installation directory.
-/// @throws vosexception when it is not set; vexception when it has the wrong type
+/// PRODUCT_ROOT_D, the panel's installation directory, normalised like the management service's answer.
+/// @throws vosexception when it is not set or cannot be normalised; vexception when it has the wrong type
 std::wstring installationDirectory();
 
 /// PRODUCT_DATA_D, the panel's data directory. @throws as installationDirectory()
