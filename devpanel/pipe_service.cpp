@@ -11,7 +11,7 @@ namespace {
 
 const std::wstring pipes = L"\\\\.\\pipe\\";
 
-/// The bytes of a message: its length, then that many. Empty when the client has gone.
+/// Reads a length and a message of that length. @return the message; empty when the client has closed the pipe
 std::string readMessage(Con::OverlappedPipe& pipe)
 {
     const auto readExactly = [&](char* at, std::size_t size) {
@@ -54,10 +54,10 @@ std::string replyTo(const std::string& message)
 
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name)
 {
-    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client keeps its connection while it works
+    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected while it works
     Con::ServerOverlappedPipe pipe(longestCommand);
     try {
-        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX);
+        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX, Con::ServerOverlappedPipe::Owner::administrators);
     } catch (const vexception&) {
         return;
     }
@@ -68,7 +68,7 @@ void servePipe(DWORD silenceMilliseconds, const std::wstring& name)
                 Sleep(silenceMilliseconds);
                 pipe.write(reply.data(), reply.size());
             }
-        } catch (const vexception&) { // this client's fault or misfortune; the next one may fare better
+        } catch (const vexception&) { // ends this client's connection only
         }
         pipe.disconnect();
     }
@@ -80,7 +80,7 @@ void ensurePipe()
     bool started = false;
     for (int attempt = 0; attempt < 500; ++attempt) {
         try {
-            client.create(pipes + panelPipe, 10); // being asked makes the service stay
+            client.create(pipes + panelPipe, 10); // a connection restarts the service's idle time
             return;
         } catch (const vexception&) {
         }

@@ -5,22 +5,25 @@
 #include <string>
 #include <vector>
 
-/// Who somebody is: security identifiers, tokens and groups.
+/// Security identifiers, tokens and groups.
 namespace identity {
 
-/// A security identifier in memory of its own; empty for none.
+/// A security identifier; owns its memory. An empty one identifies no account.
 class Sid
 {
 public:
     Sid() = default;
     /// Copies it; null gives an empty one.
     explicit Sid(PSID sid);
+    /// @throws vosexception "CreateWellKnownSid"
     static Sid wellKnown(WELL_KNOWN_SID_TYPE type);
+    /// @param text  "S-1-5-..." @throws vosexception "ConvertStringSidToSid"
+    static Sid parse(const std::wstring& text);
 
     explicit operator bool() const noexcept { return !bytes_.empty(); }
     PSID get() const noexcept;
     bool operator==(const Sid& other) const noexcept;
-    /// "S-1-5-...", as security descriptors are written. @throws vosexception "ConvertSidToStringSid"
+    /// "S-1-5-...". @throws vosexception "ConvertSidToStringSid"
     std::wstring text() const;
 
 private:
@@ -30,17 +33,23 @@ private:
 /// The user of a token (opened with TOKEN_QUERY). @throws vosexception "GetTokenInformation"
 Sid userOf(HANDLE token);
 
-/// The user whom the calling thread acts as. @throws vosexception
+/// The user of the calling thread's effective token. @throws vosexception
 Sid currentUser();
 
-/// Whether the token, primary or impersonating (opened with TOKEN_QUERY), holds the enabled group of administrators.
+/// Whether the token (opened with TOKEN_QUERY, primary or impersonation) holds the group as an enabled one.
 /// @throws vosexception "GetTokenInformation"
+bool hasGroup(HANDLE token, const Sid& group);
+
+/// Whether the token holds the enabled group of administrators. @throws vosexception "GetTokenInformation"
 bool isAdministrator(HANDLE token);
 
 /// Whether it is SYSTEM or the group of administrators. @throws vosexception "CreateWellKnownSid"
 bool isSystemOrAdministrators(const Sid& sid);
 
-/// The token that the calling thread acts under: its own, else the process's. @throws vosexception
+/// Whether it is SYSTEM, the group of administrators or the service TrustedInstaller. @throws vosexception
+bool isSystemAuthority(const Sid& sid);
+
+/// The thread's impersonation token; without one, the process's token. @throws vosexception
 UniqueHandle effectiveToken(DWORD rights);
 
 /// The token of a process. @throws vosexception "OpenProcessToken"

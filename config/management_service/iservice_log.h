@@ -4,8 +4,7 @@
 
 #include <string>
 
-/// Where the client of the management service says how its queries go; the log is on a floor above. Calls
-/// never throw.
+/// Log of the management service's client. An interface, because logging/ lies above config/. Calls never throw.
 class IServiceLog
 {
 public:

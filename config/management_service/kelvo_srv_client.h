@@ -5,20 +5,24 @@
 
 #include <string>
 
-/// The panel's management service: the values that only it knows.
+/// Asks the panel's management service for its values.
 class KelvoSrvClient
 {
 public:
-    /// @param timeoutMilliseconds  how long the service may keep silent
+    /// @param log  must outlive this object
+    /// @param timeoutMilliseconds  time-out of one read or write
     explicit KelvoSrvClient(IServiceLog& log, DWORD timeoutMilliseconds = Con::OverlappedPipe::defaultTimeout);
 
-    /// The process's client, made at the first call. @param log  of the first call; must live as long as the
-    /// process
+    /// The process's client, made at the first call.
+    /// @param log  used by the client from the first call on; must live as long as the process
     static KelvoSrvClient& getInstance(IServiceLog& log);
 
     /// A text of the service by its name, such as "PRODUCT_ROOT_D".
     /// @throws vexception, already logged, when the service cannot be asked or answers with a failure
     std::wstring getString(const std::wstring& name);
+
+    /// Whether the last answer holds only as far as the registry confirms it.
+    bool needsConfirmation() const noexcept { return channel_.needsConfirmation(); }
 
 private:
     vpipechannel::client channel_;

@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-/// The management service's encoding of values: integers little-endian, texts with length and character size.
+/// The management service's encoding of values: little-endian integers, texts with length and character size.
 namespace vserializer {
 
-/// Bytes that are no valid encoding.
+/// The bytes are not a valid encoding.
 class invalidprotocol : public vexception
 {
 public:
@@ -31,17 +31,17 @@ private:
     std::string message_;
 };
 
-/// Reads values one after the other; never looks beyond the bytes that it was given, which must outlive it.
+/// Reads values one after the other. Never reads past the end of its bytes.
 class reader
 {
 public:
+    /// @param bytes  must outlive this object
     explicit reader(std::string_view bytes) noexcept : rest_(bytes) {}
 
     /// @throws invalidprotocol
     std::uint32_t number();
 
-    /// A text; where the service sent a failure in its place, that is thrown.
-    /// @throws invalidprotocol; vexception with the service's own text
+    /// @throws invalidprotocol; vexception with the service's error text when the service reports a failure
     std::wstring text();
 
 private:

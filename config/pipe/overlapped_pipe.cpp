@@ -53,7 +53,7 @@ DWORD OverlappedPipe::cancel() noexcept
 {
     DWORD bytes = 0;
     if (pending_) {
-        // The buffer is the system's until the operation has ended, cancelled or not.
+        // The system may write to the buffer until the cancelled operation has ended.
         CancelIoEx(handle_.get(), &overlapped_);
         if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) && GetLastError() != ERROR_MORE_DATA)
             bytes = 0;
@@ -96,7 +96,7 @@ std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
     const RaiseSite site("Con::OverlappedPipe::complete");
     const DWORD state = hasEnded() ? WAIT_OBJECT_0 : WaitForSingleObject(event_.get(), timeoutMilliseconds);
     if (state == WAIT_TIMEOUT) {
-        if (const DWORD bytes = cancel()) // it ended just before it could be cancelled
+        if (const DWORD bytes = cancel()) // it ended before the cancellation
             return bytes;
         throw PipeTimeout(site);
     }
@@ -107,11 +107,11 @@ std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
     }
     pending_ = false;
     DWORD bytes = 0;
-    // Waits for nothing: it has ended. But the event may be set a moment before the record says so.
+    // Does not block: the operation has ended. The event may be set shortly before the OVERLAPPED record is filled.
     if (GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE))
         return bytes;
     const DWORD code = GetLastError();
-    if (code == ERROR_MORE_DATA) // the rest of a message, for the next read
+    if (code == ERROR_MORE_DATA) // the next read gets the rest of the message
         return bytes;
     if (isPipeFinished(code))
         return 0;

@@ -6,21 +6,28 @@
 
 namespace Con {
 
-/// The serving end, of one instance; the pipe is of the type "byte".
+/// The server end of a byte-type pipe with one instance.
 class ServerOverlappedPipe : public OverlappedPipe
 {
 public:
     using OverlappedPipe::OverlappedPipe;
 
-    /// Creates the pipe; fails when one of that name exists.
+    /// Who owns a pipe. SYSTEM and the administrators have all rights to it, as has the owner.
+    enum class Owner
+    {
+        user, ///< the user of the calling thread
+        administrators
+    };
+
+    /// Creates the pipe. Fails when a pipe of that name exists.
     /// @param access  PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND or PIPE_ACCESS_DUPLEX
     /// @throws vosexception "Unable to create pipe <name>"
-    void create(const std::wstring& name, DWORD access);
+    void create(const std::wstring& name, DWORD access, Owner owner = Owner::user);
 
-    /// Waits for a client. @return false when none came in time
+    /// Waits for a client. @return false when no client connected in time
     /// @throws vosexception "Unable to wait while pipe has been connected"
     bool connect(DWORD timeoutMilliseconds);
-    /// Lets the client go; the pipe can be connected again.
+    /// Disconnects the client; another one can connect.
     void disconnect() noexcept;
 };
 
