@@ -20,7 +20,7 @@ void writeToUtilExecLog(
                     moduleFileName().c_str(), path.c_str(), maskArguments(arguments).c_str(), milliseconds.c_str()));
         });
     } catch (const vexception& failure) {
-        LogManager::log(LogLevel::Warning, failure); // an Error would stand beside the answer
-    } catch (...) {                                  // no memory, not even for the failure
+        LogManager::log(LogLevel::Warning, failure); // an Error would also go to standard output
+    } catch (...) {                                  // no memory for the failure itself
     }
 }

@@ -6,24 +6,25 @@
 #include <array>
 #include <vector>
 
-/// What the child gets as its standard handles, and what of it must be closed once the child has it.
+/// The standard handles of a child, and those of them that this process closes once the child is started.
 struct StandardHandles
 {
-    std::array<HANDLE, 3> handles{}; // input, output, error // weak
+    std::array<HANDLE, 3> handles{}; // input, output, error; null for none // weak
     std::vector<UniqueFile> owned;
 
+    /// @return the handle; null for an empty one
     HANDLE own(UniqueFile handle)
     {
         owned.push_back(std::move(handle));
-        return owned.back().get();
+        return owned.back() ? owned.back().get() : nullptr;
     }
 };
 
-/// Chooses the standard handles of a child that is about to start, and creates its pipes.
+/// Chooses a child's standard handles before its start and creates its pipes.
 /// @throws vosexception "CreateFile '<file>'"; as ExecPipe::create
 StandardHandles standardHandles(vexecutil& child);
 
-/// Start-up attributes that let these handles, and no other inheritable ones, reach the child.
+/// Start-up attributes that let the child inherit these handles and no others.
 class HandleList
 {
 public:

@@ -14,38 +14,45 @@ public:
         toChild
     };
 
-    static constexpr unsigned lastWrite = 1; ///< a flag: the pipe is closed behind this write
+    static constexpr unsigned lastWrite = 1; ///< a flag: closes the pipe after this write
 
-    /// Creates both ends. @return the child's, inheritable
+    /// Creates both ends. @return the child's end, inheritable
     /// @throws vosexception "Unable to create pipe ...", "Unable to connect to pipe ..."
     UniqueFile create(Direction direction);
 
-    /// From now on the child's end ends reading and writing too.
-    void attach(HANDLE child) noexcept { process_ = child; } // weak
+    /// Sets the process whose end also ends reading and writing. // weak
+    void attach(HANDLE child) noexcept { process_ = child; }
 
     explicit operator bool() const noexcept { return static_cast<bool>(pipe_); }
 
-    /// Reads what is there, up to `size` bytes, waiting for the first one. Flags: none so far.
-    /// @return 0 at the end: nobody has the other end any more; or the process has ended and somebody that it started
-    ///         still has the other end, but wrote nothing for half a second, or wrote on for ten seconds
-    /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"
+    /// Reads up to `size` bytes; waits for the first one. Defines no flags.
+    /// @return 0 at the end: every handle of the other end is closed; or the process has ended, one of its children
+    /// still
+    ///         holds the other end, and wrote nothing for half a second or did not finish within ten seconds
+    /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"; a later read may succeed
     std::size_t read(void* buffer, std::size_t size, unsigned flags);
 
-    /// Writes all of it. @param flags  lastWrite or 0
-    /// @param totalMilliseconds  how long all of it may take
+    /// Whether reading ended while the other end was still open.
+    bool wasCutOff() const noexcept { return cutOff_; }
+
+    /// Writes all data. @param flags  lastWrite or 0
+    /// @param totalMilliseconds  time-out of the whole write
     /// @throws vosexception "Unable to write to pipe", also when the process ends; Con::PipeTimeout when the child
-    ///         takes nothing for a minute, or the time is over
+    ///         reads nothing for a minute, or after the time-out
     void write(const void* data, std::size_t size, unsigned flags, DWORD totalMilliseconds = INFINITE);
 
+    void close() noexcept { pipe_.close(); }
+
 private:
-    /// Awaits the end of the operation, or of the process and then of half a second. @return 0 at the end
+    /// Waits for the end of the operation, or for the end of the process and then half a second. @return 0 at the end
     std::size_t completeOrEnd(DWORD timeoutMilliseconds);
 
-    /// Whether what comes after the process's end has come.
+    /// Whether the time for output after the process's end is over.
     bool isOver() const noexcept;
 
     Con::ServerOverlappedPipe pipe_;
-    HANDLE process_ = nullptr;
-    ULONGLONG endedAt_ = 0; // ticks, 0 while it runs
+    HANDLE process_ = nullptr; // weak
+    ULONGLONG endedAt_ = 0;    // ticks; 0 while the process runs
     bool silent_ = false;
+    bool cutOff_ = false;
 };

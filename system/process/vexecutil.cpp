@@ -19,8 +19,8 @@ bool isRedirected(const vexecutil& child)
            !child.stdinFile.empty() || !child.stdoutFile.empty() || !child.stderrFile.empty();
 }
 
-/// @throws vosexception "CreateProcess '<command line>'" for a path that is not absolute: the system would look for
-/// it in the current directory and along PATH
+/// @throws vosexception "CreateProcess '<command line>'" for a path that is not absolute: the system would search the
+/// current directory and PATH for it
 std::wstring absoluteExecutable(const vexecutil& child, const std::wstring& commandLine)
 {
     std::wstring executable = child.path;
@@ -47,7 +47,7 @@ DWORD creationFlags(const vexecutil& child) noexcept
     return flags;
 }
 
-/// What process creation needs beside the start-up record.
+/// Arguments of process creation beside the start-up record.
 struct Creation
 {
     const std::wstring& executable;
@@ -61,8 +61,8 @@ struct Creation
 PROCESS_INFORMATION create(const Creation& creation, STARTUPINFOEXW& startup)
 {
     const UniqueHandle token = chooseChildIdentity();
-    auto* const environment = const_cast<wchar_t*>(creation.environment); // the functions only read it
-    std::wstring commandLine = creation.commandLine;                      // the system may write to it
+    auto* const environment = const_cast<wchar_t*>(creation.environment); // only read
+    std::wstring commandLine = creation.commandLine;                      // CreateProcessW may write to it
     PROCESS_INFORMATION started{};
     BOOL created = FALSE;
     if (token) {
@@ -140,9 +140,9 @@ bool vexecutil::waitForExit(DWORD timeoutMilliseconds) const
 
 void vexecutil::terminate() const noexcept
 {
-    constexpr DWORD itsEnd = 5000;
+    constexpr DWORD patience = 5000;
     if (process && TerminateProcess(process.get(), 1))
-        WaitForSingleObject(process.get(), itsEnd);
+        WaitForSingleObject(process.get(), patience);
 }
 
 std::uint32_t vexecutil::exitCode() const
