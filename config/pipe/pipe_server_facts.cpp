@@ -8,6 +8,8 @@
 
 #include <aclapi.h>
 
+#include <algorithm>
+
 namespace Con {
 
 namespace {
@@ -155,9 +157,9 @@ void PipeServerFacts::findServices()
 std::vector<DWORD> PipeServerFacts::serviceTypes()
 {
     findServices();
-    std::vector<DWORD> types;
-    for (const ServiceOfProcess& service : services_)
-        types.push_back(service.type);
+    std::vector<DWORD> types(services_.size());
+    std::transform(services_.begin(), services_.end(), types.begin(),
+        [](const ServiceOfProcess& service) { return service.type; });
     return types;
 }
 
