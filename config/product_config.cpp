@@ -1,6 +1,7 @@
 #include "config/product_config.h"
 
 #include "config/registry.h"
+#include "runtime/path.h"
 
 namespace config {
 
@@ -53,7 +54,7 @@ UniqueRegistryKey openKey() noexcept
 
 std::wstring installationDirectory()
 {
-    return registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_ROOT_D", configView);
+    return path::normalise(registry::getstr(HKEY_LOCAL_MACHINE, configKey, L"PRODUCT_ROOT_D", configView));
 }
 
 std::wstring dataDirectory()

@@ -19,10 +19,8 @@ LSTATUS lookup(const std::wstring& name, std::wstring& text);
 /// @return empty when it cannot be opened; readers then use the defaults of missing values
 UniqueRegistryKey openKey() noexcept;
 
-/// PRODUCT_ROOT_D, the panel's installation directory, from the registry. Logs, dumps and reports use it, because
-/// they must work without the management service. What the program runs and cleans depends on the service's reply
-/// (KelvoSrvClient) instead. Both must name the same directory.
-/// @throws vosexception when the value is missing; vexception when it has the wrong type
+/// PRODUCT_ROOT_D, the panel's installation directory, normalised like the management service's answer.
+/// @throws vosexception when it is not set or cannot be normalised; vexception when it has the wrong type
 std::wstring installationDirectory();
 
 /// PRODUCT_DATA_D, the panel's data directory. @throws as installationDirectory()

@@ -11,8 +11,7 @@ namespace {
 
 const std::wstring pipes = L"\\\\.\\pipe\\";
 
-/// Reads a length and that many bytes. @return the bytes; empty when the client has disconnected or the length is too
-/// large
+/// Reads a length and a message of that length. @return the message; empty when the client has closed the pipe
 std::string readMessage(Con::OverlappedPipe& pipe)
 {
     const auto readExactly = [&](char* at, std::size_t size) {
@@ -55,10 +54,10 @@ std::string replyTo(const std::string& message, const PanelValues& values)
 
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values)
 {
-    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected during its command
+    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected while it works
     Con::ServerOverlappedPipe pipe(longestCommand);
     try {
-        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX);
+        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX, Con::ServerOverlappedPipe::Owner::administrators);
     } catch (const vexception&) {
         return;
     }
@@ -69,7 +68,7 @@ void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelV
                 Sleep(silenceMilliseconds);
                 pipe.write(reply.data(), reply.size());
             }
-        } catch (const vexception&) { // disconnect this client and serve the next one
+        } catch (const vexception&) { // ends this client's connection only
         }
         pipe.disconnect();
     }

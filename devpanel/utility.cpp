@@ -3,7 +3,7 @@
 //
 // With a file <name>.script beside the program, the program runs this script instead. It has one step per line:
 //   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | sleep <milliseconds>
-//   | exit <code> | crash
+//   | note <text> | exit <code> | crash
 
 #include <windows.h>
 
@@ -70,15 +70,15 @@ int sysinfo(const std::wstring& what)
     return 0;
 }
 
-/// Starts a process that inherits standard output and outlives this one.
-void leaveChild(const char* milliseconds)
+/// Starts a process that inherits the output, and does not wait for its end.
+void leaveChild(const std::string& milliseconds)
 {
-    STARTUPINFOA startup{};
+    STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    std::string commandLine = std::string("x --sleep ") + milliseconds;
-    CreateProcessA(narrow(programPath()).c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-        &startup, &process);
+    std::wstring commandLine = L"x --sleep " + std::wstring(milliseconds.begin(), milliseconds.end());
+    CreateProcessW(
+        programPath().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
 }
 
 int runScript(std::ifstream& script)
@@ -101,9 +101,11 @@ int runScript(std::ifstream& script)
             std::string all((std::istreambuf_iterator<char>(std::cin)), {});
             std::printf("%zu\n", all.size());
         } else if (step == "child") {
-            leaveChild(rest.c_str());
+            leaveChild(rest);
         } else if (step == "sleep") {
             Sleep(std::strtoul(rest.c_str(), nullptr, 10));
+        } else if (step == "note") {
+            note(rest);
         } else if (step == "crash") {
             TerminateProcess(GetCurrentProcess(), 0xc0000005);
         } else if (step == "exit") {

@@ -2,6 +2,7 @@
 
 #include "logging/log_manager.h"
 #include "runtime/path.h"
+#include "system/panel/panel_directories.h"
 
 namespace KelvoRepair {
 
@@ -57,9 +58,10 @@ CleaningTable cleaningTable(const std::wstring& root, const std::wstring& dumps,
     table.emplace(path::combine(root, L"tmp\\horde"), ListingKind::directoriesThenFiles);
 
     const std::wstring dumpDirectory = withoutTrailingSeparators(dumps);
-    if (mayBeCleaned(dumpDirectory, root, windows)) {
+    const bool isConfirmed = panel::mayCleanDumpTempDirectory(dumps); // else logs the reason
+    if (isConfirmed && mayBeCleaned(dumpDirectory, root, windows)) {
         table.emplace(dumpDirectory, ListingKind::directoriesThenFiles);
-    } else {
+    } else if (isConfirmed) {
         LogManager::log(LogLevel::Warning,
             L"The directory of temporary dumps '%s' is not one that may be emptied. It is left alone", dumps.c_str());
     }

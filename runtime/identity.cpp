@@ -27,14 +27,23 @@ Sid Sid::wellKnown(WELL_KNOWN_SID_TYPE type)
     return sid;
 }
 
+Sid Sid::parse(const std::wstring& text)
+{
+    PSID sid = nullptr;
+    if (!ConvertStringSidToSidW(text.c_str(), &sid))
+        throwLastError({L"ConvertStringSidToSid '", text, L"'"}, {"identity::Sid::parse"});
+    const UniqueLocalMemory owner(sid);
+    return Sid(sid);
+}
+
 PSID Sid::get() const noexcept
 {
-    return bytes_.empty() ? nullptr : const_cast<BYTE*>(bytes_.data()); // PSID is not const
+    return bytes_.empty() ? nullptr : const_cast<BYTE*>(bytes_.data()); // PSID has no const form
 }
 
 bool Sid::operator==(const Sid& other) const noexcept
 {
-    return bytes_ == other.bytes_; // equal identifiers have equal bytes
+    return bytes_ == other.bytes_; // an identifier has one binary form
 }
 
 std::wstring Sid::text() const
@@ -48,7 +57,7 @@ std::wstring Sid::text() const
 
 namespace {
 
-/// One kind of information about a token. The buffer is aligned for every record.
+/// A record of the token. The memory of a vector is aligned for every record.
 std::vector<BYTE> informationOf(HANDLE token, TOKEN_INFORMATION_CLASS kind, RaiseSite site)
 {
     DWORD size = 0;
@@ -72,21 +81,31 @@ Sid currentUser()
     return userOf(effectiveToken(TOKEN_QUERY).get());
 }
 
+bool hasGroup(HANDLE token, const Sid& group)
+{
+    // CheckTokenMembership would need a duplicate of a primary token, which may be denied.
+    const std::vector<BYTE> buffer = informationOf(token, TokenGroups, {"identity::hasGroup"});
+    const auto& groups = *reinterpret_cast<const TOKEN_GROUPS*>(buffer.data());
+    return std::any_of(groups.Groups, groups.Groups + groups.GroupCount, [&](const SID_AND_ATTRIBUTES& held) {
+        return (held.Attributes & SE_GROUP_ENABLED) != 0 && (held.Attributes & SE_GROUP_USE_FOR_DENY_ONLY) == 0 &&
+               Sid(held.Sid) == group;
+    });
+}
+
 bool isAdministrator(HANDLE token)
 {
-    const Sid administrators = Sid::wellKnown(WinBuiltinAdministratorsSid);
-    // Not CheckTokenMembership: it takes an impersonation token, and the right to duplicate the token may be missing.
-    const std::vector<BYTE> buffer = informationOf(token, TokenGroups, {"identity::isAdministrator"});
-    const auto& groups = *reinterpret_cast<const TOKEN_GROUPS*>(buffer.data());
-    return std::any_of(groups.Groups, groups.Groups + groups.GroupCount, [&](const SID_AND_ATTRIBUTES& group) {
-        return (group.Attributes & SE_GROUP_ENABLED) != 0 && (group.Attributes & SE_GROUP_USE_FOR_DENY_ONLY) == 0 &&
-               Sid(group.Sid) == administrators;
-    });
+    return hasGroup(token, Sid::wellKnown(WinBuiltinAdministratorsSid));
 }
 
 bool isSystemOrAdministrators(const Sid& sid)
 {
     return sid == Sid::wellKnown(WinLocalSystemSid) || sid == Sid::wellKnown(WinBuiltinAdministratorsSid);
+}
+
+bool isSystemAuthority(const Sid& sid)
+{
+    constexpr wchar_t trustedInstaller[] = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464";
+    return isSystemOrAdministrators(sid) || sid == Sid::parse(trustedInstaller);
 }
 
 UniqueHandle effectiveToken(DWORD rights)

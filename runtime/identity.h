@@ -8,7 +8,7 @@
 /// Security identifiers, tokens and groups.
 namespace identity {
 
-/// A copy of a security identifier; empty for none.
+/// A security identifier; owns its memory. An empty one identifies no account.
 class Sid
 {
 public:
@@ -17,6 +17,8 @@ public:
     explicit Sid(PSID sid);
     /// @throws vosexception "CreateWellKnownSid"
     static Sid wellKnown(WELL_KNOWN_SID_TYPE type);
+    /// @param text  "S-1-5-..." @throws vosexception "ConvertStringSidToSid"
+    static Sid parse(const std::wstring& text);
 
     explicit operator bool() const noexcept { return !bytes_.empty(); }
     /// Null when empty.
@@ -32,18 +34,23 @@ private:
 /// The user of a token (opened with TOKEN_QUERY). @throws vosexception "GetTokenInformation"
 Sid userOf(HANDLE token);
 
-/// The user of effectiveToken(). @throws vosexception
+/// The user of the calling thread's effective token. @throws vosexception
 Sid currentUser();
 
-/// Whether the group of administrators is enabled in the token, primary or impersonation (opened with TOKEN_QUERY).
+/// Whether the token (opened with TOKEN_QUERY, primary or impersonation) holds the group as an enabled one.
 /// @throws vosexception "GetTokenInformation"
+bool hasGroup(HANDLE token, const Sid& group);
+
+/// Whether the token holds the enabled group of administrators. @throws vosexception "GetTokenInformation"
 bool isAdministrator(HANDLE token);
 
 /// Whether the identifier is SYSTEM or the group of administrators. @throws vosexception "CreateWellKnownSid"
 bool isSystemOrAdministrators(const Sid& sid);
 
-/// The calling thread's impersonation token; without one the process token.
-/// @throws vosexception "OpenThreadToken", "OpenProcessToken"
+/// Whether it is SYSTEM, the group of administrators or the service TrustedInstaller. @throws vosexception
+bool isSystemAuthority(const Sid& sid);
+
+/// The thread's impersonation token; without one, the process's token. @throws vosexception
 UniqueHandle effectiveToken(DWORD rights);
 
 /// The token of a process. @throws vosexception "OpenProcessToken"

@@ -73,6 +73,14 @@ protected:
 
 } // namespace
 
+TEST_F(ErrorReport, FindsTheUtilityWhenTheRegistryHasSlashes)
+{
+    std::wstring slashes = root.path();
+    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+    setConfig(L"PRODUCT_ROOT_D", slashes + L"/admin/../");
+    EXPECT_EQ(root.path() + L"\\", helper->getProductRoot());
+}
+
 TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)
 {
     for (const auto& [level, feedback, hits] : {std::tuple{LogLevel::Info, L"true", ""}, {LogLevel::Warning, L"", ""},

@@ -46,6 +46,10 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
     {L"dll", [] { zero = LoadLibraryW(L"mendkit_beside.dll") ? *badAddress : 0; }}, // a fault if it is found
     {L"stack", [] { zero = overflowStack(0); }},
     {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
+    {L"software", [] { RaiseException(0xe0000001, 0, 0, nullptr); }},
+    {L"warning", [] { RaiseException(0x80000001, 0, 0, nullptr); }},
+    {L"foreign",
+        [] { RaiseException(0xe06d7363, EXCEPTION_NONCONTINUABLE, 0, nullptr); }}, // another compiler's throw
     {L"twice",
         [] {
             try {

@@ -185,6 +185,29 @@ TEST_F(Program, RunsThePanelsUtilities)
         readFile(panel + L"\\var\\devpanel.log"));
 }
 
+TEST_F(Program, WritesEveryCharacterOfAUtilitysOutputAndNoticesLostOnes)
+{
+    setConfig(L"SendFeedback", L"false");
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    ASSERT_EQ(0u, runChild(devpanel, L"ensure").exitCode);
+    const std::wstring script = panel + L"\\admin\\bin\\sysinfo.script";
+    std::ofstream(script.c_str()) << "hex 61\nhex 0\nout b\nexit 3\n";
+    const std::string expected = "Execute sysinfo loadavg failed with error code 3: a\xef\xbf\xbd"
+                                 "b\r\n\r\n   at (execKelvoUtil line ";
+    EXPECT_EQ(expected, run(L"--get-system-resources").output.substr(0, expected.size()));
+    DeleteFileW(script.c_str());
+
+    for (const wchar_t* command : {L"--help", L"--get-service-status --name=none"}) {
+        vexecutil child;
+        child.path = builtProgram(L"app\\mendkit.exe");
+        child.arguments = command;
+        child.stdoutFile = L"Z:\\dev\\full";
+        startPatiently(child);
+        EXPECT_TRUE(child.waitForExit(50'000));
+        EXPECT_EQ(1u, child.exitCode()) << "the text is lost: " << testing::PrintToString(command);
+    }
+}
+
 TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
     setConfig(L"SendFeedback", L"false");
@@ -309,8 +332,10 @@ TEST_F(Program, DumpsAndReportsEveryFault)
         {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
         {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
         {L"twice", fault + "fd", 1, 2}, {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1},
-        {L"logging", "logged", 0, 1}, {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1},
-        {L"end", "", 1, 0}};
+        {L"software", "C structured exception: 0xe0000001\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
+        {L"warning", "C structured exception: 0x80000001\r\n   at (", 1, 1},
+        {L"foreign", "C structured exception: 0xe06d7363\r\n   at (", 1, 1}, {L"logging", "logged", 0, 1},
+        {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"end", "", 1, 0}};
     for (const auto& [word, output, exitCode, dumps] : rows) {
         const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
         EXPECT_EQ(exitCode, result.exitCode) << word;

@@ -3,6 +3,8 @@
 #include "config/management_service/wire_format.h"
 #include "runtime/handle/handles.h"
 
+#include <sddl.h>
+
 #include <string>
 #include <thread>
 #include <vector>
@@ -26,13 +28,16 @@ public:
         DWORD silence = 0;              // milliseconds before the reply
     };
 
-    explicit ScriptedPipe(Script script, bool messages = false)
+    /// @param security  owner and access list; empty: none, for which Wine names no owner
+    explicit ScriptedPipe(Script script, bool messages = false, const std::wstring& security = trustedSecurity)
         : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++count)),
-          pipe_(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
-              messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0, nullptr)),
+          pipe_(create(messages, security)),
           thread_([this, script = std::move(script)] { serve(script); })
     {
     }
+
+    /// The administrators own it, and nobody else may write.
+    inline static const std::wstring trustedSecurity = L"O:BAD:P(A;;GA;;;SY)(A;;GA;;;BA)";
 
     ~ScriptedPipe()
     {
@@ -53,8 +58,14 @@ private:
             return;
         char buffer[4096];
         DWORD bytes = 0;
-        ReadFile(pipe_.get(), buffer, sizeof buffer, &bytes, nullptr);
-        received_.assign(buffer, bytes);
+        // The length, then the message. A message that is longer than the buffer fails the read on a message-type
+        // pipe.
+        for (std::size_t size = sizeof(std::uint32_t); ReadFile(pipe_.get(), buffer, size, &bytes, nullptr);) {
+            received_.append(buffer, bytes);
+            if (received_.size() > sizeof(std::uint32_t))
+                break;
+            size = sizeof buffer;
+        }
         Sleep(script.silence);
         for (const std::string& piece : script.reply) {
             const std::size_t step = script.pieceSize ? script.pieceSize : piece.size();
@@ -62,6 +73,19 @@ private:
                 WriteFile(pipe_.get(), piece.data() + at, static_cast<DWORD>(step), &bytes, nullptr);
         }
         pipe_.reset();
+    }
+
+    UniqueFile create(bool messages, const std::wstring& security) const
+    {
+        SECURITY_ATTRIBUTES attributes{sizeof attributes, nullptr, FALSE};
+        if (!security.empty()) {
+            ConvertStringSecurityDescriptorToSecurityDescriptorW(
+                security.c_str(), SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
+        }
+        const UniqueLocalMemory descriptor(attributes.lpSecurityDescriptor);
+        return UniqueFile(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
+            messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0,
+            descriptor ? &attributes : nullptr));
     }
 
     inline static int count = 0;

@@ -4,8 +4,7 @@
 
 #include <string>
 
-/// Receives the log records of the management service's client. The log manager lies in a higher layer, which the
-/// client may not include.
+/// Log of the management service's client. An interface, because logging/ lies above config/. Calls never throw.
 class IServiceLog
 {
 public:

@@ -11,7 +11,7 @@ namespace {
 constexpr vpipechannel::Operation getStringOperation = {
     0xad3ebc3c, 0xe6b9, 0x4fcf, {0xab, 0xb9, 0xed, 0x1b, 0x3d, 0x52, 0x4f, 0x22}};
 
-/// The frame of the client's operations, which also logs their failures.
+/// Frame of the client's operations: logs a failure and rethrows it.
 template <typename Describe, typename Work>
 decltype(auto) loggedOperation(IServiceLog& log, const Boundary& boundary, const Describe& describe, Work work)
 {

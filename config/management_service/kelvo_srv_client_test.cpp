@@ -1,5 +1,8 @@
 #include "config/management_service/kelvo_srv_client.h"
 
+#include "config/pipe/pipe_server_facts.h"
+#include "runtime/module.h"
+#include "runtime/path.h"
 #include "test/failure.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
@@ -40,7 +43,8 @@ const std::wstring unexpectedEnd = L"!Unexpected end of data when read from seri
 
 TEST_F(ServiceClient, SendsTheWireFormat)
 {
-    ScriptedPipe service({{good}});
+    // The server reads the length first, as a message of its own.
+    ScriptedPipe service({{good.substr(0, 4), good.substr(4)}}, true);
     setConfig(L"zrmpipe", service.name());
     EXPECT_EQ(L"C:Ж", ask());
     EXPECT_EQ("\x2f\0\0\0\x10\0\0\0\x3c\xbc\x3e\xad\xb9\xe6\xcf\x4f\xab\xb9\xed\x1b\x3d\x52\x4f\x22\x17\0\0\0\x02"
@@ -85,6 +89,73 @@ TEST_F(ServiceClient, HandlesEveryKindOfReply)
                 log.lines);
         }
     }
+}
+
+TEST_F(ServiceClient, ChecksThePipesOwnerAndAccessList)
+{
+    struct Row
+    {
+        const char* name;
+        std::wstring security;
+        std::wstring outcome; // "!": refused
+        bool needsConfirmation = false;
+    };
+    for (const auto& [name, security, outcome, needsConfirmation] :
+        std::initializer_list<Row>{{"administrators", ScriptedPipe::trustedSecurity, L"C:Ж"},
+            {"no descriptor", L"", L"C:Ж"}, {"Everyone", L"O:WDD:(A;;GA;;;BA)", L"!"},
+            {"a service without a process of the panel", L"O:LSD:(A;;GA;;;BA)", L"!"},
+            {"users may write", L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", L"C:Ж", true},
+            {"users may read", L"O:SYD:(A;;GA;;;BA)(A;;GR;;;BU)", L"C:Ж"}}) {
+        log.lines.clear();
+        ScriptedPipe service({{good}}, false, security);
+        setConfig(L"zrmpipe", service.name());
+        KelvoSrvClient client(log, 5000);
+        std::wstring text;
+        const std::wstring failure = failureOf([&] { text = client.getString(L"DumpTempDir"); });
+        EXPECT_EQ(outcome == L"!" ? L"" : outcome, text) << name;
+        EXPECT_EQ(needsConfirmation, client.needsConfirmation()) << name;
+        if (outcome != L"!")
+            continue;
+        const std::wstring pipe = L"\\\\.\\pipe\\" + service.name();
+        EXPECT_TRUE(messageIn(failure).ends_with(L"(Error code 5) at Unable to connect to pipe " + pipe)) << name;
+        ASSERT_EQ(2u, log.lines.size()) << name;
+        EXPECT_EQ(L"warning The server of pipe " + pipe + L" is not trusted: process " +
+                      std::to_wstring(GetCurrentProcessId()) + L", its user " + identity::currentUser().text() +
+                      L", the pipe's owner " + (security[2] == L'W' ? L"S-1-1-0" : L"S-1-5-19") + L" (Error code 0)",
+            log.lines[0])
+            << name;
+    }
+}
+
+TEST_F(ServiceClient, AsksTheSystemAboutTheServersProcess)
+{
+    const ScriptedPipe service(ScriptedPipe::Script{});
+    const UniqueFile pipe(CreateFileW((L"\\\\.\\pipe\\" + service.name()).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    Con::PipeServerFacts facts(pipe.get());
+    EXPECT_EQ(Con::Known::unknown, facts.isImageOfPanel()) << "the registry names no directory";
+    for (const auto& [directory, outcome] : {std::pair(L"..", Con::Known::yes), {L"..\\..\\runtime", Con::Known::no},
+             {L"..\\missing", Con::Known::unknown}}) {
+        setConfig(L"PRODUCT_ROOT_D", path::combine(moduleFileName(), directory));
+        EXPECT_EQ(outcome, facts.isImageOfPanel()) << testing::PrintToString(directory);
+    }
+    EXPECT_TRUE(facts.serviceTypes().empty()) << "this process is no service";
+    EXPECT_EQ(Con::Known::yes, facts.runsAs(identity::currentUser()));
+    EXPECT_EQ(Con::Known::yes, facts.runsAs(identity::Sid::parse(L"BA"))) << "an enabled group";
+    EXPECT_EQ(Con::Known::no, facts.runsAs(identity::Sid::parse(L"LS")));
+}
+
+TEST_F(ServiceClient, NoticesAServerThatEndedBeforeTheCheck)
+{
+    ScriptedPipe service({{}}, false, L"O:WDD:(A;;GA;;;BA)");
+    const UniqueFile pipe(CreateFileW((L"\\\\.\\pipe\\" + service.name()).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    Con::PipeServerFacts facts(pipe.get());
+    EXPECT_FALSE(facts.hasServerEnded());
+    DWORD bytes = 0;
+    WriteFile(pipe.get(), "\1\0\0\0x", 5, &bytes, nullptr); // it reads this and ends
+    ReadFile(pipe.get(), &bytes, 1, &bytes, nullptr);
+    EXPECT_TRUE(facts.hasServerEnded());
 }
 
 TEST_F(ServiceClient, FailsWhenTheServiceDoesNotAnswer)

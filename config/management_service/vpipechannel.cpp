@@ -18,14 +18,10 @@ constexpr std::uint32_t longestReply = 16u << 20;
 
 std::string messageOf(const Operation& operation, std::string_view arguments)
 {
-    const std::string_view identifier(reinterpret_cast<const char*>(&operation), sizeof operation);
-    vserializer::writer body;
-    body.number(sizeof operation);
-    body.bytes(identifier);
-    body.bytes(arguments);
     vserializer::writer message;
-    message.number(static_cast<std::uint32_t>(body.message().size()));
-    message.bytes(body.message());
+    message.number(sizeof operation);
+    message.bytes({reinterpret_cast<const char*>(&operation), sizeof operation});
+    message.bytes(arguments);
     return message.message();
 }
 
@@ -40,7 +36,12 @@ void client::connect()
 {
     constexpr DWORD defaultTries = 10;
     const std::wstring name = registry::getstr(HKEY_LOCAL_MACHINE, configKey_, pipeId_, config::configView);
-    pipe_.create(L"\\\\.\\pipe\\" + name, config::pipeConnectTryCount(defaultTries));
+    try {
+        pipe_.create(L"\\\\.\\pipe\\" + name, config::pipeConnectTryCount(defaultTries));
+    } catch (const Con::PipeServerRefused& refused) {
+        log_.warning(refused.reason());
+        throw;
+    }
 }
 
 void client::read(char* buffer, std::size_t size)
@@ -56,6 +57,9 @@ void client::read(char* buffer, std::size_t size)
 
 std::string client::exchange(const std::string& message)
 {
+    // Two writes: on a message-type pipe the server reads the length as a message of its own.
+    const auto size = static_cast<std::uint32_t>(message.size());
+    pipe_.write(&size, sizeof size);
     pipe_.write(message.data(), message.size());
     std::uint32_t length = 0;
     read(reinterpret_cast<char*>(&length), sizeof length);
@@ -78,7 +82,7 @@ void client::reportOrRethrow()
 {
     try {
         throw;
-    } catch (const vserializer::invalidprotocol&) { // the service would send the same reply again
+    } catch (const vserializer::invalidprotocol&) { // a repeated query would get the same reply
         throw;
     } catch (const Con::PipeTimeout&) {
         throw;
@@ -93,7 +97,7 @@ void client::reportOrRethrow()
             failure.fullText().c_str()));
     } catch (const std::bad_alloc&) {
         throw;
-    } catch (const cwrpexception&) { // a fault of this program: a new connection cannot help
+    } catch (const cwrpexception&) { // a fault in this process, not in the connection
         throw;
     } catch (...) {
         log_.info(L"Kelvo Management service pipe unknown communication error. Trying to reconnect.");

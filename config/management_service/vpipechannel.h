@@ -9,31 +9,35 @@
 
 namespace vpipechannel {
 
-/// The identifier of an operation. It is sent in its memory layout, 16 bytes.
+/// The identifier of an operation; sent in its layout in memory.
 using Operation = GUID;
 
-/// Sends queries to a service over its named pipe, one at a time. Connects at the first query.
+/// Queries a service over its named pipe. Connects at the first query; one query at a time.
 class client
 {
 public:
     /// @param pipeId     the registry value that holds the pipe's name
-    /// @param configKey  the key of that value, below HKEY_LOCAL_MACHINE in the 32-bit view
-    /// @param log        must outlive the client
-    /// @param timeoutMilliseconds  the longest wait for one pipe operation
-    client(std::wstring pipeId, std::wstring configKey, IServiceLog& log, DWORD timeoutMilliseconds);
+    /// @param configKey  its key below HKEY_LOCAL_MACHINE, in the 32-bit view
+    /// @param log        must outlive this object
+    /// @param timeoutMilliseconds  time-out of one read or write
+    client(std::wstring pipeId, std::wstring configKey, IServiceLog& log,
+        DWORD timeoutMilliseconds = Con::OverlappedPipe::defaultTimeout);
 
-    /// Sends an operation with its encoded arguments. Connects again and repeats the query after failures that are
-    /// not named below.
+    /// Sends an operation with its arguments. After a communication error it reconnects and repeats the query.
     /// @return the bytes of the reply
-    /// @throws vexception when connecting fails, the service closes the pipe, an operation times out, or the reply is
-    /// too long; std::bad_alloc; cwrpexception
+    /// @throws vexception when the service cannot be reached or is not trusted, closes the pipe, does not answer in
+    ///         time, or sends no valid reply
     std::string query(const Operation& operation, std::string_view arguments);
+
+    /// Whether the answers of the last query hold only as far as the registry confirms them: identities that are not
+    /// trusted may have answered.
+    bool needsConfirmation() const noexcept { return pipe_.trust() == Con::PipeTrust::ifConfirmed; }
 
 private:
     void connect();
     std::string exchange(const std::string& message);
     void read(char* buffer, std::size_t size);
-    /// Call inside a catch block: logs if a reconnect may help, else rethrows.
+    /// Call inside a catch block: logs the exception if a new connection may help, else rethrows it.
     void reportOrRethrow();
 
     std::wstring pipeId_;

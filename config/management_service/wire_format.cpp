@@ -8,7 +8,7 @@ namespace vserializer {
 
 namespace {
 
-constexpr std::uint32_t failureMark = 0xffffffff; // sent in place of a text's length, before the text of a failure
+constexpr std::uint32_t failureMark = 0xffffffff; // in place of a text's length
 constexpr char wideCharacters = 2, narrowCharacters = 1;
 
 } // namespace
@@ -58,7 +58,7 @@ std::wstring reader::textOf(std::uint32_t length)
     if (characterSize != wideCharacters) {
         throw invalidprotocol(L"Unsupported char size when read C-string from serializer.", {"vserializer::reader"});
     }
-    std::wstring text(data.size() / sizeof(wchar_t), L'\0'); // ignores half a character at the end
+    std::wstring text(data.size() / sizeof(wchar_t), L'\0'); // drops an incomplete code unit
     std::memcpy(text.data(), data.data(), text.size() * sizeof(wchar_t));
     return text;
 }
@@ -75,7 +75,7 @@ void reader::throwSentFailure()
 {
     std::wstring failure;
     try {
-        failure = textOf(number()); // a second mark is a length beyond the reply's end
+        failure = textOf(number()); // a second mark is a length beyond the end of every reply
     } catch (const invalidprotocol&) {
         throw vexception(L"Double exception on read from serializer", {"vserializer::reader"});
     }

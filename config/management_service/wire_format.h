@@ -6,10 +6,10 @@
 #include <string>
 #include <string_view>
 
-/// The management service's encoding of values: little-endian integers, texts with their length and character size.
+/// The management service's encoding of values: little-endian integers, texts with length and character size.
 namespace vserializer {
 
-/// Bytes that are not a valid encoding.
+/// The bytes are not a valid encoding.
 class invalidprotocol : public vexception
 {
 public:
@@ -31,16 +31,17 @@ private:
     std::string message_;
 };
 
-/// Reads values in sequence, never beyond the given bytes, which must outlive the reader.
+/// Reads values one after the other. Never reads past the end of its bytes.
 class reader
 {
 public:
+    /// @param bytes  must outlive this object
     explicit reader(std::string_view bytes) noexcept : rest_(bytes) {}
 
     /// @throws invalidprotocol at the end of the bytes
     std::uint32_t number();
 
-    /// @throws invalidprotocol; vexception with the service's text when it sent a failure instead
+    /// @throws invalidprotocol; vexception with the service's error text when the service reports a failure
     std::wstring text();
 
 private:

@@ -53,7 +53,7 @@ DWORD OverlappedPipe::cancel() noexcept
 {
     DWORD bytes = 0;
     if (pending_) {
-        // The system may use the buffer until the operation has ended, also after CancelIoEx.
+        // The system may write to the buffer until the cancelled operation has ended.
         CancelIoEx(handle_.get(), &overlapped_);
         if (!GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE) && GetLastError() != ERROR_MORE_DATA)
             bytes = 0;
@@ -107,11 +107,11 @@ std::size_t OverlappedPipe::complete(DWORD timeoutMilliseconds)
     }
     pending_ = false;
     DWORD bytes = 0;
-    // The operation has ended. bWait is TRUE because the event may be set before the record shows the end.
+    // Does not block: the operation has ended. The event may be set shortly before the OVERLAPPED record is filled.
     if (GetOverlappedResult(handle_.get(), &overlapped_, &bytes, TRUE))
         return bytes;
     const DWORD code = GetLastError();
-    if (code == ERROR_MORE_DATA) // the next read returns the rest of the message
+    if (code == ERROR_MORE_DATA) // the next read gets the rest of the message
         return bytes;
     if (isPipeFinished(code))
         return 0;

@@ -8,53 +8,55 @@
 /// Named pipes with overlapped I/O. Byte-type and message-type pipes are read as byte streams.
 namespace Con {
 
-/// An operation did not end within its time-out and was cancelled.
+/// An operation that did not end in its time and was cancelled.
 class PipeTimeout : public vosexception
 {
 public:
     explicit PipeTimeout(RaiseSite site) : vosexception(WAIT_TIMEOUT, L"Unable to complete pipe operation", site) {}
 };
 
-/// Whether the error code means that the other end is closed or disconnected.
+/// Whether an error code says that the other end is closed.
 bool isPipeFinished(DWORD code) noexcept;
 
-/// One end of a pipe. At most one operation at a time; each has a time-out.
+/// One end of an overlapped pipe. At most one operation at a time; each has a time-out.
 class OverlappedPipe
 {
 public:
     static constexpr DWORD defaultTimeout = 60'000;
 
-    /// @param timeoutMilliseconds  the longest wait of read() and write() for one operation
+    /// @param timeoutMilliseconds  time-out of one operation
     explicit OverlappedPipe(DWORD timeoutMilliseconds = defaultTimeout) noexcept : timeout_(timeoutMilliseconds) {}
     OverlappedPipe(const OverlappedPipe&) = delete;
     OverlappedPipe& operator=(const OverlappedPipe&) = delete;
-    /// Cancels a pending operation and waits for its end.
+    /// Cancels the pending operation and waits for its end.
     ~OverlappedPipe();
 
-    /// Reads up to `size` bytes. Waits for the first byte only.
-    /// @return the number of bytes; 0 when the pipe is finished
+    /// Reads up to `size` bytes; waits for the first one.
+    /// @return 0 when the pipe is finished
     /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"; PipeTimeout
     std::size_t read(void* buffer, std::size_t size);
     /// Writes all bytes.
     /// @throws vosexception "Unable to write to pipe", "Unable to complete pipe operation"; PipeTimeout
     void write(const void* data, std::size_t size);
 
-    /// Starts a read, which complete() ends. For callers that also wait for other objects. The buffer must stay valid
-    /// until complete() returns.
+    /// Start a read or a write, for callers that also wait for other handles. The buffer must live until complete()
+    /// or cancel() has returned.
     /// @return false when the pipe is finished
     /// @throws vosexception "Unable to read from pipe"
     bool beginRead(void* buffer, std::size_t size);
     /// Starts a write, as beginRead() a read. @throws vosexception "Unable to write to pipe"
     void beginWrite(const void* data, std::size_t size);
-    /// Waits for the end of the started operation. Cancels it after the time-out.
-    /// @return the number of bytes; 0 when the pipe is finished or an empty message was read: see isFinished()
+    /// Waits for the end of the operation; cancels it after the time-out.
+    /// @return bytes; 0: the pipe is finished
     /// @throws vosexception "Unable to complete pipe operation"; PipeTimeout
     std::size_t complete(DWORD timeoutMilliseconds);
-    /// Whether the started operation has ended.
+    /// Cancels the pending operation, if any, and waits for its end. @return the bytes transferred
+    DWORD cancel() noexcept;
+    /// Whether the pending operation has ended.
     bool hasEnded() const noexcept { return HasOverlappedIoCompleted(&overlapped_); }
-    /// Whether the other end is closed and no data is left to read.
+    /// Whether the other end is closed and nothing is left to read. (A read of no bytes may also be an empty write.)
     bool isFinished() const noexcept;
-    /// The event that is set when the started operation ends. // weak
+    /// Signalled when the pending operation has ended. // weak
     HANDLE completion() const noexcept { return event_.get(); }
 
     explicit operator bool() const noexcept { return static_cast<bool>(handle_); }
@@ -64,9 +66,7 @@ protected:
     HANDLE handle() const noexcept { return handle_.get(); } // weak
     /// Takes the handle of a pipe end; closes the previous one. @throws vosexception "CreateEvent"
     void open(UniqueFile handle);
-    /// Cancels a pending operation and waits for its end. @return the bytes that it transferred before
-    DWORD cancel() noexcept;
-    /// The OVERLAPPED record, reset for the next operation. // weak
+    /// The OVERLAPPED record of the next operation, initialised. // weak
     OVERLAPPED* prepare() noexcept;
     void setPending() noexcept { pending_ = true; }
 

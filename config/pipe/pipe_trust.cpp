@@ -1,60 +1,60 @@
 #include "config/pipe/pipe_trust.h"
 
-#include "runtime/identity.h"
+#include <algorithm>
 
-#include <aclapi.h>
+namespace Con {
 
 namespace {
 
-identity::Sid ownerOf(HANDLE pipe)
+/// A service of the machine, not one that the system starts for each user.
+bool isMachineService(DWORD type) noexcept
 {
-    PSID owner = nullptr;
-    PSECURITY_DESCRIPTOR descriptor = nullptr;
-    const DWORD status = GetSecurityInfo(
-        pipe, SE_KERNEL_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr, nullptr, &descriptor);
-    const UniqueLocalMemory memory(descriptor);
-    return status == ERROR_SUCCESS ? identity::Sid(owner) : identity::Sid();
+    constexpr DWORD userService = 0x40, userServiceInstance = 0x80;
+    return (type & (userService | userServiceInstance)) == 0;
 }
 
-UniqueHandle serverToken(HANDLE pipe)
+bool isPanelService(IPipeServerFacts& facts, const identity::Sid& owner)
 {
-    ULONG id = 0;
-    if (!GetNamedPipeServerProcessId(pipe, &id))
-        return UniqueHandle();
-    const UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, id));
-    UniqueHandle token;
-    if (process)
-        OpenProcessToken(process.get(), TOKEN_QUERY, token.receive());
-    return token;
+    const std::vector<DWORD> types = facts.serviceTypes();
+    return std::any_of(types.begin(), types.end(), isMachineService) && facts.isImageOfPanel() == Known::yes &&
+           facts.runsAs(owner) == Known::yes;
 }
 
-bool isTrusted(HANDLE pipe)
+bool isOwnerTrusted(IPipeServerFacts& facts, const identity::Sid& owner)
 {
-    const UniqueHandle caller = identity::effectiveToken(TOKEN_QUERY);
-    const identity::Sid self = identity::userOf(caller.get());
-    const auto isTrustedUser = [&](const identity::Sid& sid) {
-        return identity::isSystemOrAdministrators(sid) || sid == self;
-    };
-    const identity::Sid owner = ownerOf(pipe);
-    // The owner is that of the pipe's first instance. Another account may have the right to create instances, and one
-    // of its instances may be the connected one. So the server's process is checked too.
-    const UniqueHandle token = serverToken(pipe);
-    // Administrators can query the process of a service. Other callers often cannot; a false server can misuse only
-    // their own rights.
-    if (!token)
-        return owner && isTrustedUser(owner) && !identity::isAdministrator(caller.get());
-    const identity::Sid user = identity::userOf(token.get());
-    const bool trustedProcess = isTrustedUser(user) || identity::isAdministrator(token.get());
-    return trustedProcess && (!owner || owner == user || isTrustedUser(owner));
+    if (identity::isSystemAuthority(owner) || isPanelService(facts, owner))
+        return true;
+    // A process of the same user without elevation must not direct an administrator's run.
+    return facts.caller() == owner && facts.isCallerAdministrator() == Known::no;
+}
+
+/// Whether identities that are not trusted may add an instance to the pipe, and so answer in the owner's place.
+bool mayOthersAnswer(IPipeServerFacts& facts, const identity::Sid& owner)
+{
+    const auto creators = facts.instanceCreators();
+    if (!creators)
+        return true;
+    const identity::Sid ownerRights = identity::Sid::wellKnown(WinCreatorOwnerRightsSid);
+    return !std::all_of(creators->begin(), creators->end(), [&](const identity::Sid& creator) {
+        return creator == owner || creator == ownerRights || identity::isSystemAuthority(creator);
+    });
 }
 
 } // namespace
 
-bool isPipeServerTrusted(HANDLE pipe) noexcept
+PipeTrust decidePipeTrust(IPipeServerFacts& facts)
 {
-    try {
-        return isTrusted(pipe);
-    } catch (...) { // the facts are unknown: not trusted
-        return false;
-    }
+    const std::optional<identity::Sid> owner = facts.owner();
+    if (!owner)
+        return PipeTrust::refused;
+    // Wine names no owner for a pipe without a descriptor, and has no access list for it. Windows always names one.
+    if (!*owner)
+        return facts.isServerAdministrator() == Known::yes ? PipeTrust::trusted : PipeTrust::refused;
+    if (!isOwnerTrusted(facts, *owner))
+        return PipeTrust::refused;
+    if (mayOthersAnswer(facts, *owner) && facts.isCallerAdministrator() != Known::no)
+        return PipeTrust::ifConfirmed;
+    return PipeTrust::trusted;
 }
+
+} // namespace Con

@@ -9,12 +9,12 @@
 
 namespace Con {
 
-void ServerOverlappedPipe::create(const std::wstring& name, DWORD access)
+void ServerOverlappedPipe::create(const std::wstring& name, DWORD access, Owner owner)
 {
-    // The default access list gives Everyone read access. The owner is set because clients check it; without it Wine
-    // sets the user's group.
-    const std::wstring user = identity::currentUser().text();
-    const std::wstring rights = L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")";
+    // The default access list lets Everyone read. The owner is explicit because clients check it, and Wine takes the
+    // user's group for a descriptor without owner.
+    const std::wstring account = owner == Owner::administrators ? L"BA" : identity::currentUser().text();
+    const std::wstring rights = L"O:" + account + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + account + L")";
     SECURITY_ATTRIBUTES security{sizeof security, nullptr, FALSE};
     UniqueLocalMemory descriptor;
     UniqueFile handle;
@@ -37,7 +37,7 @@ bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
     if (ConnectNamedPipe(handle(), prepare()))
         return true;
     const DWORD code = GetLastError();
-    if (code == ERROR_PIPE_CONNECTED || code == ERROR_NO_DATA) // connected, or connected and disconnected again
+    if (code == ERROR_PIPE_CONNECTED || code == ERROR_NO_DATA) // connected, perhaps closed again
         return true;
     if (code != ERROR_IO_PENDING)
         throwOsError(code, L"Unable to wait while pipe has been connected", site);
@@ -49,7 +49,7 @@ bool ServerOverlappedPipe::connect(DWORD timeoutMilliseconds)
             failure, formatString(L"Unable to wait while pipe has been connected: Unknown state %X", state), site);
     }
     cancel();
-    return state == WAIT_OBJECT_0 || !isFinished(); // a client may have connected before the cancellation
+    return state == WAIT_OBJECT_0 || !isFinished(); // a client may connect before the cancellation
 }
 
 void ServerOverlappedPipe::disconnect() noexcept

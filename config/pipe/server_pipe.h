@@ -12,16 +12,22 @@ class ServerOverlappedPipe : public OverlappedPipe
 public:
     using OverlappedPipe::OverlappedPipe;
 
-    /// Creates the pipe. Fails if a pipe of that name exists. Only SYSTEM, Administrators and the caller's user have
-    /// access. Remote clients are rejected.
-    /// @param access  PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND or PIPE_ACCESS_DUPLEX
-    /// @throws vosexception "Unable to create pipe <name>", "CreateEvent"
-    void create(const std::wstring& name, DWORD access);
+    /// Who owns a pipe. SYSTEM and the administrators have all rights to it, as has the owner.
+    enum class Owner
+    {
+        user, ///< the user of the calling thread
+        administrators
+    };
 
-    /// Waits for a client. @return whether a client connected in time; it may have disconnected again
+    /// Creates the pipe. Fails when a pipe of that name exists.
+    /// @param access  PIPE_ACCESS_INBOUND, PIPE_ACCESS_OUTBOUND or PIPE_ACCESS_DUPLEX
+    /// @throws vosexception "Unable to create pipe <name>"
+    void create(const std::wstring& name, DWORD access, Owner owner = Owner::user);
+
+    /// Waits for a client. @return false when no client connected in time
     /// @throws vosexception "Unable to wait while pipe has been connected"
     bool connect(DWORD timeoutMilliseconds);
-    /// Disconnects the client. connect() can then wait for another one.
+    /// Disconnects the client; another one can connect.
     void disconnect() noexcept;
 };
 

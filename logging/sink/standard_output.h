@@ -2,10 +2,12 @@
 
 #include <string>
 
-/// Writes text to standard output through the C runtime and flushes it. The stream is in text mode: "\n" becomes CR
-/// LF.
-/// @return false when the text was not written completely; true when the process has no standard output
-bool writeStandardOutput(const std::string& text) noexcept;
+/// Writes UTF-8 text to standard output and flushes it. A console shows it as text, whatever its code page. Elsewhere
+/// the C runtime's text mode writes the bytes, "\n" as CR LF; so a CR LF of the text stays CR LF. A zero character is
+/// written as U+FFFD.
+/// @return false when not all of it could be written; true for a process without standard output
+/// @throws vosexception, std::bad_alloc
+bool writeStandardOutput(const std::string& text);
 
-/// The same for wide text. The C runtime converts it with the current locale.
-bool writeStandardOutput(const std::wstring& text) noexcept;
+/// The same for wide text, which the stream converts unless standard output is a console.
+bool writeStandardOutput(const std::wstring& text);

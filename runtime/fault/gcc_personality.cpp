@@ -116,21 +116,15 @@ CallSite callSiteAt(const DISPATCHER_CONTEXT& dispatcher, std::uint64_t pc) noex
     return CallSite::gap;
 }
 
-/// Whether the code is a hardware or system error: severity "error" without the bit of application codes, or one of
-/// two warnings. This excludes C++ exceptions of other run times, debug prints, thread names and notifications.
-bool isFault(DWORD code) noexcept
-{
-    return (code & 0xf0000000) == 0xc0000000 || code == EXCEPTION_DATATYPE_MISALIGNMENT ||
-           code == EXCEPTION_BREAKPOINT;
-}
-
 EXCEPTION_DISPOSITION searchForFault(
     EXCEPTION_RECORD* record, CONTEXT* context, const DISPATCHER_CONTEXT& dispatcher, bool faultingFrame)
 {
     const structured_exception::Translator translator = structured_exception::currentTranslator();
     constexpr DWORD unwinding =
         EXCEPTION_UNWINDING | EXCEPTION_EXIT_UNWIND | EXCEPTION_TARGET_UNWIND | EXCEPTION_COLLIDED_UNWIND;
-    if ((record->ExceptionFlags & unwinding) || !translator || !isFault(record->ExceptionCode))
+    // Every code but GCC's own is translated. Who raises a notification (a debug print, a thread's name) handles it
+    // further in, and that handler is asked first.
+    if ((record->ExceptionFlags & unwinding) || !translator)
         return ExceptionContinueSearch;
 
     // ControlPc is the return address, which follows the call; in the faulting frame it is the instruction itself.

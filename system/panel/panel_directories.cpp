@@ -3,6 +3,7 @@
 #include "config/management_service/kelvo_srv_client.h"
 #include "logging/log_manager.h"
 #include "runtime/path.h"
+#include "system/panel/answer_confirmation.h"
 
 namespace {
 
@@ -19,32 +20,53 @@ struct ServiceLog : IServiceLog
     void error(const vexception& failure) noexcept override { LogManager::log(LogLevel::Error, failure); }
 };
 
-std::wstring directory(const wchar_t* name)
+struct Answer
+{
+    std::wstring directory;
+    bool needsConfirmation;
+};
+
+Answer ask(const wchar_t* name)
 {
     static ServiceLog log;
-    return path::normalise(KelvoSrvClient::getInstance(log).getString(name));
+    KelvoSrvClient& service = KelvoSrvClient::getInstance(log);
+    std::wstring directory = path::normalise(service.getString(name));
+    return {std::move(directory), service.needsConfirmation()};
 }
 
-std::wstring absoluteRoot()
+std::wstring askForInstallationDirectory()
 {
-    std::wstring root = directory(L"PRODUCT_ROOT_D");
-    // Programs in it are run as administrator, so it must not depend on the current directory.
-    if (!path::isAbsolute(root)) {
-        throw vexception(L"The product's root directory is not an absolute path: '" + root + L"'",
+    const Answer answer = ask(L"PRODUCT_ROOT_D");
+    // Utilities run from there as administrator. A relative path would depend on the caller's current directory.
+    if (!path::isAbsolute(answer.directory)) {
+        throw vexception(L"The product's root directory is not an absolute path: '" + answer.directory + L"'",
             {"panel::installationDirectory"});
     }
-    return root;
+    return answer.needsConfirmation ? panel::confirmedInstallationDirectory(answer.directory) : answer.directory;
 }
+
+bool dumpTempNeedsConfirmation = false; // the last answer
 
 } // namespace
 
 std::wstring panel::installationDirectory()
 {
-    static const std::wstring root = absoluteRoot();
+    static const std::wstring root = askForInstallationDirectory();
     return root;
 }
 
 std::wstring panel::dumpTempDirectory()
 {
-    return directory(L"DumpTempDir");
+    Answer answer = ask(L"DumpTempDir");
+    dumpTempNeedsConfirmation = answer.needsConfirmation;
+    return std::move(answer.directory);
+}
+
+bool panel::mayCleanDumpTempDirectory(const std::wstring& directory)
+{
+    if (!dumpTempNeedsConfirmation || isTemporaryDirectory(directory))
+        return true;
+    LogManager::log(LogLevel::Warning,
+        L"The registry does not confirm the directory of temporary dumps '%s'. It is not cleaned", directory.c_str());
+    return false;
 }

@@ -2,15 +2,25 @@
 
 #include <string>
 
-/// The panel's directories, as its management service names them. The paths are normalised.
+/// The panel's directories as its management service names them. All are normalised paths.
+///
+/// Where identities that are not trusted may have answered in the service's place
+/// (KelvoSrvClient::needsConfirmation), the registry, which only administrators can write, has to confirm the
+/// answers.
 namespace panel {
 
-/// The installation directory. The service's first answer is kept for the life of the process.
-/// @throws vexception when the query fails, or the answer is not an absolute path
+/// The installation directory; asked for until it was answered once. An answer that needs confirmation must name the
+/// same directory as the registry's PRODUCT_ROOT_D; the registry's path is returned then.
+/// @throws vexception when the service cannot be asked, its answer is no absolute path or is not confirmed
 std::wstring installationDirectory();
 
-/// The directory of the panel's temporary dump files. Queries the service at each call.
-/// @throws vexception when the query fails
+/// The directory of the panel's temporary dump files; asked for at every call. @throws vexception
 std::wstring dumpTempDirectory();
+
+/// Whether the answer of the last dumpTempDirectory() may be emptied. One that needs confirmation must lie below the
+/// registry's PRODUCT_ROOT_D or PRODUCT_DATA_D, or be Windows\Temp or lie below it; else this logs a Warning.
+/// @param directory  the answer
+/// @throws vosexception "LCMapStringEx"
+bool mayCleanDumpTempDirectory(const std::wstring& directory);
 
 } // namespace panel

@@ -13,13 +13,13 @@
 
 namespace {
 
-/// Reads to the end of the child's output.
+/// The child's whole output.
 std::vector<char> readAll(ExecPipe& pipe)
 {
     std::vector<char> bytes;
     char part[1024];
     while (const std::size_t count = pipe.read(part, sizeof part, 0)) {
-        // Growing by a quarter: the vector's own doubling takes too much memory for a large output.
+        // The vector's own growth, doubling, takes too much memory for a large output.
         if (bytes.capacity() - bytes.size() < count)
             bytes.reserve(bytes.size() + bytes.size() / 4 + sizeof part);
         bytes.insert(bytes.end(), part, part + count);
@@ -27,16 +27,61 @@ std::vector<char> readAll(ExecPipe& pipe)
     return bytes;
 }
 
-/// Reads the output of a started child and awaits its end. `code` gets the exit code, also before an exception.
+/// Reads the rest of the child's output and drops it. Repeats a failed read some times.
+/// @throws vosexception the last failure
+void discardRest(ExecPipe& pipe)
+{
+    constexpr int attempts = 3;
+    char part[1024];
+    for (int attempt = 1;; ++attempt) {
+        try {
+            while (pipe.read(part, sizeof part, 0) > 0) {
+            }
+            return;
+        } catch (const vexception&) {
+            if (attempt == attempts)
+                throw;
+        }
+    }
+}
+
+/// Waits for the end of a utility whose run has failed in this process. Ending it, or closing its output, could cut a
+/// repair in the middle, which does more harm than a lost answer.
+void awaitEnd(vexecutil& runner, const std::wstring& name) noexcept
+{
+    if (!runner.process)
+        return;
+    runner.stdinPipe.close(); // the utility may read its input to the end
+    try {
+        constexpr DWORD patience = 60'000; // a utility whose output is not read any more may never end
+        DWORD longest = INFINITE;
+        try {
+            discardRest(runner.stdoutPipe);
+        } catch (...) {
+            longest = patience;
+        }
+        if (runner.waitForExit(longest))
+            return;
+    } catch (...) { // no waiting either
+    }
+    LogManager::log(LogLevel::Warning, L"The utility '%s' (process %lu) is left running: its end cannot be awaited",
+        name.c_str(), runner.processId);
+}
+
+/// The rest of a run after the start. @param code  gets the exit code
 void finish(
     vexecutil& runner, const std::wstring& name, const std::wstring& shown, std::wstring& output, std::uint32_t& code)
 {
     {
-        // Read before the wait: a full pipe would block the child for ever.
+        // Read before waiting: a full pipe would block the child for ever.
         const std::vector<char> bytes = readAll(runner.stdoutPipe);
         output = toWide({bytes.data(), bytes.size()}, ansiCodePage);
     }
-    runner.waitForExit(INFINITE); // a utility has no time limit
+    if (runner.stdoutPipe.wasCutOff()) {
+        LogManager::log(LogLevel::Warning,
+            L"The output of the utility '%s' was cut off: a process that it started still holds it", name.c_str());
+    }
+    runner.waitForExit(INFINITE); // the utilities decide themselves how long they take
     code = runner.exitCode();
     if (code != 0) {
         throw vexception(L"Execute " + name + L" " + shown + L" failed with error code " +
@@ -55,7 +100,7 @@ void run(const std::wstring& name, const std::wstring& arguments, const std::wst
         std::wstring unwanted;
         finish(runner, name, shown, output ? *output : unwanted, code);
     } catch (...) {
-        runner.terminate(); // a child that was started must not outlive the failure
+        awaitEnd(runner, name);
         throw;
     }
     writeToUtilExecLog(false, runner.path, arguments, GetTickCount() - started);

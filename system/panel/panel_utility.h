@@ -7,7 +7,7 @@
 
 // The panel's command-line utilities, in its installation directory.
 
-/// Full path of a utility's executable, in admin\bin64 or admin\bin; ".exe" may be left out of the name.
+/// Full path of a utility's executable in admin\bin64 or admin\bin. The name may omit ".exe".
 /// @throws vexception "Unable to find path of '<name>'"
 std::wstring findUtilPath(const std::wstring& name, bool bin64);
 
@@ -18,9 +18,10 @@ std::wstring findUtilPath(const std::wstring& name, bool bin64);
 void startKelvoUtilInternal(
     const std::wstring& name, const std::wstring& arguments, const std::string* input, vexecutil& runner, bool bin64);
 
-/// Runs a utility to its end, without a time-out.
-/// @param output        gets its standard output and standard error, decoded from the ANSI code page; may be null
-/// @param throwOnError  whether a failure is thrown; false: the exit code is returned, -1 without one
+/// Runs a utility and waits for its end without time-out, also when the run fails in this process: a started utility
+/// is never ended. Logs a Warning when its end cannot be awaited, or its output was cut off (ExecPipe::read).
+/// @param output        gets its standard output and error, merged, converted from the ANSI code page; may be null
+/// @param throwOnError  false: swallows a failure and returns the exit code, -1 when there was none
 /// @return 0 on success
 /// @throws vexception when the utility cannot be run or its exit code is not 0
 std::uint32_t execKelvoUtil(const std::wstring& name, const std::wstring& arguments, std::wstring* output,

@@ -2,12 +2,22 @@
 
 #include "runtime/identity.h"
 #include "system/default_system_helper.h"
+#include "system/panel/answer_confirmation.h"
+#include "system/panel/panel_directories.h"
+#include "system/process/child_handles.h"
 #include "test/child_process.h"
 #include "test/failure.h"
+#include "test/recording_handler.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
 
+#include <sddl.h>
+
+#include <algorithm>
+#include <atomic>
 #include <fstream>
+#include <memory>
+#include <thread>
 #include <tuple>
 
 namespace {
@@ -60,22 +70,59 @@ TEST_F(Utility, ReturnsItsOutputOrFailsWithItsExitCode)
 {
     const std::string input(300'000, 'i');
     const DWORD start = GetTickCount();
+    RecordingHandler log;
     for (const auto& [script, given, outcome] :
         std::initializer_list<std::tuple<const char*, const std::string*, std::wstring>>{
             {"out one\nerr two\nout three", nullptr, L"one\r\ntwo\r\nthree\r\n"}, {"sleep 50", nullptr, L""},
             {"bytes 300000", nullptr, std::wstring(300'000, L'x')}, {"read", &input, L"300000\r\n"},
-            {"hex e4", nullptr, L"ä"}, {"child 20000\nout gone", nullptr, L"gone\r\n"},
+            {"hex e4", nullptr, L"ä"},
             {"out boom\nexit 3", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code 3: boom\r\n"},
             {"crash", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code -1073741819: "}})
         EXPECT_EQ(outcome, run(script, given)) << script;
-    EXPECT_LT(GetTickCount() - start, 15'000u) << "a process that the utility started must not delay the end";
     EXPECT_TRUE(run("exit 0", &input).ends_with(L" at Unable to write to pipe")) << "the input is not read";
+    const auto isInfo = [](const auto& record) { return record.level == LogLevel::Info; };
+    EXPECT_TRUE(std::all_of(log.records.begin(), log.records.end(), isInfo));
+    EXPECT_EQ(L"gone\r\n", run("child 20000\nout gone"));
+    EXPECT_LT(GetTickCount() - start, 15'000u) << "a child of the utility holds its output";
+    EXPECT_EQ(LogLevel::Warning, log.records.back().level);
+    EXPECT_EQ(L"The output of the utility 'util' was cut off: a process that it started still holds it",
+        log.records.back().message);
     EXPECT_EQ(L"!Unable to find path of 'nosuch'", run("", nullptr, L"nosuch"));
     EXPECT_TRUE(run("", nullptr, L"broken")
             .ends_with(L"(Error code 193) at CreateProcess '\"" + root + L"\\admin\\bin\\broken.exe\" --pwd=* --x'"));
 }
 
-TEST_F(Utility, IsFoundInTheInstallationDirectoryOnlyAndMayReturnItsExitCode)
+TEST_F(Utility, RunsToItsEndWhenReadingItsOutputFails)
+{
+    CreateDirectoryW((root + L"\\var").c_str(), nullptr);
+    std::atomic<bool> ended = false;
+    std::thread disturber([&] {
+        while (!ended && !path::isFile(root + L"\\var\\devpanel.log"))
+            Sleep(1); // the utility runs once it has noted something
+        for (std::uintptr_t handle = 4; handle < 2000; handle += 4)
+            CancelIoEx(reinterpret_cast<HANDLE>(handle), nullptr);
+    });
+    // More output than the pipe holds: the utility ends only if it is read on.
+    EXPECT_TRUE(
+        run("note begun\nsleep 500\nbytes 300000\nnote done").ends_with(L"Unable to complete pipe operation"));
+    ended = true;
+    disturber.join();
+    EXPECT_EQ("begun\r\ndone\r\n", readFile(root + L"\\var\\devpanel.log"));
+}
+
+TEST_F(Utility, GetsNoStandardInputWhenThereIsNone)
+{
+    const HANDLE own = GetStdHandle(STD_INPUT_HANDLE);
+    for (const HANDLE none : {HANDLE{nullptr}, INVALID_HANDLE_VALUE}) {
+        SetStdHandle(STD_INPUT_HANDLE, none);
+        vexecutil child;
+        child.captureStdout = child.stderrToStdout = true;
+        EXPECT_EQ(nullptr, standardHandles(child).handles[0]);
+    }
+    SetStdHandle(STD_INPUT_HANDLE, own);
+}
+
+TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
 {
     setScript("exit 7");
     EXPECT_EQ(7u, execKelvoUtil(L"UTIL.EXE", L"", nullptr, false, nullptr, false));
@@ -86,13 +133,74 @@ TEST_F(Utility, IsFoundInTheInstallationDirectoryOnlyAndMayReturnItsExitCode)
     EXPECT_EQ(root + L"\\", KelvoRepairAdapter::DefaultSystemHelper().getKelvoRootDir());
 }
 
-TEST_F(Utility, RunsAsTheImpersonatedUserWhenOnlyOneTokenIsAnAdministrators)
+TEST_F(Utility, ConfirmsTheDirectoriesOfAnUntrustedAnswerByTheRegistry)
+{
+    const std::wstring data = root + L"\\data", temp = root + L"\\admin", other = data + L" 2";
+    for (const std::wstring& directory : {data, other, data + L"\\x"})
+        CreateDirectoryW(directory.c_str(), nullptr);
+    EXPECT_EQ(root, panel::confirmedInstallationDirectory(root + L"\\ADMIN\\..")) << "the same directory";
+    const std::wstring failure = failureOf([&] { panel::confirmedInstallationDirectory(data); });
+    EXPECT_EQ(L"The management service names the installation directory '" + data + L"', the registry names '" +
+                  root + L"'",
+        messageIn(failure));
+    EXPECT_NE(L"nothing thrown", failureOf([&] { panel::confirmedInstallationDirectory(root + L"\\missing"); }));
+
+    EXPECT_TRUE(panel::isTemporaryDirectory(temp)) << "below PRODUCT_ROOT_D";
+    EXPECT_FALSE(panel::isTemporaryDirectory(root)) << "the installation directory itself";
+    setConfig(L"PRODUCT_ROOT_D", root + L"\\admin");
+    setConfig(L"PRODUCT_DATA_D", data);
+    for (const auto& [directory, outcome] : {std::pair(data + L"\\x", true), {data, false}, {other, false},
+             {data + L"\\..\\data 2", false}, {data + L"\\missing", false}, {L"", false}, {L"C:\\", false},
+             {L"C:\\windows\\temp", true}, {L"C:\\windows", false}, {L"C:\\windows\\system32", false}})
+        EXPECT_EQ(outcome, panel::isTemporaryDirectory(directory)) << testing::PrintToString(directory);
+}
+
+TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
+{
+    const auto serve = [](const wchar_t* text, const std::wstring& security) {
+        auto server = std::make_unique<ScriptedPipe>(answer(text), false, security);
+        setConfig(L"zrmpipe", server->name());
+        return server;
+    };
+    // The client notices at its next query that the last server has closed the pipe.
+    const auto disconnect = [] { EXPECT_NE(L"nothing thrown", failureOf([] { panel::dumpTempDirectory(); })); };
+    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = L"C:\\windows\\system32";
+    RecordingHandler log;
+    auto server = serve(L"C:\\windows", usersMayWrite);
+    EXPECT_EQ(
+        L"The management service names the installation directory 'C:\\windows', the registry names '" + root + L"'",
+        messageIn(failureOf([] { panel::installationDirectory(); })));
+
+    server = serve(system.c_str(), usersMayWrite);
+    disconnect();
+    EXPECT_EQ(system, panel::dumpTempDirectory());
+    EXPECT_FALSE(panel::mayCleanDumpTempDirectory(system));
+    EXPECT_EQ(LogLevel::Warning, log.records.back().level);
+    EXPECT_NE(std::wstring::npos, log.records.back().message.find(L"'" + system + L"'"));
+
+    server = serve(system.c_str(), ScriptedPipe::trustedSecurity);
+    disconnect();
+    panel::dumpTempDirectory();
+    EXPECT_TRUE(panel::mayCleanDumpTempDirectory(system)) << "the service is trusted";
+
+    server = serve((root + L"\\ADMIN\\..\\").c_str(), usersMayWrite);
+    disconnect();
+    EXPECT_EQ(root, panel::installationDirectory());
+}
+
+TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
 {
     const UniqueHandle own = identity::tokenOf(GetCurrentProcess(), TOKEN_ALL_ACCESS);
     const identity::Sid administrators = identity::Sid::wellKnown(WinBuiltinAdministratorsSid);
     SID_AND_ATTRIBUTES disabled{administrators.get(), 0};
     UniqueHandle lesser;
     ASSERT_TRUE(CreateRestrictedToken(own.get(), 0, 1, &disabled, 0, nullptr, 0, nullptr, lesser.receive()));
+    // A lesser user may not open the process's token.
+    SECURITY_ATTRIBUTES attributes{};
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        L"D:(A;;GA;;;BA)", SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
+    const UniqueLocalMemory rights(attributes.lpSecurityDescriptor);
+    ASSERT_TRUE(SetKernelObjectSecurity(own.get(), DACL_SECURITY_INFORMATION, rights.get()));
     for (const auto& [token, isAdministrator] : {std::pair{lesser.get(), false}, {own.get(), true}}) {
         UniqueHandle acting;
         ASSERT_TRUE(DuplicateToken(token, SecurityImpersonation, acting.receive()));

@@ -21,7 +21,7 @@ void writeToUtilExecLog(
                     moduleFileName().c_str(), path.c_str(), maskArguments(arguments).c_str(), milliseconds.c_str()));
         });
     } catch (const vexception& failure) {
-        LogManager::log(LogLevel::Warning, failure); // not an Error: the command itself succeeds
-    } catch (...) {                                  // out of memory: the utility still runs
+        LogManager::log(LogLevel::Warning, failure); // an Error would also go to standard output
+    } catch (...) {                                  // no memory for the failure itself
     }
 }

@@ -14,7 +14,7 @@ UniqueFile openInheritable(const std::wstring& path, DWORD access, DWORD disposi
     return file;
 }
 
-/// An inheritable copy of a handle of this process; empty for a null or invalid handle.
+/// An inheritable duplicate; empty for an empty or invalid handle.
 UniqueFile inheritableCopy(HANDLE handle)
 {
     HANDLE copy = nullptr;
@@ -59,7 +59,7 @@ StandardHandles standardHandles(vexecutil& child)
 HandleList::HandleList(const std::array<HANDLE, 3>& handles)
 {
     for (const HANDLE handle : handles) {
-        if (handle && handle != INVALID_HANDLE_VALUE)
+        if (handle)
             handles_.push_back(handle);
     }
     SIZE_T size = 0;

@@ -6,24 +6,25 @@
 #include <array>
 #include <vector>
 
-/// A child's standard handles. `owned` holds those that this process closes once the child has started.
+/// The standard handles of a child, and those of them that this process closes once the child is started.
 struct StandardHandles
 {
-    std::array<HANDLE, 3> handles{}; // input, output, error // weak
+    std::array<HANDLE, 3> handles{}; // input, output, error; null for none // weak
     std::vector<UniqueFile> owned;
 
+    /// @return the handle; null for an empty one
     HANDLE own(UniqueFile handle)
     {
         owned.push_back(std::move(handle));
-        return owned.back().get();
+        return owned.back() ? owned.back().get() : nullptr;
     }
 };
 
-/// Chooses the standard handles of a child before its start, and creates its pipes.
-/// @throws vosexception "CreateFile '<file>'", and as ExecPipe::create
+/// Chooses a child's standard handles before its start and creates its pipes.
+/// @throws vosexception "CreateFile '<file>'"; as ExecPipe::create
 StandardHandles standardHandles(vexecutil& child);
 
-/// Start-up attributes that let the child inherit only the given handles.
+/// Start-up attributes that let the child inherit these handles and no others.
 class HandleList
 {
 public:

@@ -2,6 +2,7 @@
 
 #include "runtime/failure/vosexception.h"
 #include "runtime/late/late_imports.h"
+#include "system/process/own_identity.h"
 
 #include <aclapi.h>
 
@@ -44,7 +45,7 @@ void grant(HANDLE object, const std::wstring& name, const identity::Sid& user, D
     const UniqueLocalMemory descriptorMemory(descriptor);
     if (status != ERROR_SUCCESS)
         throwOsError(status, L"Unable to get a winstation (" + name + L") security", site);
-    if (!list || isGranted(list, user, rights)) // no access list grants all rights to every account
+    if (!list || isGranted(list, user, rights)) // a null list grants every right to everyone
         return;
 
     EXPLICIT_ACCESSW entry{};
@@ -65,7 +66,7 @@ void grant(HANDLE object, const std::wstring& name, const identity::Sid& user, D
         throwOsError(status, L"Unable to set a winstation (" + name + L") security", site);
 }
 
-/// Replaces the process's window station for a scope. OpenDesktop looks in the process's window station.
+/// Replaces the process's window station for the life of a scope: OpenDesktopW opens desktops of that station.
 class StationScope
 {
 public:
@@ -86,6 +87,8 @@ private:
 
 void grantDesktopAccess(const identity::Sid& user)
 {
+    // An impersonated user may lack the right to change the access lists.
+    const OwnIdentity processIdentity;
     const std::wstring stationName = L"winsta0", desktopName = L"default";
     const Unique<WindowStationTraits> station(
         late::OpenWindowStationW(stationName.c_str(), FALSE, READ_CONTROL | WRITE_DAC | WINSTA_ENUMDESKTOPS));

@@ -7,14 +7,14 @@
 
 namespace {
 
-/// Milliseconds that output of the child's own children is read after the child has ended.
+/// Time for output of the process's children after its end, in milliseconds.
 constexpr ULONGLONG longestAfterEnd = 10'000;
 
 } // namespace
 
 UniqueFile ExecPipe::create(Direction direction)
 {
-    // A named pipe: anonymous pipes have no overlapped I/O, so no time-out. The name is unique to this call.
+    // A named pipe: anonymous pipes have no overlapped reads. The name is unique to this process and call.
     static std::atomic<LONG> calls = 0;
     const std::wstring name =
         formatString(L"\\\\.\\pipe\\mendkit.%lu.%ld.%llu", GetCurrentProcessId(), ++calls, GetTickCount64());
@@ -22,7 +22,7 @@ UniqueFile ExecPipe::create(Direction direction)
     pipe_.create(name, toChild ? PIPE_ACCESS_OUTBOUND : PIPE_ACCESS_INBOUND);
 
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    // Children set the state of their standard handles, which takes a right of the other direction too.
+    // Children set the state of their standard handles, which needs attribute rights of the other direction.
     const DWORD access = toChild ? GENERIC_READ | FILE_WRITE_ATTRIBUTES : GENERIC_WRITE | FILE_READ_ATTRIBUTES;
     UniqueFile childEnd(CreateFileW(name.c_str(), access, 0, &inherit, OPEN_EXISTING, 0, nullptr));
     if (!childEnd)
@@ -33,10 +33,15 @@ UniqueFile ExecPipe::create(Direction direction)
 std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
 {
     while (pipe_.beginRead(buffer, size)) {
-        // No time-out while the child runs: a utility has no time limit.
+        // No time-out while the process runs: the utilities decide themselves how long they take.
         const std::size_t bytes = completeOrEnd(INFINITE);
-        if (bytes > 0 || isOver() || pipe_.isFinished())
+        if (bytes > 0)
             return bytes;
+        if (pipe_.isFinished())
+            return 0;
+        cutOff_ = isOver();
+        if (cutOff_)
+            return 0;
     }
     return 0;
 }
@@ -67,13 +72,13 @@ bool ExecPipe::isOver() const noexcept
 std::size_t ExecPipe::completeOrEnd(DWORD timeoutMilliseconds)
 {
     constexpr DWORD silenceAfterEnd = 500;
-    if (pipe_.hasEnded()) // common while the child writes faster than we read; saves the wait
+    if (pipe_.hasEnded()) // saves the wait while the child writes faster than this process reads
         return isOver() ? 0 : pipe_.complete(0);
     const HANDLE either[] = {pipe_.completion(), process_};
     const DWORD signalled = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
     if (signalled == WAIT_FAILED) {
         const DWORD code = GetLastError();
-        pipe_.close(); // awaits the operation's end: the buffer is the caller's
+        pipe_.cancel(); // the caller may free the buffer now
         throwOsError(code, formatString(L"Unable to complete pipe operation: Unknown state %X", signalled),
             {"ExecPipe::completeOrEnd"});
     }

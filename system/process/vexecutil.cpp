@@ -19,9 +19,8 @@ bool isRedirected(const vexecutil& child)
            !child.stdinFile.empty() || !child.stdoutFile.empty() || !child.stderrFile.empty();
 }
 
-/// The executable's path. A path that is not absolute is refused: the system would search the current directory and
-/// PATH for it.
-/// @throws vosexception "CreateProcess '<command line>'"
+/// @throws vosexception "CreateProcess '<command line>'" for a path that is not absolute: the system would search the
+/// current directory and PATH for it
 std::wstring absoluteExecutable(const vexecutil& child, const std::wstring& commandLine)
 {
     std::wstring executable = child.path;
@@ -48,7 +47,7 @@ DWORD creationFlags(const vexecutil& child) noexcept
     return flags;
 }
 
-/// The arguments of process creation without the start-up record.
+/// Arguments of process creation beside the start-up record.
 struct Creation
 {
     const std::wstring& executable;
@@ -62,7 +61,7 @@ struct Creation
 PROCESS_INFORMATION create(const Creation& creation, STARTUPINFOEXW& startup)
 {
     const UniqueHandle token = chooseChildIdentity();
-    auto* const environment = const_cast<wchar_t*>(creation.environment); // CreateProcess only reads it
+    auto* const environment = const_cast<wchar_t*>(creation.environment); // only read
     std::wstring commandLine = creation.commandLine;                      // CreateProcessW may write to it
     PROCESS_INFORMATION started{};
     BOOL created = FALSE;
@@ -141,9 +140,9 @@ bool vexecutil::waitForExit(DWORD timeoutMilliseconds) const
 
 void vexecutil::terminate() const noexcept
 {
-    constexpr DWORD itsEnd = 5000;
+    constexpr DWORD patience = 5000;
     if (process && TerminateProcess(process.get(), 1))
-        WaitForSingleObject(process.get(), itsEnd);
+        WaitForSingleObject(process.get(), patience);
 }
 
 std::uint32_t vexecutil::exitCode() const

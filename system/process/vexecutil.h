@@ -5,31 +5,31 @@
 
 #include <string>
 
-/// One child process: set the fields, then call start(). Owns its handles and pipes. The destructor does not end the
-/// child.
+/// One child process: set the fields, then start it. Owns the handles; its destruction does not end the child.
 class vexecutil
 {
 public:
     std::wstring arguments;               ///< passed to the child unchanged
     std::int32_t hideWindow = 0;          ///< above 0: no console window
     const wchar_t* environment = nullptr; ///< a wide environment block, null for the parent's; not owned
-    std::wstring path;             ///< of the executable, absolute; empty: `arguments` is the whole command line
-    bool pipeStderr = false;       ///< a pipe for standard error
-    bool stderrToStdout = false;   ///< standard error gets a copy of the handle of standard output
-    bool pipeStdin = false;        ///< a pipe for standard input
-    bool captureStdout = false;    ///< a pipe for standard output
-    bool inheritHandles = false;   ///< inherit all inheritable handles even when nothing is redirected
-    std::wstring workingDirectory; ///< becomes the current directory of this process too; empty: unchanged
-    std::wstring stdinFile, stdoutFile, stderrFile; ///< files as standard handles; empty: none
+    std::wstring path;           ///< of the executable, absolute; empty: `arguments` is the whole command line
+    bool pipeStderr = false;     ///< a pipe for standard error
+    bool stderrToStdout = false; ///< standard error is a duplicate of standard output
+    bool pipeStdin = false;      ///< a pipe for standard input
+    bool captureStdout = false;  ///< a pipe for standard output
+    bool inheritHandles = false; ///< inherit all inheritable handles even when nothing is redirected
+    std::wstring
+        workingDirectory; ///< becomes the current directory of this process and so of the child; empty: unchanged
+    std::wstring stdinFile, stdoutFile, stderrFile; ///< bound to the standard handles; empty: none
     bool inheritDesktop = false;                    ///< false: "winsta0\default"
-    bool suspended = false;                         ///< start the child suspended
+    bool suspended = false;                         ///< start with CREATE_SUSPENDED
 
     ExecPipe stdinPipe, stdoutPipe, stderrPipe; ///< the parent's ends
     UniqueHandle process, thread;
     DWORD processId = 0, threadId = 0;
 
-    /// Starts the child. With a redirection, and without inheritHandles, it inherits only its standard handles. Its
-    /// ends of the pipes are closed in this process.
+    /// Starts the child. It inherits its standard handles only, unless inheritHandles is set. Closes the child's ends
+    /// of the pipes in this process.
     /// @throws vosexception "CreateProcess '<command line>'" and the like
     void start();
 
@@ -37,7 +37,7 @@ public:
     /// @throws vosexception "Lock object"
     bool waitForExit(DWORD timeoutMilliseconds) const;
 
-    /// Ends the child if it still runs.
+    /// Ends the child if it still runs. For children without work to lose; panel utilities are never ended.
     void terminate() const noexcept;
 
     /// The exit code; 259 while the child runs. @throws vosexception "GetExitCodeProcess"
