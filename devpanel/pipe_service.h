@@ -4,15 +4,24 @@
 
 #include <string>
 
-// Stand-in for the panel's management service.
+// The stand-in for the panel's management service.
 
 inline constexpr wchar_t panelRoot[] = L"C:\\Program Files\\Kelvo Panel";
 inline constexpr wchar_t panelPipe[] = L"kelvo_devpanel";
 
-/// Serves the pipe until no client has connected for some seconds. Returns at once when the pipe exists.
-/// @param silenceMilliseconds  wait before each reply
-/// @param name  of the pipe, which serves one client at a time
-void servePipe(DWORD silenceMilliseconds, const std::wstring& name = panelPipe);
+/// What the service answers.
+struct PanelValues
+{
+    std::wstring root = panelRoot;
+    std::wstring dumps = std::wstring(panelRoot) + L"\\var\\dumps";
+};
 
-/// Starts the service unless it runs. It then runs for some seconds.
+/// Serves the pipe, one client at a time, until no client has connected for five seconds. Returns at once when
+/// another process serves it.
+/// @param silenceMilliseconds  the delay before each reply
+/// @param name                 the pipe's name
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values);
+
+/// Starts a process that serves the pipe unless there is one. It serves for at least five seconds from this call.
+/// @throws vexception when it does not start
 void ensurePipe();
