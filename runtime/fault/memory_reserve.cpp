@@ -1,7 +1,8 @@
-// A memory reserve for the C and C++ run times. They allocate small blocks (thread records, thread-local variables,
-// locks). When such an allocation fails, they crash, end the process or hang. The linker (--wrap) replaces the C
-// runtime's allocation functions with the ones below.
-// operator new does not use the reserve before openMemoryReserve(): std::bad_alloc is an ordinary failure.
+// A memory reserve for the C and C++ run times. They allocate small blocks of their own (thread records, thread-local
+// variables, locks) and do not survive a refusal. Seen without this file, with one refusal in a run of --help: a
+// refused calloc before the entry point hung the process; refusing everything from the second malloc on ended it with
+// exit code 0 and without output. The linker (--wrap) replaces the C run time's allocation functions with the ones
+// below. operator new does not use the reserve before openMemoryReserve(): std::bad_alloc is an ordinary failure.
 
 #include "runtime/fault/memory_reserve.h"
 

@@ -115,9 +115,10 @@ TEST_F(Utility, GetsNoStandardInputWhenThereIsNone)
     const HANDLE own = GetStdHandle(STD_INPUT_HANDLE);
     for (const HANDLE none : {HANDLE{nullptr}, INVALID_HANDLE_VALUE}) {
         SetStdHandle(STD_INPUT_HANDLE, none);
-        vexecutil child;
-        child.captureStdout = child.stderrToStdout = true;
-        EXPECT_EQ(nullptr, standardHandles(child).handles[0]);
+        ExecPipe output;
+        const std::wstring noFile;
+        const ChildStreams streams{nullptr, &output, nullptr, noFile, noFile, noFile, true};
+        EXPECT_EQ(nullptr, standardHandles(streams).handles[0]);
     }
     SetStdHandle(STD_INPUT_HANDLE, own);
 }

@@ -27,30 +27,30 @@ UniqueFile inheritableCopy(HANDLE handle)
 
 } // namespace
 
-StandardHandles standardHandles(vexecutil& child)
+StandardHandles standardHandles(const ChildStreams& streams)
 {
     StandardHandles chosen;
     auto& [input, output, error] = chosen.handles;
-    if (child.pipeStdin)
-        input = chosen.own(child.stdinPipe.create(ExecPipe::Direction::toChild));
-    else if (!child.stdinFile.empty())
-        input = chosen.own(openInheritable(child.stdinFile, GENERIC_READ, OPEN_EXISTING));
+    if (streams.stdinPipe)
+        input = chosen.own(streams.stdinPipe->create(ExecPipe::Direction::toChild));
+    else if (!streams.stdinFile.empty())
+        input = chosen.own(openInheritable(streams.stdinFile, GENERIC_READ, OPEN_EXISTING));
     else
         input = chosen.own(inheritableCopy(GetStdHandle(STD_INPUT_HANDLE)));
 
-    if (child.captureStdout)
-        output = chosen.own(child.stdoutPipe.create(ExecPipe::Direction::fromChild));
-    else if (!child.stdoutFile.empty())
-        output = chosen.own(openInheritable(child.stdoutFile, GENERIC_WRITE, OPEN_ALWAYS));
+    if (streams.stdoutPipe)
+        output = chosen.own(streams.stdoutPipe->create(ExecPipe::Direction::fromChild));
+    else if (!streams.stdoutFile.empty())
+        output = chosen.own(openInheritable(streams.stdoutFile, GENERIC_WRITE, OPEN_ALWAYS));
     else
         output = chosen.own(inheritableCopy(GetStdHandle(STD_OUTPUT_HANDLE)));
 
-    if (child.pipeStderr)
-        error = chosen.own(child.stderrPipe.create(ExecPipe::Direction::fromChild));
-    else if (child.stderrToStdout)
+    if (streams.stderrPipe)
+        error = chosen.own(streams.stderrPipe->create(ExecPipe::Direction::fromChild));
+    else if (streams.stderrToStdout)
         error = chosen.own(inheritableCopy(output));
-    else if (!child.stderrFile.empty())
-        error = chosen.own(openInheritable(child.stderrFile, GENERIC_WRITE, OPEN_ALWAYS));
+    else if (!streams.stderrFile.empty())
+        error = chosen.own(openInheritable(streams.stderrFile, GENERIC_WRITE, OPEN_ALWAYS));
     else
         error = chosen.own(inheritableCopy(GetStdHandle(STD_ERROR_HANDLE)));
     return chosen;

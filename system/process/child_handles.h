@@ -1,10 +1,19 @@
 #pragma once
 
 #include "runtime/handle/handles.h"
-#include "system/process/vexecutil.h"
+#include "system/process/exec_pipe.h"
 
 #include <array>
+#include <string>
 #include <vector>
+
+/// What a child's standard handles are bound to. A pipe comes before a file, a file before this process's own handle.
+struct ChildStreams
+{
+    ExecPipe *stdinPipe, *stdoutPipe, *stderrPipe;           // null for none // weak
+    const std::wstring &stdinFile, &stdoutFile, &stderrFile; // empty for none
+    bool stderrToStdout;                                     // before the file
+};
 
 /// The standard handles of a child, and those of them that this process closes once the child is started.
 struct StandardHandles
@@ -22,7 +31,7 @@ struct StandardHandles
 
 /// Chooses a child's standard handles before its start and creates its pipes.
 /// @throws vosexception "CreateFile '<file>'"; as ExecPipe::create
-StandardHandles standardHandles(vexecutil& child);
+StandardHandles standardHandles(const ChildStreams& streams);
 
 /// Start-up attributes that let the child inherit these handles and no others.
 class HandleList

@@ -96,7 +96,8 @@ void vexecutil::start()
     StandardHandles standard;
     std::optional<HandleList> list;
     if (isRedirected(*this) || inheritHandles) {
-        standard = standardHandles(*this);
+        standard = standardHandles({pipeStdin ? &stdinPipe : nullptr, captureStdout ? &stdoutPipe : nullptr,
+            pipeStderr ? &stderrPipe : nullptr, stdinFile, stdoutFile, stderrFile, stderrToStdout});
         startup.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
         startup.StartupInfo.hStdInput = standard.handles[0];
         startup.StartupInfo.hStdOutput = standard.handles[1];

@@ -1,0 +1,93 @@
+// Faults of whole processes: their records, exit codes and dumps, and where their DLLs come from.
+
+#include "test/program.h"
+
+#include <sddl.h>
+
+#include <dbghelp.h>
+
+#include <fstream>
+
+namespace {
+
+class Faults : public ProgramRun
+{
+};
+
+} // namespace
+
+TEST_F(Faults, DumpsAndReportsEveryFault)
+{
+    // The directory does not exist, so every dump fails and logs a record, which is counted.
+    setConfig(L"CrashDumpsLocation", root.path() + L"\\missing");
+    const std::string fault = "C structured exception: 0xc00000", end = "Unexpected end of the program";
+    const struct
+    {
+        const wchar_t* word;
+        std::string output;
+        std::uint32_t exitCode;
+        int dumps;
+    } rows[] = {{L"none", "", 0, 0}, {L"handled", "", 0, 0}, {L"null", fault + "05", 1, 1},
+        {L"callback", fault + "05", 1, 1},
+        {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
+        {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
+        {L"twice", fault + "fd", 1, 2}, {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1},
+        {L"software", "C structured exception: 0xe0000001\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
+        {L"warning", "C structured exception: 0x80000001\r\n   at (", 1, 1},
+        {L"foreign", "C structured exception: 0xe06d7363\r\n   at (", 1, 1}, {L"logging", "logged", 0, 1},
+        {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"end", "", 1, 0}};
+    for (const auto& [word, output, exitCode, dumps] : rows) {
+        const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
+        EXPECT_EQ(exitCode, result.exitCode) << word;
+        EXPECT_NE(std::string::npos, result.output.find(output)) << word << result.output;
+        const std::string record = "Unable to call internalDumpMiniDump(";
+        int records = 0;
+        for (std::size_t at = 0; (at = result.output.find(record, at)) != std::string::npos; ++at)
+            ++records;
+        EXPECT_EQ(dumps, records) << word;
+    }
+}
+
+TEST_F(Faults, LoadsNoDllFromItsOwnDirectory)
+{
+    const std::wstring copy = builtProgram(L"test\\mendkit_beside.dll");
+    ASSERT_TRUE(CopyFileW(L"C:\\windows\\system32\\shlwapi.dll", copy.c_str(), FALSE)) << GetLastError();
+    EXPECT_EQ(0u, runChild(builtProgram(L"test\\fault_program.exe"), L"dll").exitCode);
+    DeleteFileW(copy.c_str());
+}
+
+TEST_F(Faults, PrunesOldDumpsAndProtectsTheNewOne)
+{
+    const std::wstring dumps = root.path() + L"\\admin\\logs\\", other = dumps + L"fault_program.dmpold";
+    setConfig(L"CrashDumpsLocation", dumps);
+    setConfig(L"CrashDumpsMaxCount", 1);
+    std::ofstream(other.c_str()) << "x";
+    const struct
+    {
+        const wchar_t* word;
+        DWORD code;
+    } rows[] = {{L"outside", EXCEPTION_ACCESS_VIOLATION}, {L"stack", EXCEPTION_STACK_OVERFLOW}};
+    for (const auto& [word, code] : rows) {
+        EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), word).exitCode);
+        WIN32_FIND_DATAW found;
+        const HANDLE search = FindFirstFileW((dumps + L"fault_program????????_??????.dmp").c_str(), &found);
+        ASSERT_NE(INVALID_HANDLE_VALUE, search);
+        EXPECT_FALSE(FindNextFileW(search, &found)) << "the older dump is still there";
+        FindClose(search);
+
+        std::string dump = readFile(dumps + found.cFileName);
+        void* stream = nullptr;
+        ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), ExceptionStream, nullptr, &stream, nullptr));
+        EXPECT_EQ(code, static_cast<MINIDUMP_EXCEPTION_STREAM*>(stream)->ExceptionRecord.ExceptionCode);
+
+        BYTE rights[1024];
+        DWORD size = sizeof rights;
+        GetFileSecurityW((dumps + found.cFileName).c_str(), DACL_SECURITY_INFORMATION, rights, size, &size);
+        wchar_t* text = nullptr;
+        ConvertSecurityDescriptorToStringSecurityDescriptorW(
+            rights, SDDL_REVISION_1, DACL_SECURITY_INFORMATION, &text, nullptr);
+        const UniqueLocalMemory memory(text);
+        EXPECT_EQ(std::wstring::npos, std::wstring(text).find(L"WD)")) << text;
+    }
+    EXPECT_EQ("x", readFile(other)) << "not a dump: only its short name ends in .dmp";
+}
