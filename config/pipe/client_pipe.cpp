@@ -1,6 +1,7 @@
 #include "config/pipe/client_pipe.h"
 
 #include "config/pipe/pipe_server_facts.h"
+#include "runtime/text/format.h"
 
 #include <utility>
 
@@ -33,12 +34,10 @@ void ClientOverlappedPipe::create(const std::wstring& name, DWORD tries)
     PipeServerFacts facts(handle.get());
     trust_ = decidePipeTrust(facts);
     if (trust_ == PipeTrust::refused) {
-        if (facts.hasServerEnded()) {
-            throw PipeServerRefused(ERROR_BROKEN_PIPE, failure,
-                L"The server of pipe " + name + L" has ended before it could be checked: " + facts.describe(), site);
-        }
-        throw PipeServerRefused(ERROR_ACCESS_DENIED, failure,
-            L"The server of pipe " + name + L" is not trusted: " + facts.describe(), site);
+        const bool hasEnded = facts.hasServerEnded();
+        const wchar_t* const verdict = hasEnded ? L"has ended before it could be checked" : L"is not trusted";
+        throw PipeServerRefused(hasEnded ? ERROR_BROKEN_PIPE : ERROR_ACCESS_DENIED, failure,
+            formatString(L"The server of pipe %s %s: %s", name.c_str(), verdict, facts.describe().c_str()), site);
     }
 
     DWORD mode = PIPE_READMODE_BYTE | PIPE_WAIT;

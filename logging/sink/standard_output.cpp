@@ -23,31 +23,30 @@ bool isConsole(HANDLE output) noexcept
     return GetConsoleMode(output, &mode);
 }
 
-template <typename Text>
-void replaceAll(Text& text, const Text& what, const Text& with)
+void replaceAll(std::string& text, std::string_view what, std::string_view with)
 {
-    for (std::size_t at = 0; (at = text.find(what, at)) != Text::npos; at += with.size())
+    for (std::size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size())
         text.replace(at, what.size(), with);
 }
 
-/// The text for a stream in text mode.
-std::string forTextMode(std::string text)
+/// The text with "\n" for every line end and U+FFFD for zero characters.
+std::string plain(std::string text)
 {
-    replaceAll<std::string>(text, "\r\n", "\n");
-    replaceAll<std::string>(text, std::string(1, '\0'), "\xef\xbf\xbd"); // U+FFFD
+    replaceAll(text, "\r\n", "\n");
+    replaceAll(text, std::string_view("\0", 1), "\xef\xbf\xbd");
     return text;
 }
 
 bool flushed(bool written) noexcept
 {
+    // The C runtime may report a failed write as the stream's error alone.
     return std::fflush(stdout) == 0 && written && !std::ferror(stdout);
 }
 
-bool writeToConsole(HANDLE console, std::wstring text)
+bool writeToConsole(HANDLE console, std::string lines)
 {
-    replaceAll<std::wstring>(text, L"\r\n", L"\n");
-    replaceAll<std::wstring>(text, L"\n", L"\r\n");
-    replaceAll<std::wstring>(text, std::wstring(1, L'\0'), L"\xfffd");
+    replaceAll(lines, "\n", "\r\n");
+    const std::wstring text = toWide(lines, utf8CodePage);
     constexpr std::size_t largest = 8192; // WriteConsole refuses texts beyond some 64 KiB on older systems
     for (std::wstring_view rest = text; !rest.empty();) {
         std::size_t count = std::min(rest.size(), largest);
@@ -68,18 +67,16 @@ bool writeStandardOutput(const std::string& text)
     const HANDLE output = standardOutput();
     if (!output)
         return true;
+    const std::string lines = plain(text);
     if (isConsole(output))
-        return writeToConsole(output, toWide(text, utf8CodePage));
-    const std::string bytes = forTextMode(text);
-    return flushed(std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size());
+        return writeToConsole(output, lines);
+    return flushed(std::fwrite(lines.data(), 1, lines.size(), stdout) == lines.size());
 }
 
 bool writeStandardOutput(const std::wstring& text)
 {
     const HANDLE output = standardOutput();
-    if (!output)
-        return true;
-    if (isConsole(output))
-        return writeToConsole(output, text);
-    return flushed(std::fputws(text.c_str(), stdout) >= 0);
+    if (output && isConsole(output))
+        return writeToConsole(output, plain(toNarrow(text, utf8CodePage)));
+    return !output || flushed(std::fputws(text.c_str(), stdout) >= 0);
 }

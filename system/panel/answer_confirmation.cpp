@@ -4,6 +4,7 @@
 #include "runtime/failure/vexception.h"
 #include "runtime/file_location.h"
 #include "runtime/path.h"
+#include "runtime/text/format.h"
 
 #include <windows.h>
 
@@ -32,8 +33,9 @@ std::wstring panel::confirmedInstallationDirectory(const std::wstring& answer)
 {
     std::wstring registered = config::installationDirectory();
     if (!path::isAbsolute(registered) || !location::isSame(answer, registered)) {
-        throw vexception(L"The management service names the installation directory '" + answer +
-                             L"', the registry names '" + registered + L"'",
+        throw vexception(
+            formatString(L"The management service names the installation directory '%s', the registry names '%s'",
+                answer.c_str(), registered.c_str()),
             {"panel::installationDirectory"});
     }
     // Not the answer: a link in it could lead elsewhere later.
