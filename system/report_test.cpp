@@ -83,8 +83,14 @@ TEST_F(ErrorReport, FindsTheUtilityWhenTheRegistryHasSlashes)
 
 TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)
 {
-    for (const auto& [level, feedback, hits] : {std::tuple{LogLevel::Info, L"true", ""}, {LogLevel::Warning, L"", ""},
-             {LogLevel::Error, L"false", ""}, {LogLevel::Error, L"False", "1"}, {LogLevel::Crash, L"0", ""}}) {
+    const struct
+    {
+        LogLevel level;
+        const wchar_t* feedback;
+        const char* hits;
+    } rows[] = {{LogLevel::Info, L"true", ""}, {LogLevel::Warning, L"", ""}, {LogLevel::Error, L"false", ""},
+        {LogLevel::Error, L"False", "1"}, {LogLevel::Crash, L"0", ""}};
+    for (const auto& [level, feedback, hits] : rows) {
         setConfig(L"SendFeedback", feedback);
         EXPECT_EQ(hits, hitsOf(L"text", level)) << "a severe one was sent before";
     }
@@ -94,9 +100,13 @@ TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)
 
 TEST_F(ErrorReport, IsSentOnceADayWithTheNumberOfRepeats)
 {
-    for (const auto& [day, hour, minute, hits] : std::initializer_list<std::tuple<WORD, WORD, WORD, const char*>>{
-             {16, 12, 0, "1"}, {16, 12, 0, ""}, {17, 11, 59, ""}, {17, 12, 0, "4"}, {18, 11, 59, ""}, {10, 0, 0, ""},
-             {77, 0, 0, ""}, {18, 12, 0, "5"}, {30, 0, 0, "2"}}) {
+    const struct
+    {
+        WORD day, hour, minute;
+        const char* hits;
+    } rows[] = {{16, 12, 0, "1"}, {16, 12, 0, ""}, {17, 11, 59, ""}, {17, 12, 0, "4"}, {18, 11, 59, ""},
+        {10, 0, 0, ""}, {77, 0, 0, ""}, {18, 12, 0, "5"}, {30, 0, 0, "2"}};
+    for (const auto& [day, hour, minute, hits] : rows) {
         helper->now = {2026, 11, 0, day, hour, minute, 0, 0};
         EXPECT_EQ(hits, hitsOf(L"text")) << day;
     }

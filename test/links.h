@@ -11,7 +11,7 @@
 /// Access lists of links, in SDDL: any account may change the link; or only SYSTEM and Administrators, and
 /// Administrators own it. Tests that do not name one accept both.
 inline constexpr wchar_t ofOthers[] = L"D:P(A;;FA;;;WD)",
-                         ofMachine[] = L"O:BAD:P(A;;FA;;;BA)(A;;FA;;;SY)(A;;FRFX;;;WD)";
+                         ofAdministrators[] = L"O:BAD:P(A;;FA;;;BA)(A;;FA;;;SY)(A;;FRFX;;;WD)";
 
 /// One object of a tree.
 struct Node

@@ -21,7 +21,7 @@ struct Case
 } const cases[] = {
     // Links in cleaned directories are removed, not followed.
     {"Junction", {junction(L"dumps\\j", L"@\\canary")}, {L"dumps\\j"}},
-    {"TrustedJunction", {junction(L"dumps\\j", L"@\\canary").with(ofMachine)}, {L"dumps\\j"}},
+    {"TrustedJunction", {junction(L"dumps\\j", L"@\\canary").with(ofAdministrators)}, {L"dumps\\j"}},
     {"JunctionDeepInATree", {file(L"dumps\\x\\y\\f"), junction(L"dumps\\x\\y\\z\\j", L"@\\canary")}, {L"dumps\\x"}},
     {"JunctionToNothing", {junction(L"dumps\\j", L"@\\nothing")}, {L"dumps\\j"}},
     {"JunctionToItsOwnDirectory", {junction(L"dumps\\x\\j", L"@\\dumps\\x")}, {L"dumps\\x"}},
@@ -58,35 +58,37 @@ struct Case
         L"others than the administrators"},
     {"DirectoryIsATrustedLink",
         {file(L"real\\f"), file(L"real\\x\\f"), junction(L"real\\j", L"@\\canary"),
-            junction(L"dumps", L"@\\real").with(ofMachine)},
+            junction(L"dumps", L"@\\real").with(ofAdministrators)},
         {L"real\\f", L"real\\x", L"real\\j"}},
-    {"DirectoryIsATrustedSymbolicLink", {file(L"real\\f"), directoryLink(L"dumps", L"@\\real").with(ofMachine)},
-        {L"real\\f"}},
-    {"DirectoryIsATrustedRelativeLink", {file(L"real\\f"), directoryLink(L"way\\dumps", L"..\\real").with(ofMachine)},
-        {L"real\\f"}, L"", L"@\\way\\dumps"},
+    {"DirectoryIsATrustedSymbolicLink",
+        {file(L"real\\f"), directoryLink(L"dumps", L"@\\real").with(ofAdministrators)}, {L"real\\f"}},
+    {"DirectoryIsATrustedRelativeLink",
+        {file(L"real\\f"), directoryLink(L"way\\dumps", L"..\\real").with(ofAdministrators)}, {L"real\\f"}, L"",
+        L"@\\way\\dumps"},
     {"LinkInThePath", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators", L"@\\way\\dumps"},
-    {"TrustedLinkInThePath", {file(L"real\\dumps\\f"), junction(L"way", L"@\\real").with(ofMachine)},
+    {"TrustedLinkInThePath", {file(L"real\\dumps\\f"), junction(L"way", L"@\\real").with(ofAdministrators)},
         {L"real\\dumps\\f"}, L"", L"@\\way\\dumps"},
     {"TrustedRelativeLinkInThePath",
-        {file(L"real\\dumps\\f"), directoryLink(L"x\\way", L"..\\y\\..\\real").with(ofMachine)}, {L"real\\dumps\\f"},
-        L"", L"@\\x\\way\\dumps"},
+        {file(L"real\\dumps\\f"), directoryLink(L"x\\way", L"..\\y\\..\\real").with(ofAdministrators)},
+        {L"real\\dumps\\f"}, L"", L"@\\x\\way\\dumps"},
     {"ChainOfTrustedLinks",
-        {file(L"real\\dumps\\f"), junction(L"second", L"@\\real").with(ofMachine),
-            directoryLink(L"first", L"second").with(ofMachine)},
+        {file(L"real\\dumps\\f"), junction(L"second", L"@\\real").with(ofAdministrators),
+            directoryLink(L"first", L"second").with(ofAdministrators)},
         {L"real\\dumps\\f"}, L"", L"@\\first\\dumps"},
     {"ChainWithAnUntrustedLink",
         {file(L"canary\\dumps\\f"), junction(L"second", L"@\\canary").with(ofOthers),
-            junction(L"first", L"@\\second").with(ofMachine)},
+            junction(L"first", L"@\\second").with(ofAdministrators)},
         {}, L"others than the administrators", L"@\\first\\dumps"},
     {"EndlessChain",
-        {junction(L"first", L"@\\second").with(ofMachine), junction(L"second", L"@\\first").with(ofMachine)}, {},
-        L"Unable to read directory", L"@\\first\\dumps"},
+        {junction(L"first", L"@\\second").with(ofAdministrators),
+            junction(L"second", L"@\\first").with(ofAdministrators)},
+        {}, L"Unable to read directory", L"@\\first\\dumps"},
     {"PanelBehindALink", {file(L"canary\\tmp\\f"), junction(L"panel", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators"},
     {"ParentIsALink", {file(L"canary\\tmp\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators"},
-    {"ParentIsATrustedLink", {file(L"real\\tmp\\f"), junction(L"panel\\MGX", L"@\\real").with(ofMachine)},
+    {"ParentIsATrustedLink", {file(L"real\\tmp\\f"), junction(L"panel\\MGX", L"@\\real").with(ofAdministrators)},
         {L"real\\tmp\\f"}},
     {"OneUntrustedLinkAmongCleanedDirectories",
         {file(L"dumps\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers), file(L"panel\\PrivateTemp\\f")},
@@ -163,7 +165,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(LinkRun, DoesNotCleanTheDirectoryOfTheProgramBehindALink)
 {
     const std::wstring program = tree.at(L"program\\mendkit.exe");
-    ASSERT_TRUE(tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofMachine)));
+    ASSERT_TRUE(
+        tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofAdministrators)));
     CopyFileW(builtProgram(L"app\\mendkit.exe").c_str(), program.c_str(), FALSE);
     const Snapshot before = tree.snapshot();
     EXPECT_EQ(0u, clean(L"@\\dumps", program).exitCode);

@@ -77,7 +77,11 @@ public:
         return all;
     }
 
-    DWORD openRoot(const std::wstring&, Handle& opened) override { return step(), hand(volume, opened); }
+    DWORD openRoot(const std::wstring&, Handle& opened) override
+    {
+        step();
+        return hand(volume, opened);
+    }
     DWORD open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened) override
     {
         step();

@@ -18,7 +18,6 @@
 #include <fstream>
 #include <memory>
 #include <thread>
-#include <tuple>
 
 namespace {
 
@@ -71,13 +70,17 @@ TEST_F(Utility, ReturnsItsOutputOrFailsWithItsExitCode)
     const std::string input(300'000, 'i');
     const DWORD start = GetTickCount();
     RecordingHandler log;
-    for (const auto& [script, given, outcome] :
-        std::initializer_list<std::tuple<const char*, const std::string*, std::wstring>>{
-            {"out one\nerr two\nout three", nullptr, L"one\r\ntwo\r\nthree\r\n"}, {"sleep 50", nullptr, L""},
-            {"bytes 300000", nullptr, std::wstring(300'000, L'x')}, {"read", &input, L"300000\r\n"},
-            {"hex e4", nullptr, L"ä"},
-            {"out boom\nexit 3", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code 3: boom\r\n"},
-            {"crash", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code -1073741819: "}})
+    const struct
+    {
+        const char* script;
+        const std::string* input;
+        std::wstring outcome;
+    } rows[] = {{"out one\nerr two\nout three", nullptr, L"one\r\ntwo\r\nthree\r\n"}, {"sleep 50", nullptr, L""},
+        {"bytes 300000", nullptr, std::wstring(300'000, L'x')}, {"read", &input, L"300000\r\n"},
+        {"hex e4", nullptr, L"ä"},
+        {"out boom\nexit 3", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code 3: boom\r\n"},
+        {"crash", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code -1073741819: "}};
+    for (const auto& [script, given, outcome] : rows)
         EXPECT_EQ(outcome, run(script, given)) << script;
     EXPECT_TRUE(run("exit 0", &input).ends_with(L" at Unable to write to pipe")) << "the input is not read";
     const auto isInfo = [](const auto& record) { return record.level == LogLevel::Info; };
