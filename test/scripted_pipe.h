@@ -36,7 +36,7 @@ public:
     {
     }
 
-    /// The administrators own it, and nobody else may write.
+    /// The administrators own it, and no other account may write.
     inline static const std::wstring trustedSecurity = L"O:BAD:P(A;;GA;;;SY)(A;;GA;;;BA)";
 
     ~ScriptedPipe()

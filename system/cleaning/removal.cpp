@@ -16,8 +16,8 @@ enum class What
 void remove(const std::wstring& path, What what)
 {
     constexpr long longestWait = 2000;
-    static RetryBudget patience(longestWait);
-    TreeRemoval removal(cleaning::source(), patience);
+    static RetryBudget retries(longestWait);
+    TreeRemoval removal(cleaning::source(), retries);
     const std::size_t separator = path.rfind(L'\\');
     const DirectoryAt* parent = nullptr;
     std::wstring failed = path;

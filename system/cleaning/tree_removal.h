@@ -10,7 +10,7 @@ class TreeRemoval
 {
 public:
     /// Neither is owned; both must outlive the object.
-    TreeRemoval(IDirectorySource& source, RetryBudget& patience) noexcept : source_(source), retries_(patience) {}
+    TreeRemoval(IDirectorySource& source, RetryBudget& retries) noexcept : source_(source), retries_(retries) {}
 
     /// Removes a file or a link.
     /// @return a Win32 code: ERROR_SUCCESS also for a missing entry, unexpectedDirectory for a directory

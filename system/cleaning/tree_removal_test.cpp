@@ -31,9 +31,9 @@ struct Tree
     DWORD removeTop()
     {
         DirectoryAt parent{OpenObject(source), {}};
-        RetryBudget patience(0);
+        RetryBudget retries(0);
         const DWORD code = openCleanedDirectory(source, L"X:\\clean", parent);
-        return code == ERROR_SUCCESS ? TreeRemoval(source, patience).removeTree(parent, L"top") : code;
+        return code == ERROR_SUCCESS ? TreeRemoval(source, retries).removeTree(parent, L"top") : code;
     }
 };
 
