@@ -7,4 +7,5 @@ add_library(jsoncpp STATIC
   ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_value.cpp
   ${MENDKIT_JSONCPP_SOURCE}/src/lib_json/json_writer.cpp)
 target_include_directories(jsoncpp SYSTEM PUBLIC ${MENDKIT_JSONCPP_SOURCE}/include)
-target_compile_options(jsoncpp PRIVATE -ffile-prefix-map=${MENDKIT_JSONCPP_SOURCE}=jsoncpp)
+# For size: its documents are small.
+target_compile_options(jsoncpp PRIVATE -Os -ffile-prefix-map=${MENDKIT_JSONCPP_SOURCE}=jsoncpp)
