@@ -1,9 +1,8 @@
 #include "runtime/file_location.h"
 
+#include "runtime/file_id.h"
 #include "runtime/handle/handles.h"
 #include "runtime/text/letter_case.h"
-
-#include <cstring>
 
 namespace {
 
@@ -11,11 +10,6 @@ UniqueFile openAny(const std::wstring& path) noexcept
 {
     return UniqueFile(CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-}
-
-bool identify(const UniqueFile& file, FILE_ID_INFO& identifier) noexcept
-{
-    return file && GetFileInformationByHandleEx(file.get(), FileIdInfo, &identifier, sizeof identifier);
 }
 
 } // namespace
@@ -45,8 +39,7 @@ bool location::isSame(const std::wstring& path, const std::wstring& other) noexc
 {
     // Both stay open while they are compared: the identifier of a removed file may be used again.
     const UniqueFile file = openAny(path), otherFile = openAny(other);
-    FILE_ID_INFO left{}, right{};
-    return identify(file, left) && identify(otherFile, right) &&
-           left.VolumeSerialNumber == right.VolumeSerialNumber &&
-           std::memcmp(&left.FileId, &right.FileId, sizeof left.FileId) == 0;
+    FileId left, right;
+    return file && otherFile && fileIdOf(file.get(), left) == ERROR_SUCCESS &&
+           fileIdOf(otherFile.get(), right) == ERROR_SUCCESS && ::isSame(left, right);
 }
