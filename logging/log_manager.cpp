@@ -97,11 +97,11 @@ void LogManager::noteLost(LogLevel level) noexcept
     });
 }
 
-void LogManager::dispatch(LogLevel level, const std::wstring& message, const vexception* failure)
+void LogManager::dispatch(LogLevel level, const std::wstring& message, const vexception* failure, bool always)
 {
     if (isDebug() || isSevere(level))
         attempt([&] { writeToFile(level, message); });
-    if (isOn(settings_->eventLog, level))
+    if (always || isOn(settings_->eventLog, level))
         attempt([&] { eventLog_.report(level, message); });
     if (isOn(settings_->console, level))
         writeToStandardOutput(message);

@@ -26,6 +26,18 @@ public:
         }
     }
 
+    /// Logs a Warning that administrators have to see: it is reported to the event log whatever the switches say.
+    /// @param format  as log()
+    template <typename... Args>
+    static void logForAdministrators(const wchar_t* format, Args... args) noexcept
+    {
+        try {
+            instance().dispatch(LogLevel::Warning, formatString(format, args...), nullptr, true);
+        } catch (...) {
+            noteLost(LogLevel::Warning);
+        }
+    }
+
     /// Logs the exception's full text; handlers get the exception itself.
     static void log(LogLevel level, const vexception& failure) noexcept;
 
@@ -63,7 +75,8 @@ private:
     static void noteLost(LogLevel level) noexcept;
 
     /// @param failure  the exception whose text the message is; null for a plain message
-    void dispatch(LogLevel level, const std::wstring& message, const vexception* failure);
+    /// @param always   whether the event log's switch is ignored
+    void dispatch(LogLevel level, const std::wstring& message, const vexception* failure, bool always = false);
     void writeToStandardOutput(const std::wstring& message);
 
     EventLog eventLog_;

@@ -62,7 +62,7 @@ CleaningTable cleaningTable(const std::wstring& root, const std::wstring& dumps,
     if (isConfirmed && mayBeCleaned(dumpDirectory, root, windows)) {
         table.emplace(dumpDirectory, ListingKind::directoriesThenFiles);
     } else if (isConfirmed) {
-        LogManager::log(LogLevel::Warning,
+        LogManager::logForAdministrators(
             L"The directory of temporary dumps '%s' is not one that may be emptied. It is left alone", dumps.c_str());
     }
     const std::wstring systemVolume = path::root(windows);

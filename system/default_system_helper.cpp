@@ -7,13 +7,20 @@
 #include "runtime/path.h"
 #include "runtime/text/format.h"
 #include "runtime/text/mask.h"
-#include "system/cleaning/directory_listing.h"
-#include "system/cleaning/removal.h"
+#include "system/cleaning/machine_cleaning.h"
 #include "system/panel/panel_directories.h"
 #include "system/panel/panel_utility.h"
 #include "system/service.h"
 
 namespace KelvoRepairAdapter {
+
+DefaultSystemHelper::~DefaultSystemHelper()
+{
+    try {
+        finishMachineCleaning();
+    } catch (...) { // no memory for the records
+    }
+}
 
 bool DefaultSystemHelper::isServiceExist(const std::wstring& name)
 {
@@ -87,19 +94,19 @@ DirectoryEntries DefaultSystemHelper::listDirectory(const std::wstring& path, st
 {
     return operation({"KelvoRepairAdapter::DefaultSystemHelper::listDirectory"},
         callText(L"listDirectory(%s, %d)", path, kind),
-        [&](Span&) { return ::listDirectory(path, static_cast<ListingKind>(kind)); });
+        [&](Span&) { return machineCleaning().list(path, static_cast<ListingKind>(kind)); });
 }
 
 void DefaultSystemHelper::removeDirectory(const std::wstring& path)
 {
     changingOperation({"KelvoRepairAdapter::DefaultSystemHelper::removeDirectory"},
-        callText(L"removeDirectory(%s)", path), [&] { ::removeDirectory(path); });
+        callText(L"removeDirectory(%s)", path), [&] { machineCleaning().removeDirectory(path); });
 }
 
 void DefaultSystemHelper::removeFile(const std::wstring& path)
 {
     changingOperation({"KelvoRepairAdapter::DefaultSystemHelper::removeFile"}, callText(L"removeFile(%s)", path),
-        [&] { ::removeFile(path); });
+        [&] { machineCleaning().removeFile(path); });
 }
 
 } // namespace KelvoRepairAdapter

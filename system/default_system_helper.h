@@ -8,6 +8,12 @@ namespace KelvoRepairAdapter {
 class DefaultSystemHelper : public ISystemHelper
 {
 public:
+    DefaultSystemHelper() = default;
+    DefaultSystemHelper(const DefaultSystemHelper&) = delete;
+    DefaultSystemHelper& operator=(const DefaultSystemHelper&) = delete;
+    /// Logs what became of the cleaned directories.
+    ~DefaultSystemHelper() override;
+
     bool isServiceExist(const std::wstring& name) override;
     std::uint32_t getServiceStartupType(const std::wstring& name) override;
     std::uint32_t getServiceStatus(const std::wstring& name) override;

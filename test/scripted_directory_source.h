@@ -1,10 +1,12 @@
 #pragma once
 
+#include "runtime/handle/handles.h"
 #include "system/cleaning/idirectory_source.h"
 
 #include <deque>
 #include <functional>
 #include <map>
+#include <sstream>
 
 /// An object of a file system in memory.
 struct Node
@@ -14,16 +16,22 @@ struct Node
     ObjectKind kind;
     Node* target = nullptr; // of a link
     std::wstring targetPath = {};
-    bool isTrusted = false;
+    bool isTrusted = false, isHeld = false; // held: its removal waits until it is cancelled
     std::map<std::wstring, Node*> children = {};
 };
 
-/// A file system in memory. `disturb` is called before every step and may change it.
+/// A file system in memory with the volume X: and others. `disturb` is called before every step and may change it.
 class ScriptedSource : public IDirectorySource
 {
 public:
     std::function<void(int step)> disturb = [](int) {};
-    int steps = 0, openObjects = 0;
+    std::function<void()> afterRemoval = [] {};
+    int steps = 0, openObjects = 0, cancelled = 0;
+    bool tellsIds = true, remote = false;
+    std::map<std::wstring, Node*> volumes; // by their names, "\\\\?\\Volume{...}\\"
+    std::vector<std::wstring> mounts;      // of every such volume
+    /// Where the system finds a path, when that is not where its names lead.
+    std::map<std::wstring, Node*> plainly;
 
     Node* add(Node* parent, const std::wstring& name, ObjectKind kind = ObjectKind::directory)
     {
@@ -77,10 +85,24 @@ public:
         return all;
     }
 
-    DWORD openRoot(const std::wstring&, Handle& opened) override
+    DWORD openRoot(const std::wstring& root, bool, Handle& opened) override
     {
         step();
-        return hand(volume, opened);
+        const auto other = volumes.find(root);
+        return hand(other == volumes.end() ? volume : other->second, opened);
+    }
+    DWORD openPlainly(const std::wstring& path, Handle& opened) override
+    {
+        step();
+        if (const auto known = plainly.find(path); known != plainly.end())
+            return hand(known->second, opened);
+        Node* node = volume;
+        std::wstringstream names(path.substr(path.find(L':') + 1));
+        for (std::wstring name; node && std::getline(names, name, L'\\');) {
+            if (!name.empty() && (node = find(node, name)))
+                node = resolve(node);
+        }
+        return node ? hand(node, opened) : DWORD{ERROR_PATH_NOT_FOUND};
     }
     DWORD open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened) override
     {
@@ -108,26 +130,56 @@ public:
             location.insert(0, L"\\" + node->name);
         return ERROR_SUCCESS;
     }
-    DWORD list(Handle directory, bool first, std::vector<DirectoryEntry>& entries) override
+    DWORD pathOf(Handle object, std::wstring& path) override
+    {
+        locationOf(object, path);
+        path.replace(0, volume->name.size() + 1, L"\\\\?\\X:");
+        return ERROR_SUCCESS;
+    }
+    DWORD idOf(Handle object, FileId& id) override
+    {
+        id = {{}, 1, reinterpret_cast<std::uintptr_t>(object)};
+        return tellsIds ? ERROR_SUCCESS : ERROR_NOT_SUPPORTED;
+    }
+    bool isRemote(Handle) noexcept override { return remote; }
+    DWORD mountsOf(const std::wstring&, std::vector<std::wstring>& paths) override
+    {
+        paths = mounts;
+        return ERROR_SUCCESS;
+    }
+    /// Lists the entries in the order of their names, two at a time; those that were added meanwhile too.
+    DWORD list(Handle directory, bool first, std::vector<ListedEntry>& entries) override
     {
         step();
+        if (first)
+            last_.clear();
         entries.clear();
-        for (const auto& [name, child] : resolve(directory)->children) {
+        const auto& children = resolve(directory)->children;
+        for (auto next = children.upper_bound(last_); next != children.end() && entries.size() < 2; ++next) {
+            const auto& [name, child] = *next;
             const DWORD type = child->kind == ObjectKind::file ? FILE_ATTRIBUTE_NORMAL : FILE_ATTRIBUTE_DIRECTORY;
             const bool isLink = child->kind == ObjectKind::link;
-            entries.push_back({name, type, isLink, isLink, 0, {}, {}, {}});
+            entries.push_back({{name, type, isLink, isLink, 1, {}, {}, {}}, 4096});
+            last_ = name;
         }
-        return first ? ERROR_SUCCESS : ERROR_NO_MORE_FILES;
+        return entries.empty() ? ERROR_NO_MORE_FILES : ERROR_SUCCESS;
     }
     DWORD remove(Handle object) override
     {
         step();
         Node* const node = static_cast<Node*>(object);
+        if (node->isHeld) {
+            WaitForSingleObject(cancel_.get(), INFINITE);
+            ++cancelled;
+            return ERROR_OPERATION_ABORTED;
+        }
         if (!node->children.empty())
             return ERROR_DIR_NOT_EMPTY;
         detach(node);
+        afterRemoval();
         return ERROR_SUCCESS;
     }
+    void cancelRemoval() noexcept override { SetEvent(cancel_.get()); }
     DWORD targetOf(Handle link, std::wstring& target) override
     {
         target = static_cast<Node*>(link)->targetPath;
@@ -154,6 +206,8 @@ private:
 
     std::deque<Node> nodes_;
     Node attic_{L"attic", nullptr, ObjectKind::directory};
+    std::wstring last_; // listed
+    UniqueHandle cancel_{CreateEventW(nullptr, FALSE, FALSE, nullptr)};
 
 public:
     Node* const volume = &nodes_.emplace_back(Node{L"vol", nullptr, ObjectKind::directory});

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "system/cleaning/entry_arena.h"
+
 #include <windows.h>
 
 #include <cstdint>
@@ -23,7 +25,7 @@ struct DirectoryEntry
     bool isRealDirectory() const noexcept { return isDirectory() && !isNameSurrogate; }
 };
 
-using DirectoryEntries = std::list<DirectoryEntry>;
+using DirectoryEntries = std::list<DirectoryEntry, EntryArena<DirectoryEntry>>;
 
 /// Which entries a listing returns.
 enum class ListingKind : std::int32_t

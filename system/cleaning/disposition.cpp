@@ -33,19 +33,34 @@ bool setAttributes(HANDLE object, DWORD attributes) noexcept
     return SetFileInformationByHandle(object, FileBasicInfo, &info, sizeof info) != FALSE;
 }
 
-/// Tries the newest disposition first. Support differs between file systems, so the version of Windows does not
-/// decide.
-DWORD dispose(HANDLE object, DWORD flags) noexcept
+} // namespace
+
+DWORD Disposition::dispose(HANDLE object) noexcept
 {
-    constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS;
-    DWORD code = disposeNow(object, posix | flags);
-    if (flags != 0 && isUnknown(code))
+    constexpr DWORD posix = FILE_DISPOSITION_FLAG_DELETE | FILE_DISPOSITION_FLAG_POSIX_SEMANTICS,
+                    ignoreReadOnly = 0x10; // FILE_DISPOSITION_FLAG_IGNORE_READONLY_ATTRIBUTE
+    const Form before = form_;
+    DWORD code = ERROR_INVALID_FUNCTION;
+    if (form_ == Form::posixIgnoringReadOnly) {
+        code = disposeNow(object, posix | ignoreReadOnly);
+        if (isUnknown(code))
+            form_ = Form::posix;
+    }
+    if (form_ == Form::posix) {
         code = disposeNow(object, posix);
-    return isUnknown(code) ? disposeAtClose(object) : code;
+        if (isUnknown(code))
+            form_ = Form::atClose;
+    }
+    if (form_ == Form::atClose) {
+        code = disposeAtClose(object);
+        if (isUnknown(code)) // it is the object that does not know removal
+            form_ = before;
+    }
+    return code;
 }
 
 /// For systems that refuse to remove a read-only object: clears the attribute for the removal.
-DWORD disposeReadOnly(HANDLE object) noexcept
+DWORD Disposition::removeReadOnly(HANDLE object) noexcept
 {
     FILE_BASIC_INFO basic;
     FILE_STANDARD_INFO standard;
@@ -59,18 +74,15 @@ DWORD disposeReadOnly(HANDLE object) noexcept
             FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT));
     if (!writer || !setAttributes(writer.get(), basic.FileAttributes & ~DWORD{FILE_ATTRIBUTE_READONLY}))
         return ERROR_ACCESS_DENIED;
-    const DWORD code = dispose(object, 0);
+    const DWORD code = dispose(object);
     // The attributes belong to the file, so other hard links show them too.
     if (code != ERROR_SUCCESS || standard.NumberOfLinks > 1)
         setAttributes(writer.get(), basic.FileAttributes);
     return code;
 }
 
-} // namespace
-
-DWORD removeObject(HANDLE object)
+DWORD Disposition::remove(HANDLE object)
 {
-    constexpr DWORD ignoreReadOnly = 0x10; // FILE_DISPOSITION_FLAG_IGNORE_READONLY_ATTRIBUTE
-    const DWORD code = dispose(object, ignoreReadOnly);
-    return code == ERROR_ACCESS_DENIED ? disposeReadOnly(object) : code;
+    const DWORD code = dispose(object);
+    return code == ERROR_ACCESS_DENIED ? removeReadOnly(object) : code;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/file_id.h"
 #include "system/cleaning/directory_entry.h"
 #include "system/cleaning/win32_codes.h"
 
@@ -34,6 +35,13 @@ struct Opening
     bool security = false; // to read its owner and access list
 };
 
+/// One entry as the file system lists it, with the bytes that it takes on the volume.
+struct ListedEntry
+{
+    DirectoryEntry entry;
+    std::uint64_t allocationSize;
+};
+
 /// The interface between the classes that decide and the file system. An object is opened by its name in an open
 /// directory. Its handle then serves to query, list and remove it.
 /// Operations return Win32 codes, since many failures are expected here. They throw only std::bad_alloc.
@@ -45,7 +53,11 @@ public:
     virtual ~IDirectorySource() = default;
 
     /// Opens the root of a volume, of the form "\\?\X:\", "\\?\UNC\server\share\" or "\\?\Volume{...}\".
-    virtual DWORD openRoot(const std::wstring& root, Handle& opened) = 0;
+    /// @param list  to list its entries
+    virtual DWORD openRoot(const std::wstring& root, bool list, Handle& opened) = 0;
+
+    /// Opens a directory by its path as any other program does: the system follows the links in it.
+    virtual DWORD openPlainly(const std::wstring& path, Handle& opened) = 0;
 
     /// @param name  one name, taken literally: no separators, no ".", nothing is trimmed
     /// @return a Win32 code. leadsElsewhere: the directory has become a link since it was opened.
@@ -59,14 +71,30 @@ public:
     /// The object's current full name in the object manager, such as "\Device\HarddiskVolume1\Temp".
     virtual DWORD locationOf(Handle object, std::wstring& location) = 0;
 
+    /// The object's current path with a drive letter or the name of its volume, in long names: "\\?\C:\Temp".
+    virtual DWORD pathOf(Handle object, std::wstring& path) = 0;
+
+    virtual DWORD idOf(Handle object, FileId& id) = 0;
+
+    /// Whether the object lies on another machine, as far as the system tells.
+    virtual bool isRemote(Handle object) noexcept = 0;
+
+    /// The paths at which a volume is mounted: drive letters ("X:\") and directories ("C:\Mount\").
+    /// @param volume  "\\?\Volume{...}\"
+    virtual DWORD mountsOf(const std::wstring& volume, std::vector<std::wstring>& paths) = 0;
+
     /// Reads the next entries of a directory, "." and ".." included.
     /// @param first    whether to start from the first entry
     /// @param entries  replaced
     /// @return ERROR_NO_MORE_FILES after the last entry
-    virtual DWORD list(Handle directory, bool first, std::vector<DirectoryEntry>& entries) = 0;
+    virtual DWORD list(Handle directory, bool first, std::vector<ListedEntry>& entries) = 0;
 
     /// Removes the object; a directory must be empty. Its name is free when its last handle closes, or earlier.
+    /// The holder of an oplock can make this wait.
     virtual DWORD remove(Handle object) = 0;
+
+    /// Called by another thread while remove() waits: it returns ERROR_OPERATION_ABORTED.
+    virtual void cancelRemoval() noexcept = 0;
 
     /// A link's target: an absolute path of the form "\\?\...", or one relative to the link's directory.
     virtual DWORD targetOf(Handle link, std::wstring& target) = 0;

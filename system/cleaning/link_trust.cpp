@@ -21,7 +21,7 @@ bool isTrustedOwner(const identity::Sid& sid)
 /// Whether the access list lets an untrusted account change the object.
 bool mayOthersChange(PACL list)
 {
-    constexpr DWORD changing = FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE |
+    constexpr DWORD changing = FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES | DELETE | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE |
                                GENERIC_ALL | MAXIMUM_ALLOWED;
     if (!list) // no access list grants all rights to every account
         return true;

@@ -1,59 +1,76 @@
 #include "system/cleaning/needed_directories.h"
 
-#include "runtime/handle/handles.h"
-#include "runtime/module.h"
-#include "runtime/path.h"
 #include "runtime/text/letter_case.h"
+#include "system/cleaning/win32_codes.h"
 
 #include <algorithm>
-#include <iterator>
-#include <string>
-#include <vector>
 
 namespace {
 
-/// The location of an open directory in long names and upper case, with a backslash at its end. Without
-/// FILE_NAME_NORMALIZED a directory opened by a short name ("PROGRA~1") has the short name in its location.
-DWORD finalLocation(HANDLE directory, std::wstring& location)
+bool holds(const std::vector<FileId>& ids, const FileId& id) noexcept
 {
-    wchar_t buffer[0x8000];
-    const DWORD length =
-        GetFinalPathNameByHandleW(directory, buffer, std::size(buffer), FILE_NAME_NORMALIZED | VOLUME_NAME_NT);
-    if (length == 0 || length >= std::size(buffer))
-        return length == 0 ? GetLastError() : DWORD{ERROR_FILENAME_EXCED_RANGE};
-    location = path::append(upperCase(std::wstring(buffer, length)), L""); // with a separator at its end
-    return ERROR_SUCCESS;
+    return std::any_of(ids.begin(), ids.end(), [&](const FileId& other) { return mayBeSame(id, other); });
 }
 
-/// The locations of the system directory and of this program's directory.
-DWORD findNeeded(std::vector<std::wstring>& locations)
+/// Whether the names of the steps behind the first one begin with this path.
+bool leadsThrough(
+    const std::vector<WalkedDirectory::Step>& steps, std::size_t first, const std::vector<std::wstring>& names)
 {
-    wchar_t system[MAX_PATH] = L"";
-    GetSystemDirectoryW(system, MAX_PATH);
-    const std::wstring program = moduleFileName();
-    std::vector<std::wstring> found;
-    for (const std::wstring& path : {std::wstring(system), program.substr(0, program.rfind(L'\\') + 1)}) {
-        const UniqueFile directory(
-            CreateFileW(path.c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-        const DWORD code = directory ? finalLocation(directory.get(), found.emplace_back()) : GetLastError();
-        if (code != ERROR_SUCCESS)
-            return code;
+    if (steps.size() - first <= names.size())
+        return false;
+    for (std::size_t at = 0; at < names.size(); ++at) {
+        if (names[at] != L"*" && !equalIgnoringCase(names[at], steps[first + 1 + at].name))
+            return false;
     }
-    locations = std::move(found);
-    return ERROR_SUCCESS;
+    return true;
 }
 
 } // namespace
 
-DWORD refuseNeeded(HANDLE directory)
+DWORD NeededDirectories::add(const Needed& needed)
 {
-    static std::vector<std::wstring> needed;
-    DWORD code = needed.empty() ? findNeeded(needed) : DWORD{ERROR_SUCCESS};
-    std::wstring location;
+    OpenObject object(source_);
+    FileId id;
+    std::wstring path;
+    DWORD code = missingIfUnreachable(source_.openPlainly(needed.path, object.receive()));
+    if (isMissing(code))
+        return ERROR_SUCCESS;
     if (code == ERROR_SUCCESS)
-        code = finalLocation(directory, location);
-    const auto isIn = [&](const std::wstring& place) { return place.starts_with(location); };
-    return code == ERROR_SUCCESS && std::any_of(needed.begin(), needed.end(), isIn) ? DWORD{ERROR_CURRENT_DIRECTORY}
-                                                                                    : code;
+        code = source_.idOf(object.get(), id);
+    if (code == ERROR_SUCCESS)
+        code = source_.pathOf(object.get(), path);
+    if (code != ERROR_SUCCESS)
+        return code;
+    kept_.push_back(id);
+    if (needed.isWhole)
+        whole_.push_back({id, needed.freely});
+    // Its path has no links but mount points, so each shorter path is a directory in which it lies.
+    constexpr std::size_t shortest = 6; // "\\?\X:"
+    for (std::size_t end = path.rfind(L'\\'); end != std::wstring::npos && end >= shortest;
+        end = path.rfind(L'\\', end - 1)) {
+        const std::wstring above = path.substr(0, end + 1);
+        if (source_.openPlainly(above, object.receive()) != ERROR_SUCCESS)
+            break; // above a volume's or a share's root
+        if (source_.idOf(object.get(), id) == ERROR_SUCCESS && !holds(kept_, id))
+            kept_.push_back(id);
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD NeededDirectories::refuse(const WalkedDirectory& directory) const
+{
+    const auto& steps = directory.steps;
+    if (!steps.back().hasId) // file servers need not tell identities; of local directories all that are needed do
+        return source_.isRemote(directory.at.object.get()) ? ERROR_SUCCESS : DWORD{hasNoIdentity};
+    if (holds(kept_, steps.back().id))
+        return holdsNeeded;
+    for (std::size_t at = 0; at < steps.size(); ++at) {
+        for (const Whole& whole : whole_) {
+            const auto isFree = [&](const auto& names) { return leadsThrough(steps, at, names); };
+            if (steps[at].hasId && mayBeSame(whole.id, steps[at].id) &&
+                std::none_of(whole.freely.begin(), whole.freely.end(), isFree))
+                return liesInNeeded;
+        }
+    }
+    return ERROR_SUCCESS;
 }

@@ -1,10 +1,46 @@
 #pragma once
 
-#include <windows.h>
+#include "system/cleaning/open_object.h"
 
-/// Reaches the file system and decides: whether an open directory is, or contains, the system directory or the
-/// directory of this program. It compares locations, so links and other spellings of a path do not matter. The
-/// cleaning table has refused roots of volumes and the installation directory by their paths before.
-/// @return ERROR_SUCCESS when it contains neither; ERROR_CURRENT_DIRECTORY when it does; another Win32 code when a
-///         location cannot be read
-DWORD refuseNeeded(HANDLE directory);
+#include <string>
+#include <vector>
+
+/// Decides, on a given source, whether a directory may be emptied: not when the machine needs it, or what lies around
+/// it. Directories are compared by their identity, so links, short names, substituted drives and shares of this machine
+/// do not matter.
+class NeededDirectories
+{
+public:
+    struct Needed
+    {
+        std::wstring path;
+        bool isWhole = false; // its content is needed too; else only the directory itself and what it lies in
+        /// Exceptions from its content: paths within it. "*" stands for any one name.
+        std::vector<std::vector<std::wstring>> freely = {};
+    };
+
+    /// @param source  weak
+    explicit NeededDirectories(IDirectorySource& source) noexcept : source_(source) {}
+
+    /// Adds a directory; a missing one is ignored. Its identity and that of the directories above it are read once.
+    /// @return a Win32 code
+    DWORD add(const Needed& needed);
+
+    /// @return ERROR_SUCCESS when it may be emptied, else holdsNeeded, liesInNeeded or hasNoIdentity
+    DWORD refuse(const WalkedDirectory& directory) const;
+
+private:
+    struct Whole
+    {
+        FileId id;
+        std::vector<std::vector<std::wstring>> freely;
+    };
+
+    IDirectorySource& source_;
+    std::vector<FileId> kept_; // the directories and those that they lie in
+    std::vector<Whole> whole_;
+};
+
+/// The directories that this machine, the panel and this program need. The panel's directories are those of the
+/// registry and the installation directory of the service's last answer.
+std::vector<NeededDirectories::Needed> neededDirectories();

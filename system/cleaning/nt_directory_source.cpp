@@ -1,7 +1,5 @@
 #include "system/cleaning/nt_directory_source.h"
 
-#include "runtime/handle/handles.h"
-#include "system/cleaning/disposition.h"
 #include "system/cleaning/link_target.h"
 #include "system/cleaning/link_trust.h"
 
@@ -9,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -32,29 +31,42 @@ DWORD codeOf(NTSTATUS status) noexcept
     }
 }
 
-DirectoryEntry entryOf(const FILE_FULL_DIR_INFO& found)
+ListedEntry entryOf(const FILE_FULL_DIR_INFO& found)
 {
     const auto time = [](const LARGE_INTEGER& value) {
         return FILETIME{value.LowPart, static_cast<DWORD>(value.HighPart)};
     };
     const bool isReparsePoint = (found.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     // For reparse points EaSize holds the tag.
-    return {std::wstring(found.FileName, found.FileNameLength / sizeof(wchar_t)), found.FileAttributes,
-        isReparsePoint, isReparsePoint && isLinkTag(found.EaSize),
-        static_cast<std::uint64_t>(found.EndOfFile.QuadPart), time(found.CreationTime), time(found.LastAccessTime),
-        time(found.LastWriteTime)};
+    return {{std::wstring(found.FileName, found.FileNameLength / sizeof(wchar_t)), found.FileAttributes,
+                isReparsePoint, isReparsePoint && isLinkTag(found.EaSize),
+                static_cast<std::uint64_t>(found.EndOfFile.QuadPart), time(found.CreationTime),
+                time(found.LastAccessTime), time(found.LastWriteTime)},
+        static_cast<std::uint64_t>(found.AllocationSize.QuadPart)};
 }
 
-} // namespace
-
-DWORD NtDirectorySource::openRoot(const std::wstring& root, Handle& opened)
+DWORD openPath(const std::wstring& path, DWORD access, HANDLE& opened)
 {
-    UniqueFile handle(CreateFileW(
-        root.c_str(), FILE_READ_ATTRIBUTES, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    // The server of a pipe at the end of a link must not act with this program's token.
+    constexpr DWORD flags = FILE_FLAG_BACKUP_SEMANTICS | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+    UniqueFile handle(CreateFileW(path.c_str(), access, shareAll, nullptr, OPEN_EXISTING, flags, nullptr));
     if (!handle)
         return GetLastError();
     opened = handle.release();
     return ERROR_SUCCESS;
+}
+
+} // namespace
+
+DWORD NtDirectorySource::openRoot(const std::wstring& root, bool list, Handle& opened)
+{
+    disposition_ = {};
+    return openPath(root, list ? FILE_LIST_DIRECTORY | FILE_READ_ATTRIBUTES : FILE_READ_ATTRIBUTES, opened);
+}
+
+DWORD NtDirectorySource::openPlainly(const std::wstring& path, Handle& opened)
+{
+    return openPath(path, FILE_READ_ATTRIBUTES, opened); // breaks no oplock, so it does not wait
 }
 
 DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Opening& opening, Handle& opened)
@@ -68,17 +80,18 @@ DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Op
     constexpr ULONG dontReparse = 0x1000; // OBJ_DONT_REPARSE, from Windows 10 on
     OBJECT_ATTRIBUTES attributes;
     InitializeObjectAttributes(
-        &attributes, &text, dontReparse | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
+        &attributes, &text, (refusesLinks_ ? dontReparse : 0) | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
 
     // Rights on the directory grant FILE_READ_ATTRIBUTES and DELETE for its entries, even when an entry's own access
     // list denies everything. Further rights are requested only when needed.
     ACCESS_MASK access = FILE_READ_ATTRIBUTES;
-    access |= opening.security ? READ_CONTROL : 0;
+    access |= opening.security ? READ_CONTROL | SYNCHRONIZE : 0;
     access |= opening.remove ? DELETE : 0;
     access |= opening.list ? FILE_LIST_DIRECTORY | SYNCHRONIZE : 0;
     // Without FILE_COMPLETE_IF_OPLOCKED the holder of an oplock could block the open for ever.
     ULONG options = FILE_OPEN_REPARSE_POINT | FILE_COMPLETE_IF_OPLOCKED;
-    options |= opening.list ? FILE_SYNCHRONOUS_IO_NONALERT : 0;
+    // Listings and the query of a link's target would return before their answer is there.
+    options |= opening.list || opening.security ? FILE_SYNCHRONOUS_IO_NONALERT : 0;
     if (opening.type == Opening::Type::file)
         options |= FILE_NON_DIRECTORY_FILE;
     else if (opening.type == Opening::Type::directory)
@@ -91,9 +104,10 @@ DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Op
     constexpr auto invalidParameter = static_cast<NTSTATUS>(0xC000000D);
     constexpr NTSTATUS oplockBreakInProgress = 0x108; // opened; the oplock's holder has not answered yet
     NTSTATUS status = create();
-    if (status == invalidParameter) {
+    if (status == invalidParameter && refusesLinks_) {
         attributes.Attributes &= ~dontReparse;
         status = create();
+        refusesLinks_ = status == invalidParameter;
     }
     if (status == oplockBreakInProgress) {
         close(std::exchange(opened, nullptr));
@@ -147,7 +161,47 @@ DWORD NtDirectorySource::locationOf(Handle object, std::wstring& location)
     return location.empty() ? ERROR_BAD_PATHNAME : ERROR_SUCCESS;
 }
 
-DWORD NtDirectorySource::list(Handle directory, bool first, std::vector<DirectoryEntry>& entries)
+DWORD NtDirectorySource::pathOf(Handle object, std::wstring& path)
+{
+    wchar_t buffer[0x8000];
+    for (const DWORD form : {VOLUME_NAME_DOS, VOLUME_NAME_GUID}) { // a volume without a drive letter has only the latter
+        const DWORD length =
+            GetFinalPathNameByHandleW(object, buffer, std::size(buffer), FILE_NAME_NORMALIZED | form);
+        if (length > 0 && length < std::size(buffer)) {
+            path.assign(buffer, length);
+            return ERROR_SUCCESS;
+        }
+    }
+    return GetLastError();
+}
+
+DWORD NtDirectorySource::idOf(Handle object, FileId& id)
+{
+    return fileIdOf(object, id);
+}
+
+bool NtDirectorySource::isRemote(Handle object) noexcept
+{
+    FILE_REMOTE_PROTOCOL_INFO info; // known for remote files only
+    return GetFileInformationByHandleEx(object, FileRemoteProtocolInfo, &info, sizeof info) != FALSE;
+}
+
+DWORD NtDirectorySource::mountsOf(const std::wstring& volume, std::vector<std::wstring>& paths)
+{
+    std::vector<wchar_t> names(MAX_PATH);
+    DWORD length = 0;
+    while (!GetVolumePathNamesForVolumeNameW(volume.c_str(), names.data(), static_cast<DWORD>(names.size()), &length)) {
+        if (GetLastError() != ERROR_MORE_DATA || length <= names.size())
+            return GetLastError();
+        names.resize(length);
+    }
+    paths.clear();
+    for (const wchar_t* name = names.data(); *name != L'\0'; name += paths.back().size() + 1)
+        paths.emplace_back(name);
+    return ERROR_SUCCESS;
+}
+
+DWORD NtDirectorySource::list(Handle directory, bool first, std::vector<ListedEntry>& entries)
 {
     constexpr std::size_t piece = 65'536; // the largest buffer that all network file systems accept
     buffer_.resize(piece);
@@ -166,7 +220,17 @@ DWORD NtDirectorySource::list(Handle directory, bool first, std::vector<Director
 
 DWORD NtDirectorySource::remove(Handle object)
 {
-    return removeObject(object);
+    if (!remover_)
+        remover_.reset(OpenThread(THREAD_TERMINATE, FALSE, GetCurrentThreadId()));
+    removed_ = object;
+    return disposition_.remove(object);
+}
+
+void NtDirectorySource::cancelRemoval() noexcept
+{
+    if (remover_)
+        CancelSynchronousIo(remover_.get());
+    CancelIoEx(removed_, nullptr); // its handle is asynchronous: the right to wait for it may be denied
 }
 
 DWORD NtDirectorySource::targetOf(Handle link, std::wstring& target)

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 /// Holds a handle only: owns an open object of a source and closes it.
 class OpenObject
@@ -48,6 +49,22 @@ struct DirectoryAt
 {
     OpenObject object;
     std::wstring location;
+};
+
+/// Holds data only: a directory that was opened by its path.
+struct WalkedDirectory
+{
+    /// A directory on the way, the volume's root (without a name) and the last directory included.
+    struct Step
+    {
+        std::wstring name;
+        FileId id;
+        bool hasId;
+    };
+
+    DirectoryAt at;
+    std::vector<Step> steps;
+    bool isRoot = false; // of a volume
 };
 
 /// Decides whether an object's location is that of the directory followed by this name.

@@ -7,7 +7,7 @@
 class RetryBudget
 {
 public:
-    explicit RetryBudget(long budgetMilliseconds) noexcept : left_(budgetMilliseconds) {}
+    explicit RetryBudget(DWORD budgetMilliseconds) noexcept : left_(budgetMilliseconds) {}
 
     /// Repeats an attempt while its Win32 code may change soon: the object is open elsewhere, its removal or that of
     /// a directory's last entry is pending, or it was moved between two steps.
@@ -16,7 +16,7 @@ public:
     DWORD repeat(const Attempt& attempt)
     {
         constexpr int mostAttempts = 15;
-        constexpr long pause = 10;
+        constexpr DWORD pause = 10;
         for (int attempts = 1;; ++attempts) {
             const DWORD code = attempt();
             const bool mayPass = code == ERROR_SHARING_VIOLATION || code == ERROR_DELETE_PENDING ||
@@ -25,11 +25,14 @@ public:
                                  code == leadsElsewhere;
             if (!mayPass || attempts == mostAttempts || left_ < pause)
                 return code;
-            left_ -= pause;
-            Sleep(static_cast<DWORD>(pause));
+            // A pause can last longer than it was asked for: a system tick, or long on a busy machine.
+            const ULONGLONG start = GetTickCount64();
+            Sleep(pause);
+            const ULONGLONG passed = GetTickCount64() - start;
+            left_ -= passed < pause ? pause : passed < left_ ? static_cast<DWORD>(passed) : left_;
         }
     }
 
 private:
-    long left_;
+    DWORD left_; // milliseconds
 };

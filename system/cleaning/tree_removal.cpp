@@ -24,8 +24,18 @@ DWORD TreeRemoval::openEntry(IDirectorySource::Handle parent, std::wstring_view 
     return code;
 }
 
+DWORD TreeRemoval::removeObject(IDirectorySource::Handle object, std::uint64_t bytes)
+{
+    const DWORD code = bounded_.remove(object);
+    if (code == ERROR_SUCCESS) {
+        ++removed_.entries;
+        removed_.bytes += bytes;
+    }
+    return code;
+}
+
 DWORD TreeRemoval::removeEntryAt(
-    IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name)
+    IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name, std::uint64_t bytes)
 {
     return retries_.repeat([&] {
         using Type = Opening::Type;
@@ -40,7 +50,7 @@ DWORD TreeRemoval::removeEntryAt(
             if (code == ERROR_SUCCESS && kind != ObjectKind::link)
                 code = unexpectedDirectory; // a directory, or replaced by one since it was listed
         }
-        return successIfMissing(code == ERROR_SUCCESS ? source_.remove(object.get()) : code);
+        return successIfMissing(code == ERROR_SUCCESS ? removeObject(object.get(), bytes) : code);
     });
 }
 
@@ -54,9 +64,9 @@ DWORD TreeRemoval::note(std::wstring_view name, DWORD code)
     return code;
 }
 
-DWORD TreeRemoval::removeEntry(const DirectoryAt& parent, std::wstring_view name)
+DWORD TreeRemoval::removeEntry(const DirectoryAt& parent, std::wstring_view name, std::uint64_t bytes)
 {
-    const DWORD code = removeEntryAt(parent.object.get(), parent.location, name);
+    const DWORD code = removeEntryAt(parent.object.get(), parent.location, name, bytes);
     failedPath_ = name;
     return code;
 }
@@ -94,7 +104,7 @@ DWORD TreeRemoval::enter(IDirectorySource::Handle parent, const std::wstring& na
         code = source_.kindOf(level.object.get(), kind);
     if (code == ERROR_DIRECTORY || (code == ERROR_SUCCESS && kind != ObjectKind::directory)) {
         level.object.close();
-        return note(name, removeEntryAt(parent, location_, name));
+        return note(name, removeEntryAt(parent, location_, name, 0));
     }
     if (code != ERROR_SUCCESS)
         return note(name, successIfMissing(code));
@@ -104,21 +114,33 @@ DWORD TreeRemoval::enter(IDirectorySource::Handle parent, const std::wstring& na
     return removeFilesOf(levels_.back());
 }
 
-DWORD TreeRemoval::removeFilesOf(Level& level)
+DWORD TreeRemoval::listEntries(Level& level, std::deque<File>& files)
 {
-    std::vector<DirectoryEntry> entries;
+    std::vector<ListedEntry> entries;
     DWORD code = source_.list(level.object.get(), true, entries);
     for (; code == ERROR_SUCCESS; code = source_.list(level.object.get(), false, entries)) {
-        for (DirectoryEntry& entry : entries) {
-            if (entry.isRealDirectory()) {
-                if (!entry.isDots())
-                    level.directories.push_back(std::move(entry.name));
-            } else if (const DWORD failure = removeEntryAt(level.object.get(), location_, entry.name)) {
-                return note(entry.name, failure);
-            }
+        for (auto& [entry, bytes] : entries) {
+            if (!entry.isRealDirectory())
+                files.push_back({std::move(entry.name), bytes});
+            else if (!entry.isDots())
+                level.directories.push_back(std::move(entry.name));
         }
     }
-    return note(L"", code == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : successIfMissing(code));
+    return code == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : code;
+}
+
+DWORD TreeRemoval::removeFilesOf(Level& level)
+{
+    // Listed to its end before the first removal: others may add entries as fast as they are removed here.
+    std::deque<File> files;
+    if (const DWORD code = listEntries(level, files))
+        return note(L"", successIfMissing(code));
+    for (; !files.empty(); files.pop_front()) {
+        const File& file = files.front();
+        if (const DWORD code = removeEntryAt(level.object.get(), location_, file.name, file.bytes))
+            return note(file.name, code);
+    }
+    return ERROR_SUCCESS;
 }
 
 DWORD TreeRemoval::leave(IDirectorySource::Handle parent)
@@ -132,7 +154,7 @@ DWORD TreeRemoval::leave(IDirectorySource::Handle parent)
             const Opening opening{.type = Opening::Type::directory, .remove = true, .pinned = true};
             attempt = openEntry(parent, location_, level.name, opening, level.object);
         }
-        return successIfMissing(attempt == ERROR_SUCCESS ? source_.remove(level.object.get()) : attempt);
+        return successIfMissing(attempt == ERROR_SUCCESS ? removeObject(level.object.get(), 0) : attempt);
     });
     return note(level.name, code);
 }

@@ -30,10 +30,11 @@ struct Tree
 
     DWORD removeTop()
     {
-        DirectoryAt parent{OpenObject(source), {}};
+        WalkedDirectory parent{{OpenObject(source), {}}, {}};
         RetryBudget retries(0);
+        BoundedRemoval bounded(source);
         const DWORD code = openCleanedDirectory(source, L"X:\\clean", parent);
-        return code == ERROR_SUCCESS ? TreeRemoval(source, retries).removeTree(parent, L"top") : code;
+        return code == ERROR_SUCCESS ? TreeRemoval(source, bounded, retries).removeTree(parent.at, L"top") : code;
     }
 };
 

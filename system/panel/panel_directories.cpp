@@ -46,13 +46,19 @@ std::wstring askForInstallationDirectory()
 }
 
 bool dumpTempNeedsConfirmation = false; // the last answer
+std::wstring knownRoot;
 
 } // namespace
 
 std::wstring panel::installationDirectory()
 {
-    static const std::wstring root = askForInstallationDirectory();
+    static const std::wstring root = knownRoot = askForInstallationDirectory();
     return root;
+}
+
+std::wstring panel::knownInstallationDirectory()
+{
+    return knownRoot;
 }
 
 std::wstring panel::dumpTempDirectory()
@@ -66,7 +72,7 @@ bool panel::mayCleanDumpTempDirectory(const std::wstring& directory)
 {
     if (!dumpTempNeedsConfirmation || isTemporaryDirectory(directory))
         return true;
-    LogManager::log(LogLevel::Warning,
+    LogManager::logForAdministrators(
         L"The registry does not confirm the directory of temporary dumps '%s'. It is not cleaned", directory.c_str());
     return false;
 }

@@ -14,6 +14,9 @@ namespace panel {
 /// @throws vexception when the service cannot be asked, its answer is no absolute path or is not confirmed
 std::wstring installationDirectory();
 
+/// The installation directory, if it is known already; else empty. Asks nobody.
+std::wstring knownInstallationDirectory();
+
 /// The directory of the panel's temporary dump files; asked for at every call. @throws vexception
 std::wstring dumpTempDirectory();
 

@@ -1,0 +1,52 @@
+#include "config/product_config.h"
+#include "runtime/failure/vexception.h"
+#include "runtime/module.h"
+#include "runtime/path.h"
+#include "system/cleaning/needed_directories.h"
+#include "system/panel/panel_directories.h"
+
+namespace {
+
+using Needed = NeededDirectories::Needed;
+
+void addInstallation(std::vector<Needed>& all, const std::wstring& root)
+{
+    if (!path::isAbsolute(root))
+        return;
+    all.push_back({root});
+    all.push_back({path::append(root, L"admin"), true});
+    all.push_back({path::append(root, L"etc"), true});
+}
+
+/// A directory of the registry; empty when it is not set.
+std::wstring registered(std::wstring (*directory)())
+{
+    try {
+        return directory();
+    } catch (const vexception&) {
+        return {};
+    }
+}
+
+} // namespace
+
+std::vector<Needed> neededDirectories()
+{
+    wchar_t buffer[MAX_PATH] = L"";
+    GetSystemWindowsDirectoryW(buffer, MAX_PATH);
+    const std::wstring windows = buffer, program = moduleFileName();
+    std::vector<Needed> all = {
+        {windows, true,
+            {{L"Temp"}, {L"SystemTemp"}, {L"ServiceProfiles", L"*", L"AppData", L"Local", L"Temp"},
+                {L"System32", L"config", L"systemprofile", L"AppData", L"Local", L"Temp"}}},
+        {path::append(windows, L"System32")},
+        {program.substr(0, program.rfind(L'\\') + 1)}, // with the separator: "C:" alone is the current directory
+    };
+    const std::wstring root = registered(config::installationDirectory), answered = panel::knownInstallationDirectory();
+    addInstallation(all, root);
+    if (answered != root)
+        addInstallation(all, answered);
+    if (const std::wstring data = registered(config::dataDirectory); path::isAbsolute(data))
+        all.push_back({data});
+    return all;
+}
