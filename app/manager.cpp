@@ -2,12 +2,12 @@
 
 #include "app/params.h"
 #include "app/print_console.h"
+#include "app/restart_delay.h"
 #include "logging/log_manager.h"
 #include "repair/adapter.h"
 #include "runtime/failure/vexception.h"
 #include "system/default_system_helper.h"
 
-#include <cstdlib>
 #include <memory>
 
 namespace KelvoRepair {
@@ -65,10 +65,7 @@ constexpr Command commands[] = {
     {L"--reboot",
         [](const Call& call) {
             call.params.check(L"--timeout\0"sv, {});
-            // _wtoi returns 0 for a text that is not a number, and INT_MAX for a number beyond it. -1 becomes
-            // UINT32_MAX.
-            const int seconds = _wtoi(call.params.get(L"--timeout").c_str());
-            answer(call.adapter.reboot(static_cast<std::uint32_t>(seconds)));
+            answer(call.adapter.reboot(restartDelay(call.params.get(L"--timeout"))));
         }},
 };
 

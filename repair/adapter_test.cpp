@@ -61,7 +61,9 @@ TEST_F(Adapter, ReportsTheFiguresOfThreeUtilityRuns)
             L"no colon\rCached:abc\n\nFree Mem : 12", L"\"cached\" : 0,\"free mem \" : 12"},
         {L"nan nan nan", zeros, L"A: 99999999999999999999\nÄ: 1\nä:3x\n", L"\"a\" : 18446744073709551615,\"ä\" : 3"},
         {L"1e30 -1e30 inf", zeros, L"\"\\/\t\x1: 5", L"\"\\\"\\\\/\\t\\u0001\" : 5"},
-        {L"x", zeros, L":", L"\"\" : 0"}};
+        {L"x", zeros, L":", L"\"\" : 0"},
+        {L"0." + std::wstring(3'000'000, L'3') + L" 0.5 2", L"\"last15min\" : 200,\"last1min\" : 33,\"last5min\" : 50",
+            L"a:" + std::wstring(3'000'000, L' ') + L"7", L"\"a\" : 7"}};
     for (const auto& [load, averages, memory, figures] : rows) {
         helper->outputs = {{L"loadavg", load}, {L"memory", memory}};
         EXPECT_EQ(L"{\"cpu\" : {" + averages + L",\"unit\" : \"%\"},\"memory\" : {" + figures + L"},\"swap\" : {}}",

@@ -11,7 +11,8 @@ namespace {
 
 std::vector<NeededDirectories::Needed> needed()
 {
-    return {{L"X:\\Windows", true, {{L"Temp"}, {L"Profiles", L"*", L"Temp"}}}, {L"X:\\panel\\data"},
+    static constexpr const wchar_t* exceptions[] = {L"\\temp", L"\\Profiles\\*\\Temp"};
+    return {{L"X:\\Windows", true, exceptions}, {L"X:\\panel\\data"},
         {L"X:\\panel\\etc", true}, {L"X:\\missing"}};
 }
 

@@ -35,13 +35,12 @@ std::vector<Needed> neededDirectories()
     wchar_t buffer[MAX_PATH] = L"";
     GetSystemWindowsDirectoryW(buffer, MAX_PATH);
     const std::wstring windows = buffer, program = moduleFileName();
-    std::vector<Needed> all = {
-        {windows, true,
-            {{L"Temp"}, {L"SystemTemp"}, {L"ServiceProfiles", L"*", L"AppData", L"Local", L"Temp"},
-                {L"System32", L"config", L"systemprofile", L"AppData", L"Local", L"Temp"}}},
-        {path::append(windows, L"System32")},
-        {program.substr(0, program.rfind(L'\\') + 1)}, // with the separator: "C:" alone is the current directory
-    };
+    static constexpr const wchar_t* temporary[] = {L"\\Temp", L"\\SystemTemp",
+        L"\\ServiceProfiles\\*\\AppData\\Local\\Temp", L"\\System32\\config\\systemprofile\\AppData\\Local\\Temp"};
+    std::vector<Needed> all;
+    all.push_back({windows, true, temporary});
+    all.push_back({path::append(windows, L"System32")});
+    all.push_back({program.substr(0, program.rfind(L'\\') + 1)}); // "C:" alone would be the current directory
     const std::wstring root = registered(config::installationDirectory), answered = panel::knownInstallationDirectory();
     addInstallation(all, root);
     if (answered != root)

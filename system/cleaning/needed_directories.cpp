@@ -12,15 +12,17 @@ bool holds(const std::vector<FileId>& ids, const FileId& id) noexcept
     return std::any_of(ids.begin(), ids.end(), [&](const FileId& other) { return mayBeSame(id, other); });
 }
 
-/// Whether the names of the steps behind the first one begin with this path.
-bool leadsThrough(
-    const std::vector<WalkedDirectory::Step>& steps, std::size_t first, const std::vector<std::wstring>& names)
+/// Whether a path is, or lies in, the exception.
+bool isIn(std::wstring_view exception, std::wstring_view path)
 {
-    if (steps.size() - first <= names.size())
-        return false;
-    for (std::size_t at = 0; at < names.size(); ++at) {
-        if (names[at] != L"*" && !equalIgnoringCase(names[at], steps[first + 1 + at].name))
+    while (!exception.empty()) {
+        const std::size_t end = std::min(exception.find(L'\\', 1), exception.size());
+        const std::size_t pathEnd = std::min(path.find(L'\\', 1), path.size());
+        if (path.empty() || (exception.substr(0, end) != L"\\*" &&
+                                !equalIgnoringCase(exception.substr(0, end), path.substr(0, pathEnd))))
             return false;
+        exception.remove_prefix(end);
+        path.remove_prefix(pathEnd);
     }
     return true;
 }
@@ -43,7 +45,7 @@ DWORD NeededDirectories::add(const Needed& needed)
         return code;
     kept_.push_back(id);
     if (needed.isWhole)
-        whole_.push_back({id, needed.freely});
+        whole_.push_back({id, needed.exceptions});
     // Its path has no links but mount points, so each shorter path is a directory in which it lies.
     constexpr std::size_t shortest = 6; // "\\?\X:"
     for (std::size_t end = path.rfind(L'\\'); end != std::wstring::npos && end >= shortest;
@@ -64,13 +66,15 @@ DWORD NeededDirectories::refuse(const WalkedDirectory& directory) const
         return source_.isRemote(directory.at.object.get()) ? ERROR_SUCCESS : DWORD{hasNoIdentity};
     if (holds(kept_, steps.back().id))
         return holdsNeeded;
-    for (std::size_t at = 0; at < steps.size(); ++at) {
+    std::wstring below; // the path from the step to the directory
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step) {
         for (const Whole& whole : whole_) {
-            const auto isFree = [&](const auto& names) { return leadsThrough(steps, at, names); };
-            if (steps[at].hasId && mayBeSame(whole.id, steps[at].id) &&
-                std::none_of(whole.freely.begin(), whole.freely.end(), isFree))
+            const auto isBelow = [&](const wchar_t* exception) { return isIn(exception, below); };
+            if (step->hasId && mayBeSame(whole.id, step->id) &&
+                std::none_of(whole.exceptions.begin(), whole.exceptions.end(), isBelow))
                 return liesInNeeded;
         }
+        below.insert(0, L"\\" + step->name);
     }
     return ERROR_SUCCESS;
 }

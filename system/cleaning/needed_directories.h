@@ -2,6 +2,7 @@
 
 #include "system/cleaning/open_object.h"
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,8 @@ public:
     {
         std::wstring path;
         bool isWhole = false; // its content is needed too; else only the directory itself and what it lies in
-        /// Exceptions from its content: paths within it. "*" stands for any one name.
-        std::vector<std::vector<std::wstring>> freely = {};
+        /// Exceptions from its content: static paths within it, "\\Temp". "*" stands for any one name.
+        std::span<const wchar_t* const> exceptions = {};
     };
 
     /// @param source  weak
@@ -33,7 +34,7 @@ private:
     struct Whole
     {
         FileId id;
-        std::vector<std::vector<std::wstring>> freely;
+        std::span<const wchar_t* const> exceptions;
     };
 
     IDirectorySource& source_;
