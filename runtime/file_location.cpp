@@ -12,6 +12,24 @@ UniqueFile openAny(const std::wstring& path) noexcept
         OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
+enum class Comparison
+{
+    same,
+    other,
+    unknown
+};
+
+Comparison compare(const std::wstring& path, const std::wstring& otherPath) noexcept
+{
+    // Both stay open while they are compared: the identifier of a removed file may be used again.
+    const UniqueFile file = openAny(path), other = openAny(otherPath);
+    FileId left, right;
+    if (!file || !other || fileIdOf(file.get(), left) != ERROR_SUCCESS ||
+        fileIdOf(other.get(), right) != ERROR_SUCCESS)
+        return Comparison::unknown;
+    return isSame(left, right) ? Comparison::same : Comparison::other;
+}
+
 } // namespace
 
 std::wstring location::of(const std::wstring& path)
@@ -37,9 +55,10 @@ bool location::isBelow(const std::wstring& location, const std::wstring& directo
 
 bool location::isSame(const std::wstring& path, const std::wstring& other) noexcept
 {
-    // Both stay open while they are compared: the identifier of a removed file may be used again.
-    const UniqueFile file = openAny(path), otherFile = openAny(other);
-    FileId left, right;
-    return file && otherFile && fileIdOf(file.get(), left) == ERROR_SUCCESS &&
-           fileIdOf(otherFile.get(), right) == ERROR_SUCCESS && ::isSame(left, right);
+    return compare(path, other) == Comparison::same;
+}
+
+bool location::isOther(const std::wstring& path, const std::wstring& other) noexcept
+{
+    return compare(path, other) == Comparison::other;
 }

@@ -17,4 +17,7 @@ bool isBelow(const std::wstring& location, const std::wstring& directory);
 /// one of them cannot be opened or its file system has no identifiers. Never throws.
 bool isSame(const std::wstring& path, const std::wstring& other) noexcept;
 
+/// Whether both paths can be opened and lead to different files or directories. Never throws.
+bool isOther(const std::wstring& path, const std::wstring& other) noexcept;
+
 } // namespace location

@@ -2,6 +2,7 @@
 
 #include "config/management_service/kelvo_srv_client.h"
 #include "logging/log_manager.h"
+#include "runtime/file_location.h"
 #include "runtime/path.h"
 #include "system/panel/answer_confirmation.h"
 
@@ -24,14 +25,17 @@ struct Answer
 {
     std::wstring directory;
     bool needsConfirmation;
+    bool isAmbiguous; // the system finds another directory at the path as it was answered
 };
 
 Answer ask(const wchar_t* name)
 {
     static ServiceLog log;
     KelvoSrvClient& service = KelvoSrvClient::getInstance(log);
-    std::wstring directory = path::normalise(service.getString(name));
-    return {std::move(directory), service.needsConfirmation()};
+    const std::wstring answered = service.getString(name);
+    std::wstring directory = path::normalise(answered);
+    const bool isAmbiguous = answered != directory && location::isOther(answered, directory);
+    return {std::move(directory), service.needsConfirmation(), isAmbiguous};
 }
 
 std::wstring askForInstallationDirectory()
@@ -42,10 +46,15 @@ std::wstring askForInstallationDirectory()
         throw vexception(L"The product's root directory is not an absolute path: '" + answer.directory + L"'",
             {"panel::installationDirectory"});
     }
+    if (answer.isAmbiguous) {
+        throw vexception(L"The path of the product's root directory is ambiguous: '" + answer.directory + L"'",
+            {"panel::installationDirectory"});
+    }
     return answer.needsConfirmation ? panel::confirmedInstallationDirectory(answer.directory) : answer.directory;
 }
 
-bool dumpTempNeedsConfirmation = false; // the last answer
+// Of the last answer.
+bool dumpTempNeedsConfirmation = false, isDumpTempAmbiguous = false;
 std::wstring knownRoot;
 
 } // namespace
@@ -65,14 +74,18 @@ std::wstring panel::dumpTempDirectory()
 {
     Answer answer = ask(L"DumpTempDir");
     dumpTempNeedsConfirmation = answer.needsConfirmation;
+    isDumpTempAmbiguous = answer.isAmbiguous;
     return std::move(answer.directory);
 }
 
 bool panel::mayCleanDumpTempDirectory(const std::wstring& directory)
 {
-    if (!dumpTempNeedsConfirmation || isTemporaryDirectory(directory))
-        return true;
-    LogManager::logForAdministrators(
-        L"The registry does not confirm the directory of temporary dumps '%s'. It is not cleaned", directory.c_str());
-    return false;
+    const wchar_t* const reason =
+        isDumpTempAmbiguous ? L"The path of the directory of temporary dumps '%s' is ambiguous. It is not cleaned"
+        : dumpTempNeedsConfirmation && !isTemporaryDirectory(directory)
+            ? L"The registry does not confirm the directory of temporary dumps '%s'. It is not cleaned"
+            : nullptr;
+    if (reason)
+        LogManager::logForAdministrators(reason, directory.c_str());
+    return !reason;
 }

@@ -2,7 +2,8 @@
 
 #include <string>
 
-/// The panel's directories as its management service names them. All are normalised paths.
+/// The panel's directories as its management service names them. All are normalised paths. Where the system finds another
+/// directory at the path as it was answered, the directory is not used.
 ///
 /// Where identities that are not trusted may have answered in the service's place
 /// (KelvoSrvClient::needsConfirmation), the registry, which only administrators can write, has to confirm the
@@ -11,7 +12,8 @@ namespace panel {
 
 /// The installation directory; asked for until it was answered once. An answer that needs confirmation must name the
 /// same directory as the registry's PRODUCT_ROOT_D; the registry's path is returned then.
-/// @throws vexception when the service cannot be asked, its answer is no absolute path or is not confirmed
+/// @throws vexception when the service cannot be asked, its answer is no absolute path, ambiguous or not
+///         confirmed
 std::wstring installationDirectory();
 
 /// The installation directory, if it is known already; else empty. Asks nobody.

@@ -187,6 +187,14 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
     panel::dumpTempDirectory();
     EXPECT_TRUE(panel::mayCleanDumpTempDirectory(system)) << "the service is trusted";
 
+    const std::wstring literal = L"\\\\?\\" + root + L"\\dumps."; // the normalised path loses the prefix, and then the dot
+    CreateDirectoryW(literal.c_str(), nullptr);
+    CreateDirectoryW((root + L"\\dumps").c_str(), nullptr);
+    server = serve(literal.c_str(), ScriptedPipe::trustedSecurity);
+    disconnect();
+    EXPECT_FALSE(panel::mayCleanDumpTempDirectory(panel::dumpTempDirectory()));
+    EXPECT_NE(std::wstring::npos, log.records.back().message.find(L"ambiguous"));
+
     server = serve((root + L"\\ADMIN\\..\\").c_str(), usersMayWrite);
     disconnect();
     EXPECT_EQ(root, panel::installationDirectory());
