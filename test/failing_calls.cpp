@@ -42,7 +42,7 @@ constexpr Failure failures[] = {
     {"PathAllocCombine PathAllocCanonicalize CoInitializeEx OleRun", 0x8007000e, 0}, // E_OUTOFMEMORY
     {"ReadFile CreateThreadpoolWork CreateEventW CreateEventA CreateSemaphoreA DuplicateHandle "
      "GetTokenInformation GetNamedPipeServerProcessId "
-     "GetFinalPathNameByHandleW",
+     "GetFinalPathNameByHandleW CreateThread OpenThread GetFileInformationByHandle GetSystemWindowsDirectoryW",
         none, ERROR_NO_SYSTEM_RESOURCES},
     {"RegGetValueW RegQueryValueExW RegSetValueExW SetEntriesInAclW", ERROR_NO_SYSTEM_RESOURCES, 0},
     {"NtQueryObject", 0xc000009a, 0}, // STATUS_INSUFFICIENT_RESOURCES

@@ -72,6 +72,24 @@ struct Case
     {"TrustedRelativeLinkInThePath",
         {file(L"real\\dumps\\f"), directoryLink(L"x\\way", L"..\\y\\..\\real").with(ofAdministrators)},
         {L"real\\dumps\\f"}, L"", L"@\\x\\way\\dumps"},
+    {"TrustedRootedLinkInThePath",
+        {file(L"real\\dumps\\f"), directoryLink(L"way\\in", L"#\\real").with(ofAdministrators)},
+        {L"real\\dumps\\f"}, L"", L"@\\way\\in\\dumps"},
+    {"RelativeLinkBehindAJunction",
+        {file(L"other\\dumps\\f"), file(L"real\\other\\dumps\\f"), junction(L"way", L"@\\real").with(ofAdministrators),
+            directoryLink(L"real\\in", L"..\\other").with(ofAdministrators)},
+        {L"other\\dumps\\f"}, L"", L"@\\way\\in\\dumps"},
+    {"TargetEndingInASeparator",
+        {file(L"other\\dumps\\f"), file(L"real\\other\\dumps\\f"),
+            directoryLink(L"way", L"@\\real\\").with(ofAdministrators),
+            directoryLink(L"real\\in", L"..\\other").with(ofAdministrators)},
+        {L"other\\dumps\\f"}, L"", L"@\\way\\in\\dumps"},
+    {"DoubledSeparatorBeforeALink",
+        {file(L"other\\dumps\\f"), file(L"way\\other\\dumps\\f"),
+            directoryLink(L"way\\in", L"..\\other").with(ofAdministrators)},
+        {L"other\\dumps\\f"}, L"", L"@\\way\\\\in\\dumps"},
+    {"DoubledSeparatorBeforeAStepUp", {file(L"other\\dumps\\f"), file(L"way\\other\\dumps\\f")},
+        {L"other\\dumps\\f"}, L"", L"@\\way\\\\..\\other\\dumps"},
     {"ChainOfTrustedLinks",
         {file(L"real\\dumps\\f"), junction(L"second", L"@\\real").with(ofAdministrators),
             directoryLink(L"first", L"second").with(ofAdministrators)},
@@ -83,7 +101,7 @@ struct Case
     {"EndlessChain",
         {junction(L"first", L"@\\second").with(ofAdministrators),
             junction(L"second", L"@\\first").with(ofAdministrators)},
-        {}, L"Unable to read directory", L"@\\first\\dumps"},
+        {}, L"a link in its path leads nowhere", L"@\\first\\dumps"},
     {"PanelBehindALink", {file(L"canary\\tmp\\f"), junction(L"panel", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators"},
     {"ParentIsALink", {file(L"canary\\tmp\\f"), junction(L"panel\\MGX", L"@\\canary").with(ofOthers)}, {},
@@ -97,6 +115,27 @@ struct Case
     {"LinkInALiteralPath", {file(L"canary\\dumps\\f"), junction(L"way", L"@\\canary").with(ofOthers)}, {},
         L"others than the administrators", L"\\\\?\\@\\way\\dumps"},
 
+    // One directory that cannot be cleaned does not keep the others from it.
+    {"TrustedLinkToAVolumesRoot",
+        {junction(L"dumps", L"D:\\").with(ofAdministrators), file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"},
+        L"it is the root of a volume"},
+    {"TrustedMountPointOfAVolumeWithALetter",
+        {junction(L"dumps", L"\\??\\Volume{00000000-0000-0000-0000-000000000044}\\").with(ofAdministrators),
+            file(L"panel\\tmp\\f")},
+        {L"panel\\tmp\\f"}, L"it is the root of a volume"},
+    {"TrustedLinkWithoutATarget",
+        {taggedDirectory(L"dumps", unknownSurrogate).with(ofAdministrators), file(L"panel\\tmp\\f")},
+        {L"panel\\tmp\\f"}, L"a link in its path leads nowhere"},
+    {"ParentIsAFile", {file(L"panel\\MGX"), file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"}},
+    {"ImpossibleName", {file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"}, L"", L"@\\a<b\\dumps"},
+    {"DirectoryIsAFile", {file(L"dumps")}, {}, L"Unable to read directory"},
+    {"DirectoryOfTheUtilities", {file(L"panel\\admin\\bin\\util.exe"), file(L"panel\\tmp\\f")},
+        {L"panel\\tmp\\f"}, L"it lies in a directory whose content", L"@\\panel\\admin\\bin"},
+    {"TrustedLinkIntoTheConfiguration",
+        {file(L"panel\\etc\\x\\f"), junction(L"dumps", L"@\\panel\\etc\\x").with(ofAdministrators)}, {},
+        L"it lies in a directory whose content"},
+    {"DevicePath", {file(L"dumps\\f")}, {L"dumps\\f"}, L"", L"\\\\.\\@\\dumps"},
+
     // The trust in a link depends on its owner and on the accounts that may change it.
     {"UntrustedOwner", {junction(L"dumps", L"@\\canary").with(L"O:BUD:P(A;;FA;;;BA)")}, {},
         L"others than the administrators"},
@@ -108,6 +147,8 @@ struct Case
     {"OthersMayWriteAttributes", {junction(L"dumps", L"@\\canary").with(L"O:BAD:P(A;;FA;;;BA)(A;;0x100;;;WD)")}, {},
         L"others than the administrators"},
     {"OthersMayChangeTheAccessList", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WD;;;AU)")}, {},
+        L"others than the administrators"},
+    {"OthersMayMoveIt", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;SD;;;BU)")}, {},
         L"others than the administrators"},
     {"OthersMayChangeTheOwner", {junction(L"dumps", L"@\\canary").with(L"O:SYD:P(A;;FA;;;BA)(A;;WO;;;BU)")}, {},
         L"others than the administrators"},
@@ -162,14 +203,24 @@ INSTANTIATE_TEST_SUITE_P(
         return std::string(std::get<0>(row.param).name) + (std::get<1>(row.param) ? "BeforeWindows10" : "");
     });
 
-TEST_F(LinkRun, DoesNotCleanTheDirectoryOfTheProgramBehindALink)
+TEST_F(LinkRun, SparesTheDirectoryOfTheProgramBehindALinkButNotTheCurrentOne)
 {
-    const std::wstring program = tree.at(L"program\\mendkit.exe");
+    const std::wstring program = tree.at(L"program\\mendkit.exe"), inRoot = L"C:\\mendkit_in_root.exe";
     ASSERT_TRUE(
         tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofAdministrators)));
     CopyFileW(builtProgram(L"app\\mendkit.exe").c_str(), program.c_str(), FALSE);
     const Snapshot before = tree.snapshot();
     EXPECT_EQ(0u, clean(L"@\\dumps", program).exitCode);
     EXPECT_TRUE(before == tree.snapshot());
-    EXPECT_NE(std::wstring::npos, root.log().find(L"holds the system, or this program"));
+    EXPECT_NE(std::wstring::npos, root.log().find(L"or this program needs"));
+
+    // The directory of a program in a volume's root is "C:\\", while "C:" would be the current directory.
+    CopyFileW(program.c_str(), inRoot.c_str(), FALSE);
+    wchar_t current[MAX_PATH];
+    GetCurrentDirectoryW(MAX_PATH, current);
+    ASSERT_TRUE(tree.make(file(L"current\\f")) && SetCurrentDirectoryW(tree.at(L"current").c_str()));
+    EXPECT_EQ(0u, clean(L"@\\current", inRoot).exitCode);
+    SetCurrentDirectoryW(current);
+    EXPECT_FALSE(tree.snapshot().contains(L"current\\f"));
+    DeleteFileW(inRoot.c_str());
 }

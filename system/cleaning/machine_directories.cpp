@@ -1,5 +1,5 @@
 #include "config/product_config.h"
-#include "runtime/failure/vexception.h"
+#include "runtime/failure/vosexception.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "system/cleaning/needed_directories.h"
@@ -32,8 +32,9 @@ std::wstring registered(std::wstring (*directory)())
 
 std::vector<Needed> neededDirectories()
 {
-    wchar_t buffer[MAX_PATH] = L"";
-    GetSystemWindowsDirectoryW(buffer, MAX_PATH);
+    wchar_t buffer[MAX_PATH];
+    if (GetSystemWindowsDirectoryW(buffer, MAX_PATH) == 0)
+        throwLastError({L"GetSystemWindowsDirectory"}, {"neededDirectories"});
     const std::wstring windows = buffer, program = moduleFileName();
     static constexpr const wchar_t* temporary[] = {L"\\Temp", L"\\SystemTemp",
         L"\\ServiceProfiles\\*\\AppData\\Local\\Temp", L"\\System32\\config\\systemprofile\\AppData\\Local\\Temp"};
