@@ -216,7 +216,7 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
         std::thread command = startRun(pipe, L"--get-disk-space", result);
         Sleep(random() % 160);
         const ULONGLONG killed = GetTickCount64();
-        service->terminate();
+        terminate(*service);
         service = serve(silence, pipe);
         command.join();
         EXPECT_LT(GetTickCount64() - killed, 5'000u);
@@ -229,7 +229,7 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
                 << result.output;
         }
     }
-    service->terminate();
+    terminate(*service);
     figure(failures, "commands whose management service was killed and started again in mid-query: they failed");
     figure(answers, "commands whose management service was killed when they had their replies: they answered");
 }
@@ -281,8 +281,8 @@ TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
         EXPECT_TRUE(hasAnswered(results[0]) && hasAnswered(results[1]));
         EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "the directory itself must stay and be empty";
         EXPECT_EQ("x", readFile(kept + L"\\file"));
-        service->terminate();
-        other->terminate();
+        terminate(*service);
+        terminate(*other);
     }
     figure(2LL * count, "cleanings, two at a time over one tree of 4,000 files");
 }

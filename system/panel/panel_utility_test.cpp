@@ -217,6 +217,6 @@ TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
         ASSERT_EQ(L"nothing thrown", failure);
         EXPECT_EQ(
             isAdministrator, identity::isAdministrator(identity::tokenOf(child.process.get(), TOKEN_QUERY).get()));
-        child.terminate();
+        terminate(child);
     }
 }
