@@ -42,8 +42,8 @@ std::wstring configuredAccount(SC_HANDLE manager, const std::wstring& service)
     return config->lpServiceStartName;
 }
 
-/// Whether it identifies one service. Tokens of services also hold groups of many processes, such as Everyone or, with
-/// the same first part, all services.
+/// Whether it identifies one service. Tokens of services also hold groups of many processes, such as Everyone or,
+/// with the same first part, all services.
 bool isServiceIdentifier(const identity::Sid& sid)
 {
     return *GetSidSubAuthorityCount(sid.get()) == SECURITY_SERVICE_ID_RID_COUNT &&
