@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <string_view>
+#include <thread>
 
 namespace {
 
@@ -24,8 +25,9 @@ void report(DWORD state)
     SetServiceStatus(serviceHandle, &status);
 }
 
-/// The service runs until it is stopped, for at most a minute.
-void WINAPI runService(DWORD, wchar_t**)
+/// The service runs until it is stopped, for at most a minute. With an argument it serves a pipe of that name, which
+/// its own account owns.
+void WINAPI runService(DWORD argc, wchar_t** argv)
 {
     stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     serviceHandle = RegisterServiceCtrlHandlerW(L"", [](DWORD control) {
@@ -33,6 +35,8 @@ void WINAPI runService(DWORD, wchar_t**)
             SetEvent(stopped);
     });
     report(SERVICE_RUNNING);
+    if (argc > 1)
+        std::thread(servePipe, 0, argv[1], PanelValues{}, Con::ServerOverlappedPipe::Owner::user).detach();
     WaitForSingleObject(stopped, 60'000);
     report(SERVICE_STOPPED);
 }

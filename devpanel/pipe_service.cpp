@@ -2,7 +2,6 @@
 
 #include "config/management_service/wire_format.h"
 #include "config/pipe/client_pipe.h"
-#include "config/pipe/server_pipe.h"
 #include "runtime/module.h"
 
 #include <string>
@@ -52,12 +51,13 @@ std::string replyTo(const std::string& message, const PanelValues& values)
 
 } // namespace
 
-void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values)
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values,
+    Con::ServerOverlappedPipe::Owner owner)
 {
     constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected while it works
     Con::ServerOverlappedPipe pipe(longestCommand);
     try {
-        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX, Con::ServerOverlappedPipe::Owner::administrators);
+        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX, owner);
     } catch (const vexception&) {
         return;
     }

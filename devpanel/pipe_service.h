@@ -1,6 +1,6 @@
 #pragma once
 
-#include <windows.h>
+#include "config/pipe/server_pipe.h"
 
 #include <string>
 
@@ -20,7 +20,9 @@ struct PanelValues
 /// another process serves it.
 /// @param silenceMilliseconds  the delay before each reply
 /// @param name                 the pipe's name
-void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values);
+/// @param owner                the pipe's owner
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values,
+    Con::ServerOverlappedPipe::Owner owner = Con::ServerOverlappedPipe::Owner::administrators);
 
 /// Starts a process that serves the pipe unless there is one. It serves for at least five seconds from this call.
 /// @throws vexception when it does not start

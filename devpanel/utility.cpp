@@ -2,8 +2,8 @@
 // others append their arguments to var\devpanel.log and exit with 0. None restarts or repairs anything.
 //
 // With a file <name>.script beside the program, the program runs this script instead. It has one step per line:
-//   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | sleep <milliseconds>
-//   | note <text> | exit <code> | crash
+//   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | talker <milliseconds>
+//   | sleep <milliseconds> | note <text> | exit <code> | crash
 
 #include <windows.h>
 
@@ -70,13 +70,13 @@ int sysinfo(const std::wstring& what)
     return 0;
 }
 
-/// Starts a process that inherits the output, and does not wait for its end.
-void leaveChild(const std::string& milliseconds)
+/// Starts a process that inherits the output, and does not wait for its end. @param word  --sleep or --talk
+void leaveChild(const std::wstring& word, const std::string& milliseconds)
 {
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
     PROCESS_INFORMATION process{};
-    std::wstring commandLine = L"x --sleep " + std::wstring(milliseconds.begin(), milliseconds.end());
+    std::wstring commandLine = L"x " + word + L" " + std::wstring(milliseconds.begin(), milliseconds.end());
     CreateProcessW(
         programPath().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
 }
@@ -101,7 +101,9 @@ int runScript(std::ifstream& script)
             std::string all((std::istreambuf_iterator<char>(std::cin)), {});
             std::printf("%zu\n", all.size());
         } else if (step == "child") {
-            leaveChild(rest);
+            leaveChild(L"--sleep", rest);
+        } else if (step == "talker") {
+            leaveChild(L"--talk", rest);
         } else if (step == "sleep") {
             Sleep(std::strtoul(rest.c_str(), nullptr, 10));
         } else if (step == "note") {
@@ -121,8 +123,13 @@ int runScript(std::ifstream& script)
 
 int wmain(int argc, wchar_t** argv)
 {
-    if (argc == 3 && std::wstring(argv[1]) == L"--sleep") {
-        Sleep(static_cast<DWORD>(_wtoi(argv[2])));
+    const std::wstring word = argc == 3 ? argv[1] : L"";
+    if (word == L"--sleep" || word == L"--talk") {
+        for (int left = _wtoi(argv[2]); left > 0; left -= 100) {
+            std::fputs(word == L"--talk" ? "x" : "", stdout);
+            std::fflush(stdout);
+            Sleep(100);
+        }
         return 0;
     }
     const std::wstring path = programPath(), file = path.substr(path.rfind(L'\\') + 1),

@@ -97,15 +97,11 @@ bool isAdministrator(HANDLE token)
     return hasGroup(token, Sid::wellKnown(WinBuiltinAdministratorsSid));
 }
 
-bool isSystemOrAdministrators(const Sid& sid)
-{
-    return sid == Sid::wellKnown(WinLocalSystemSid) || sid == Sid::wellKnown(WinBuiltinAdministratorsSid);
-}
-
 bool isSystemAuthority(const Sid& sid)
 {
     constexpr wchar_t trustedInstaller[] = L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464";
-    return isSystemOrAdministrators(sid) || sid == Sid::parse(trustedInstaller);
+    return sid == Sid::wellKnown(WinLocalSystemSid) || sid == Sid::wellKnown(WinBuiltinAdministratorsSid) ||
+           sid == Sid::parse(trustedInstaller);
 }
 
 UniqueHandle effectiveToken(DWORD rights)

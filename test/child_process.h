@@ -31,6 +31,13 @@ inline void startPatiently(vexecutil& child)
     child.start();
 }
 
+/// Ends a program if it still runs. The product never ends a child.
+inline void terminate(const vexecutil& child)
+{
+    TerminateProcess(child.process.get(), 1);
+    WaitForSingleObject(child.process.get(), 5000);
+}
+
 /// Runs a program to its end. @param capture  false: the program inherits the standard handles of this process
 inline ChildResult runChild(const std::wstring& program, const std::wstring& arguments, bool capture = true)
 try {

@@ -119,7 +119,7 @@ protected:
     {
         SetEnvironmentVariableW(L"TMP", nullptr); // the directory is removed
         UnmapViewOfFile(call);
-        service_->terminate();
+        terminate(*service_);
     }
 
     /// Runs the command and checks its end. @param wanted  as FailingCall::wanted @return the exit code
@@ -150,7 +150,7 @@ protected:
         EXPECT_TRUE(AssignProcessToJobObject(job.get(), child.process.get()));
         ResumeThread(child.thread.get());
         const bool ended = child.waitForExit(20'000);
-        child.terminate();
+        terminate(child);
         const std::uint32_t code = child.exitCode();
 
         const std::string output = readFile(outputFile);

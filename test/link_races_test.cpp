@@ -157,7 +157,7 @@ protected:
             tree.make(file(L"trap\\done"));
         }
         EXPECT_TRUE(child.waitForExit(0)) << "operation " << operation;
-        child.terminate();
+        terminate(child);
         held_.reset();
         EXPECT_GE(1u, child.exitCode());
         const Snapshot left = tree.snapshot(L"canary");
@@ -190,7 +190,7 @@ TEST_P(LinkRaces, RemoveNoCanary)
     const bool isSample = std::get<1>(GetParam()) && !_wgetenv(L"MENDKIT_TEST_FULL");
     for (int operation = 1; operation < 500 && attackAt(operation) && !HasFailure();)
         operation += isSample ? 3 : 1;
-    service->terminate();
+    terminate(*service);
     EXPECT_LT(15, made) << "a run has more file operations";
     EXPECT_LT(0, landed);
     EXPECT_EQ(0, lost);

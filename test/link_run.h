@@ -39,7 +39,7 @@ protected:
     {
         const auto service = servePanel(dumps);
         const ChildResult result = runChild(program, L"--free-disk-space");
-        service->terminate();
+        terminate(*service);
         return result;
     }
 

@@ -1,7 +1,9 @@
 // Tests of whole runs of the program: standard output, exit code and log.
 
+#include "config/pipe/pipe_server_facts.h"
 #include "test/json_document.h"
 #include "test/program.h"
+#include "test/replaced_import.h"
 #include "test/stress.h"
 #include "test/text_pattern.h"
 #include "test/usage.h"
@@ -44,6 +46,11 @@ protected:
     std::mt19937 random = seeded();
     const std::wstring panel = L"C:\\Program Files\\Kelvo Panel";
 };
+
+BOOL WINAPI failToOpenToken(HANDLE, DWORD, HANDLE*)
+{
+    return FALSE;
+}
 
 std::string statusOf(const std::string& name, const std::string& status)
 {
@@ -204,6 +211,77 @@ TEST_F(Program, WritesEveryCharacterOfAUtilitysOutputAndNoticesLostOnes)
     }
 }
 
+TEST_F(Program, ShowsTextAtAConsoleWhateverItsCodePage)
+{
+    // A process without a window has a console of its own, under Wine with code page 437.
+    vexecutil holder;
+    holder.path = devpanel;
+    holder.arguments = L"serve 0 console";
+    holder.hideWindow = holder.captureStdout = 1;
+    startPatiently(holder);
+    while (!isFree(L"console"))
+        Sleep(5);
+    FreeConsole();
+    ASSERT_TRUE(AttachConsole(holder.processId)) << GetLastError();
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    const UniqueFile console(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+        &inherit, OPEN_EXISTING, 0, nullptr));
+    const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
+    SetStdHandle(STD_OUTPUT_HANDLE, console.get());
+    EXPECT_EQ(0u, run(L"--get-service-status --name=\x416\x20ac", false).exitCode);
+    EXPECT_EQ(0u, run(L"--help", false).exitCode);
+    SetStdHandle(STD_OUTPUT_HANDLE, own);
+
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    EXPECT_TRUE(GetConsoleScreenBufferInfo(console.get(), &info));
+    std::wstring screen;
+    for (SHORT line = 0; line < 8; ++line) {
+        std::wstring text(static_cast<std::size_t>(info.dwSize.X), L' ');
+        DWORD count = 0;
+        ReadConsoleOutputCharacterW(console.get(), text.data(), static_cast<DWORD>(text.size()), {0, line}, &count);
+        screen += text.substr(0, text.find_last_not_of(L' ') + 1) + L"|";
+    }
+    EXPECT_EQ(
+        L"{|        \"name\" : \"\x416\x20ac\",|        \"status\" : \"invalid\"|}||usage: mendkit [options] ...|||",
+        screen)
+        << testing::PrintToString(screen);
+    FreeConsole();
+    terminate(holder);
+}
+
+TEST_F(Program, BelievesARunningServiceOfThePanelAtAPipeOfItsAccount)
+{
+    ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
+    const wchar_t* arguments[] = {L"of_a_service"};
+    const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)),
+        service(OpenServiceW(manager.get(), L"KelvoSQLServer", SERVICE_START | SERVICE_STOP | SERVICE_CHANGE_CONFIG));
+    const auto configure = [&](const wchar_t* account) {
+        EXPECT_TRUE(ChangeServiceConfigW(service.get(), SERVICE_NO_CHANGE, SERVICE_DEMAND_START, SERVICE_NO_CHANGE,
+            nullptr, nullptr, nullptr, nullptr, account, nullptr, nullptr));
+    };
+    configure(nullptr);
+    ASSERT_TRUE(StartServiceW(service.get(), 1, arguments)) << GetLastError();
+    while (!isFree(arguments[0]))
+        Sleep(5);
+    setConfig(L"zrmpipe", arguments[0]);
+    EXPECT_TRUE(hasAnswered(run(L"--get-disk-space")));
+    setConfig(L"PRODUCT_ROOT_D", root.path());
+    EXPECT_EQ(1u, run(L"--get-disk-space").exitCode) << "its image does not lie in the installation directory";
+
+    // Where its token cannot be opened, the account that it is configured for counts.
+    configure(L"NT AUTHORITY\\LocalService");
+    while (!isFree(arguments[0]))
+        Sleep(5);
+    const UniqueFile pipe(CreateFileW((L"\\\\.\\pipe\\" + std::wstring(arguments[0])).c_str(), GENERIC_READ, 0,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    const ReplacedImport token("OpenProcessToken", failToOpenToken);
+    EXPECT_EQ(Con::Known::yes, Con::PipeServerFacts(pipe.get()).runsAs(identity::Sid::parse(L"LS")));
+    EXPECT_EQ(Con::Known::unknown, Con::PipeServerFacts(pipe.get()).runsAs(identity::Sid::parse(L"NS")));
+    configure(L"LocalSystem");
+    SERVICE_STATUS status;
+    ControlService(service.get(), SERVICE_CONTROL_STOP, &status);
+}
+
 TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
 {
     setConfig(L"SendFeedback", L"false");
@@ -216,7 +294,7 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
         std::thread command = startRun(pipe, L"--get-disk-space", result);
         Sleep(random() % 160);
         const ULONGLONG killed = GetTickCount64();
-        service->terminate();
+        terminate(*service);
         service = serve(silence, pipe);
         command.join();
         EXPECT_LT(GetTickCount64() - killed, 5'000u);
@@ -229,7 +307,7 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
                 << result.output;
         }
     }
-    service->terminate();
+    terminate(*service);
     figure(failures, "commands whose management service was killed and started again in mid-query: they failed");
     figure(answers, "commands whose management service was killed when they had their replies: they answered");
 }
@@ -281,8 +359,8 @@ TEST_F(Program, CleansTheSameTreeTwiceAtOnce)
         EXPECT_TRUE(hasAnswered(results[0]) && hasAnswered(results[1]));
         EXPECT_TRUE(RemoveDirectoryW(aps.c_str())) << "the directory itself must stay and be empty";
         EXPECT_EQ("x", readFile(kept + L"\\file"));
-        service->terminate();
-        other->terminate();
+        terminate(*service);
+        terminate(*other);
     }
     figure(2LL * count, "cleanings, two at a time over one tree of 4,000 files");
 }

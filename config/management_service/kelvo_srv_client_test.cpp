@@ -1,12 +1,16 @@
 #include "config/management_service/kelvo_srv_client.h"
 
 #include "config/pipe/pipe_server_facts.h"
+#include "runtime/access_list.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "test/failure.h"
+#include "test/replaced_import.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
 #include "test/stress.h"
+
+#include <aclapi.h>
 
 using namespace std::string_literals;
 
@@ -37,6 +41,16 @@ protected:
 
 const std::string good = serviceReply("\x07\0\0\0\x02"
                                       "C\0:\0\x16\x04"s);
+BOOL WINAPI failToPeek(HANDLE, void*, DWORD, DWORD*, DWORD*, DWORD*)
+{
+    return FALSE;
+}
+
+DWORD WINAPI denySecurity(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*, void**)
+{
+    return ERROR_ACCESS_DENIED;
+}
+
 const std::wstring unexpectedEnd = L"!Unexpected end of data when read from serializer.";
 
 } // namespace
@@ -104,8 +118,11 @@ TEST_F(ServiceClient, ChecksThePipesOwnerAndAccessList)
         std::initializer_list<Row>{{"administrators", ScriptedPipe::trustedSecurity, L"C:Ж"},
             {"no descriptor", L"", L"C:Ж"}, {"Everyone", L"O:WDD:(A;;GA;;;BA)", L"!"},
             {"a service without a process of the panel", L"O:LSD:(A;;GA;;;BA)", L"!"},
-            {"users may write", L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", L"C:Ж", true},
-            {"users may read", L"O:SYD:(A;;GA;;;BA)(A;;GR;;;BU)", L"C:Ж"}}) {
+            {"users may write", L"O:BAD:(A;;GA;;;BA)(A;;0x12019f;;;BU)", L"C:Ж", true},
+            {"users may read", L"O:SYD:(A;;GA;;;BA)(A;;GR;;;BU)", L"C:Ж"},
+            {"users may change the list", L"O:BAD:(A;;GA;;;BA)(A;;WD;;;BU)", L"C:Ж", true},
+            {"users may take the pipe", L"O:BAD:(A;;GA;;;BA)(A;;WO;;;BU)", L"C:Ж", true},
+            {"an entry for children and a denying one", L"O:BAD:(D;;GA;;;BG)(A;;GA;;;BA)(A;OIIO;GA;;;BU)", L"C:Ж"}}) {
         log.lines.clear();
         ScriptedPipe service({{good}}, false, security);
         setConfig(L"zrmpipe", service.name());
@@ -127,6 +144,20 @@ TEST_F(ServiceClient, ChecksThePipesOwnerAndAccessList)
     }
 }
 
+TEST(AccessList, GrantsToEveryoneOrIsUnreadableInDoubt)
+{
+    EXPECT_EQ(std::vector{identity::Sid::parse(L"WD")}, identity::granted(nullptr, GENERIC_ALL)) << "no list";
+    BYTE memory[64];
+    ACL* const list = reinterpret_cast<ACL*>(memory);
+    ACE_HEADER* entry = nullptr;
+    InitializeAcl(list, sizeof memory, ACL_REVISION);
+    AddAccessAllowedAce(list, ACL_REVISION, GENERIC_ALL, identity::Sid::parse(L"BA").get());
+    EXPECT_EQ(std::vector{identity::Sid::parse(L"BA")}, identity::granted(list, GENERIC_ALL));
+    GetAce(list, 0, reinterpret_cast<void**>(&entry));
+    entry->AceType = ACCESS_ALLOWED_CALLBACK_ACE_TYPE;
+    EXPECT_FALSE(identity::granted(list, GENERIC_ALL)) << "an entry with a condition";
+}
+
 TEST_F(ServiceClient, AsksTheSystemAboutTheServersProcess)
 {
     const ScriptedPipe service(ScriptedPipe::Script{});
@@ -141,7 +172,7 @@ TEST_F(ServiceClient, AsksTheSystemAboutTheServersProcess)
     }
     EXPECT_TRUE(facts.serviceTypes().empty()) << "this process is no service";
     EXPECT_EQ(Con::Known::yes, facts.runsAs(identity::currentUser()));
-    EXPECT_EQ(Con::Known::yes, facts.runsAs(identity::Sid::parse(L"BA"))) << "an enabled group";
+    EXPECT_EQ(Con::Known::no, facts.runsAs(identity::Sid::parse(L"BA"))) << "an enabled group, but no service";
     EXPECT_EQ(Con::Known::no, facts.runsAs(identity::Sid::parse(L"LS")));
 }
 
@@ -156,6 +187,15 @@ TEST_F(ServiceClient, NoticesAServerThatEndedBeforeTheCheck)
     WriteFile(pipe.get(), "\1\0\0\0x", 5, &bytes, nullptr); // it reads this and ends
     ReadFile(pipe.get(), &bytes, 1, &bytes, nullptr);
     EXPECT_TRUE(facts.hasServerEnded());
+
+    const ScriptedPipe silent(ScriptedPipe::Script{});
+    setConfig(L"zrmpipe", silent.name());
+    const ReplacedImport peek("PeekNamedPipe", failToPeek), security("GetSecurityInfo", denySecurity);
+    EXPECT_TRUE(ask().ends_with(L"(Error code 109) at Unable to connect to pipe \\\\.\\pipe\\" + silent.name()));
+    EXPECT_EQ(L"warning The server of pipe \\\\.\\pipe\\" + silent.name() +
+                  L" has ended before it could be checked: process " + std::to_wstring(GetCurrentProcessId()) +
+                  L", its user " + identity::currentUser().text() + L", the pipe's owner unknown (Error code 5)",
+        log.lines.front());
 }
 
 TEST_F(ServiceClient, FailsWhenTheServiceDoesNotAnswer)

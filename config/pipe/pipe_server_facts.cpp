@@ -42,6 +42,14 @@ std::wstring configuredAccount(SC_HANDLE manager, const std::wstring& service)
     return config->lpServiceStartName;
 }
 
+/// Whether it identifies one service. Tokens of services also hold groups of many processes, such as Everyone or,
+/// with the same first part, all services.
+bool isServiceIdentifier(const identity::Sid& sid)
+{
+    return *GetSidSubAuthorityCount(sid.get()) == SECURITY_SERVICE_ID_RID_COUNT &&
+           *GetSidSubAuthority(sid.get(), 0) == SECURITY_SERVICE_ID_BASE_RID;
+}
+
 std::wstring textOf(const identity::Sid& sid)
 {
     return sid ? sid.text() : L"unknown";
@@ -185,7 +193,8 @@ Known PipeServerFacts::runsAs(const identity::Sid& account)
     if (!token_)
         return isConfiguredFor(account);
     try {
-        return known(identity::userOf(token_.get()) == account || identity::hasGroup(token_.get(), account));
+        return known(identity::userOf(token_.get()) == account ||
+                     (isServiceIdentifier(account) && identity::hasGroup(token_.get(), account)));
     } catch (const vosexception& failure) {
         note(failure.code());
         return Known::unknown;

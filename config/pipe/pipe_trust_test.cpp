@@ -33,6 +33,11 @@ struct Row
     std::optional<Sids> creators = Sids{"SY", "BA", trustedInstaller};
 };
 
+void PrintTo(const Row& row, std::ostream* out)
+{
+    *out << row.name;
+}
+
 /// Facts of a row; counts the questions about services.
 struct RowFacts : Con::IPipeServerFacts
 {
@@ -72,7 +77,7 @@ class PipeTrustTable : public testing::TestWithParam<Row>
 {
 };
 
-constexpr DWORD own = 0x10, shared = 0x20, perUser = 0x50, perUserInstance = 0xd0;
+constexpr DWORD own = 0x10, shared = 0x20, perUser = 0x50, perUserInstance = 0x90; // one bit each
 constexpr Known yes = Known::yes, no = Known::no, unknown = Known::unknown;
 constexpr PipeTrust trusted = PipeTrust::trusted, refused = PipeTrust::refused, ifConfirmed = PipeTrust::ifConfirmed;
 

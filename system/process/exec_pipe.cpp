@@ -32,17 +32,16 @@ UniqueFile ExecPipe::create(Direction direction)
 
 std::size_t ExecPipe::read(void* buffer, std::size_t size, unsigned)
 {
-    while (pipe_.beginRead(buffer, size)) {
+    // Before each read: a child that goes on writing must not extend the time.
+    while (!isOver() && pipe_.beginRead(buffer, size)) {
         // No time-out while the process runs: the utilities decide themselves how long they take.
         const std::size_t bytes = completeOrEnd(INFINITE);
         if (bytes > 0)
             return bytes;
         if (pipe_.isFinished())
             return 0;
-        cutOff_ = isOver();
-        if (cutOff_)
-            return 0;
     }
+    cutOff_ = isOver() && !pipe_.isFinished();
     return 0;
 }
 
@@ -73,7 +72,7 @@ std::size_t ExecPipe::completeOrEnd(DWORD timeoutMilliseconds)
 {
     constexpr DWORD silenceAfterEnd = 500;
     if (pipe_.hasEnded()) // saves the wait while the child writes faster than this process reads
-        return isOver() ? 0 : pipe_.complete(0);
+        return pipe_.complete(0);
     const HANDLE either[] = {pipe_.completion(), process_};
     const DWORD signalled = WaitForMultipleObjects(process_ ? 2 : 1, either, FALSE, timeoutMilliseconds);
     if (signalled == WAIT_FAILED) {

@@ -139,13 +139,6 @@ bool vexecutil::waitForExit(DWORD timeoutMilliseconds) const
     }
 }
 
-void vexecutil::terminate() const noexcept
-{
-    constexpr DWORD patience = 5000;
-    if (process && TerminateProcess(process.get(), 1))
-        WaitForSingleObject(process.get(), patience);
-}
-
 std::uint32_t vexecutil::exitCode() const
 {
     DWORD code = 0;

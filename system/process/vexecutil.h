@@ -37,9 +37,6 @@ public:
     /// @throws vosexception "Lock object"
     bool waitForExit(DWORD timeoutMilliseconds) const;
 
-    /// Ends the child if it still runs. For children without work to lose; panel utilities are never ended.
-    void terminate() const noexcept;
-
     /// The exit code; 259 while the child runs. @throws vosexception "GetExitCodeProcess"
     std::uint32_t exitCode() const;
 };
