@@ -3,6 +3,7 @@
 #include "config/product_config.h"
 #include "logging/settings/execute_context.h"
 #include "logging/sink/log_file.h"
+#include "logging/sink/log_lock.h"
 #include "logging/sink/standard_output.h"
 #include "runtime/text/code_page.h"
 
@@ -106,6 +107,10 @@ void LogManager::dispatch(LogLevel level, const std::wstring& message, const vex
     if (isOn(settings_->console, level))
         writeToStandardOutput(message);
     callHandlers(settings_->handlers, level, message, failure);
+    // Last, and each name once: this record needs the same mutexes.
+    const std::wstring mutex = LogLock::takeGivenUp();
+    if (!mutex.empty())
+        log(LogLevel::Warning, L"Another account keeps the mutex '%s'. Records are written without it", mutex.c_str());
 }
 
 void LogManager::writeToStandardOutput(const std::wstring& message)

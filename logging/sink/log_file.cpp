@@ -2,12 +2,12 @@
 
 #include "config/product_config.h"
 #include "config/registry.h"
+#include "logging/sink/log_lock.h"
 #include "runtime/failure/vosexception.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "runtime/vdatetime.h"
 
-#include <mutex>
 #include <utility>
 
 namespace {
@@ -61,7 +61,7 @@ void LogFile::write(const std::wstring& text)
 {
     if (!mutex_)
         return;
-    const std::lock_guard lock(*mutex_);
+    const LogLock lock(*mutex_);
     // Take the time with the mutex held, so that the lines are in the order of their time stamps.
     const std::wstring file = L"kelvolog_" + name_ + VDateTime::local().compactDate() + L".log";
     append(path::combine(directory_, file), VDateTime::local().timeStamp() + L" " +
