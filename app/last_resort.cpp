@@ -3,6 +3,7 @@
 #include "logging/crash/crash_dump_info.h"
 #include "logging/log_manager.h"
 #include "runtime/fault/memory_reserve.h"
+#include "runtime/text/format.h"
 
 #include <windows.h>
 
@@ -21,13 +22,28 @@ CrashDumpInfo crashDumpInfo;
     }
 }
 
-/// The C and C++ runtimes abort when a system call that they need fails, mainly before the entry point. Neither they
-/// nor the log can be used then.
-[[noreturn]] void endAfterAbort(int)
+/// Ends the process without the log and the run times.
+[[noreturn]] void endWithLine()
 {
     constexpr char text[] = "Unexpected end of the program\r\n";
     DWORD written = 0;
     WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text, sizeof text - 1, &written, nullptr);
+    endProcess();
+}
+
+/// The C and C++ runtimes abort when a system call that they need fails, mainly before the entry point. Neither they
+/// nor the log can be used then.
+[[noreturn]] void endAfterAbort(int)
+{
+    endWithLine();
+}
+
+/// Writes the last record; while the log cannot be used, a line to standard output. Ends the process.
+[[noreturn]] void end(const std::wstring& cause)
+{
+    if (!LogManager::isUsable())
+        endWithLine();
+    LogManager::log(LogLevel::Crash, L"Unexpected end of the program%s", cause.c_str());
     endProcess();
 }
 
@@ -49,8 +65,7 @@ void disarm() noexcept
 [[noreturn]] void endAfterTerminate()
 {
     disarm();
-    LogManager::log(LogLevel::Crash, L"Unexpected end of the program");
-    endProcess();
+    end(L"");
 }
 
 /// The system calls this for an unhandled fault, before it shows its dialog.
@@ -58,9 +73,7 @@ LONG CALLBACK endAfterFault(EXCEPTION_POINTERS* pointers)
 {
     disarm();
     CrashDumpInfo::dumpUnhandled(pointers);
-    LogManager::log(LogLevel::Crash, L"Unexpected end of the program: C structured exception: 0x%lx",
-        pointers->ExceptionRecord->ExceptionCode);
-    endProcess();
+    end(formatString(L": C structured exception: 0x%lx", pointers->ExceptionRecord->ExceptionCode));
 }
 
 } // namespace

@@ -62,22 +62,31 @@ void attempt(Sink sink) noexcept
 
 LogManager::LogManager()
 {
-    bool created = false;
-    settings_ = &ExecuteContext::settings(created);
-    if (created)
-        setDefaults(*settings_);
+    state_ = State::starting;
+    try {
+        bool created = false;
+        settings_ = &ExecuteContext::settings(created);
+        if (created)
+            setDefaults(*settings_);
+    } catch (...) {
+        state_ = State::unused; // the next record tries again
+        throw;
+    }
+    state_ = State::ready;
 }
 
 LogManager::~LogManager()
 {
-    ended_ = true;
+    state_ = State::ended;
 }
 
 LogManager& LogManager::instance()
 {
+    // A fault in the constructor, or in a static destructor that runs later. Within the constructor the line below would
+    // wait for its own end.
+    if (!isUsable())
+        throw vexception(L"The log is not usable", {"LogManager::instance"});
     static LogManager manager;
-    if (ended_) // a fault in a later static destructor
-        throw vexception(L"The log has ended", {"LogManager::instance"});
     return manager;
 }
 

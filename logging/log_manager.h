@@ -62,6 +62,9 @@ public:
     /// Sets both switches of every level to their defaults.
     static void resetSettings();
 
+    /// Whether records can be written: not while the log is being created, nor after its end.
+    static bool isUsable() noexcept { return state_ == State::unused || state_ == State::ready; }
+
     /// Whether all records for standard output have been written so far.
     static bool isStandardOutputIntact() noexcept;
 
@@ -69,6 +72,7 @@ private:
     LogManager();
     ~LogManager();
 
+    /// @throws vexception while the log is not usable
     static LogManager& instance();
 
     /// Marks standard output as incomplete if a record that could not be formatted was meant for it.
@@ -83,5 +87,12 @@ private:
     LogSettings* settings_; // weak: owned by the shared context
     bool standardOutputIntact_ = true;
 
-    inline static bool ended_ = false;
+    enum class State
+    {
+        unused,
+        starting,
+        ready,
+        ended
+    };
+    inline static State state_ = State::unused;
 };

@@ -86,6 +86,9 @@ struct Application : vconsoleapp
     }
 };
 
+// The pointer in which the log finds its settings.
+extern "C" void* m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22;
+
 struct LaterThanTheLog
 {
     ~LaterThanTheLog() { zero = fault == L"end" ? *badAddress : 0; }
@@ -97,6 +100,10 @@ int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
     fault = argv[1];
+    if (fault == L"first") {
+        m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22 = badAddress;
+        LogManager::log(LogLevel::Info, L"the log is created");
+    }
     if (fault == L"outside")
         *badAddress = 1;
     Application application;
