@@ -24,6 +24,11 @@ int overflowStack(int depth)
     return overflowStack(depth + 1) + frame[0];
 }
 
+[[noreturn]] void fail()
+{
+    throw vexception(L"failed", {"fail", 7});
+}
+
 struct FaultingHandler : ILogHandler
 {
     void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
@@ -64,6 +69,12 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
                 *badAddress = 1;
             } catch (const std::bad_alloc&) {
             }
+        }},
+    {L"noexcept", []() noexcept { fail(); }},
+    {L"thread", // not started by the program's own frames
+        [] {
+            const auto start = [](void*) -> DWORD { fail(); };
+            WaitForSingleObject(CreateThread(nullptr, 0, start, nullptr, 0, nullptr), INFINITE);
         }},
     {L"logging", [] {
          FaultingHandler handler;

@@ -36,7 +36,8 @@ TEST_F(Faults, DumpsAndReportsEveryFault)
         {L"software", "C structured exception: 0xe0000001\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
         {L"warning", "C structured exception: 0x80000001\r\n   at (", 1, 1},
         {L"foreign", "C structured exception: 0xe06d7363\r\n   at (", 1, 1}, {L"logging", "logged", 0, 1},
-        {L"closed", end, 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"first", end + "\r\n", 1, 0}, {L"end", end + "\r\n", 1, 0}};
+        {L"noexcept", end + ": failed\r\n   at (fail line 7)\r\n", 1, 0},
+        {L"thread", end + ": failed\r\n   at (fail line 7)\r\n", 1, 0}, {L"closed", end + ": " + fault + "05", 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"first", end + "\r\n", 1, 0}, {L"end", end + "\r\n", 1, 0}};
     for (const auto& [word, output, exitCode, dumps] : rows) {
         const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
         EXPECT_EQ(exitCode, result.exitCode) << word;
@@ -47,6 +48,16 @@ TEST_F(Faults, DumpsAndReportsEveryFault)
             ++records;
         EXPECT_EQ(dumps, records) << word;
     }
+}
+
+TEST_F(Faults, PruneOldDumpsInTheLastResort)
+{
+    const std::wstring older = root.path() + L"\\admin\\older.dmp";
+    setConfig(L"CrashDumpsLocation", root.path() + L"\\admin");
+    setConfig(L"CrashDumpsMaxCount", 0);
+    std::ofstream(older.c_str()) << "x";
+    EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), L"noexcept").exitCode);
+    EXPECT_FALSE(path::isFile(older));
 }
 
 TEST_F(Faults, LoadsNoDllFromItsOwnDirectory)

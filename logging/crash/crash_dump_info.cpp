@@ -45,11 +45,16 @@ CrashDumpInfo::CrashDumpInfo() noexcept
 
 CrashDumpInfo::~CrashDumpInfo()
 {
-    structured_exception::setObserver(nullptr);
     heapCorruptionHandler_.reset();
+    prune();
     current = nullptr;
-    if (enabled_)
-        pruneCrashDumps(location_, maxCount_);
+}
+
+void CrashDumpInfo::prune() noexcept
+{
+    structured_exception::setObserver(nullptr);
+    if (current && current->enabled_)
+        pruneCrashDumps(current->location_, current->maxCount_);
 }
 
 void CrashDumpInfo::readSettings()
