@@ -35,7 +35,7 @@ void writeToFile(LogLevel level, const std::wstring& message)
 void callHandlers(
     const LogHandlerList& handlers, LogLevel level, const std::wstring& message, const vexception* failure)
 {
-    for (const LogHandlerNode* node = handlers.first; node;) {
+    for (const LogHandlerNode* node = handlers.sentinel->next; node != handlers.sentinel;) {
         ILogHandler* const handler = node->handler;
         node = node->next; // before the call: the handler may remove itself
         try {
