@@ -8,6 +8,7 @@
 #include "runtime/text/code_page.h"
 
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -99,6 +100,14 @@ void LogManager::log(LogLevel level, const vexception& failure) noexcept
     }
 }
 
+void LogManager::logLater(const vexception& failure) noexcept
+{
+    attempt([&] {
+        std::wstring& later = instance().later_;
+        later += (later.empty() ? L"" : L"\n") + failure.fullText();
+    });
+}
+
 void LogManager::noteLost(LogLevel level) noexcept
 {
     attempt([&] {
@@ -109,6 +118,8 @@ void LogManager::noteLost(LogLevel level) noexcept
 
 void LogManager::dispatch(LogLevel level, const std::wstring& message, const vexception* failure, bool always)
 {
+    if (!later_.empty())
+        dispatch(LogLevel::Error, std::exchange(later_, {}), nullptr);
     if (isDebug() || isSevere(level))
         attempt([&] { writeToFile(level, message); });
     if (always || isOn(settings_->eventLog, level))

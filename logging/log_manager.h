@@ -41,6 +41,10 @@ public:
     /// Logs the exception's full text; handlers get the exception itself.
     static void log(LogLevel level, const vexception& failure) noexcept;
 
+    /// Keeps an Error until the next record and logs it before that one, as text: sinks and handlers do more than a
+    /// handler of faults may.
+    static void logLater(const vexception& failure) noexcept;
+
     /// Appends a handler, which is not owned. @throws std::bad_alloc
     static void addHandler(ILogHandler* handler);
     /// Removes every registration of the handler.
@@ -84,6 +88,7 @@ private:
     void writeToStandardOutput(const std::wstring& message);
 
     EventLog eventLog_;
+    std::wstring later_; // the texts of logLater()
     LogSettings* settings_; // weak: owned by the shared context
     bool standardOutputIntact_ = true;
 

@@ -34,6 +34,21 @@ struct FaultingHandler : ILogHandler
     void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
 };
 
+struct UnwoundFrame
+{
+    ~UnwoundFrame() { isUnwound = true; }
+    inline static bool isUnwound = false;
+};
+
+struct LateHandler : ILogHandler
+{
+    void log(LogLevel level, const std::wstring&) override
+    {
+        if (level == LogLevel::Error && !UnwoundFrame::isUnwound) // called inside the fault
+            TerminateProcess(GetCurrentProcess(), 9);
+    }
+} lateHandler;
+
 const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
     {L"null", [] { reinterpret_cast<void (*)()>(static_cast<ULONG_PTR>(zero))(); }},
     {L"handled", // handled by the system
@@ -51,6 +66,12 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
     {L"dll", [] { zero = LoadLibraryW(L"mendkit_beside.dll") ? *badAddress : 0; }}, // a fault if it is found
     {L"stack", [] { zero = overflowStack(0); }},
     {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
+    {L"later",
+        [] {
+            LogManager::addHandler(&lateHandler);
+            const UnwoundFrame frame;
+            *badAddress = 1;
+        }},
     {L"software", [] { RaiseException(0xe0000001, 0, 0, nullptr); }},
     {L"warning", [] { RaiseException(0x80000001, 0, 0, nullptr); }},
     {L"foreign",

@@ -31,7 +31,7 @@ TEST_F(Faults, DumpsAndReportsEveryFault)
     } rows[] = {{L"none", "", 0, 0}, {L"handled", "", 0, 0}, {L"null", fault + "05", 1, 1},
         {L"callback", fault + "05", 1, 1},
         {L"write", fault + "05\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
-        {L"system", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
+        {L"system", fault + "05", 1, 1}, {L"later", fault + "05", 1, 1}, {L"division", fault + "94", 1, 1}, {L"instruction", fault + "1d", 1, 1},
         {L"twice", fault + "fd", 1, 2}, {L"heap", "C structured exception: 0xc0000374\r\n", 1, 1},
         {L"software", "C structured exception: 0xe0000001\r\n   at (KelvoRepair::Adapter::getServiceStatus", 1, 1},
         {L"warning", "C structured exception: 0x80000001\r\n   at (", 1, 1},
@@ -48,6 +48,12 @@ TEST_F(Faults, DumpsAndReportsEveryFault)
             ++records;
         EXPECT_EQ(dumps, records) << word;
     }
+
+    const std::wstring location = root.path() + L"\\" + std::wstring(240, L'd');
+    setConfig(L"CrashDumpsLocation", location);
+    const std::string output = runChild(builtProgram(L"test\\fault_program.exe"), L"write").output;
+    EXPECT_NE(std::string::npos, output.find("\\ddd")) << output;
+    EXPECT_NE(std::string::npos, output.find("d' is longer than 260 characters\r\n   at (CrashDumpInfo::dump ")) << output;
 }
 
 TEST_F(Faults, PruneOldDumpsInTheLastResort)
