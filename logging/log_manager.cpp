@@ -130,7 +130,7 @@ void LogManager::dispatch(LogLevel level, const std::wstring& message, const vex
     // Last, and each name once: this record needs the same mutexes.
     const std::wstring mutex = LogLock::takeGivenUp();
     if (!mutex.empty())
-        log(LogLevel::Warning, L"Another account keeps the mutex '%s'. Records are written without it", mutex.c_str());
+        logForAdministrators(L"Another account keeps the mutex '%s'. Records are written without it", mutex.c_str());
 }
 
 void LogManager::writeToStandardOutput(const std::wstring& message)
