@@ -2,12 +2,17 @@
 
 #include "logging/crash/crash_dump_info.h"
 #include "logging/log_manager.h"
+#include "runtime/fault/cwrpexception.h"
+#include "runtime/fault/fault_in_flight.h"
 #include "runtime/fault/memory_reserve.h"
+#include "runtime/operation/catch_ladder.h"
 
 #include <windows.h>
 
 #include <csignal>
+#include <cwchar>
 #include <exception>
+#include <iterator>
 
 namespace {
 
@@ -21,13 +26,19 @@ CrashDumpInfo crashDumpInfo;
     }
 }
 
-/// The C and C++ runtimes abort when a system call that they need fails, mainly before the entry point. Neither they
-/// nor the log can be used then.
-[[noreturn]] void endAfterAbort(int)
+/// Replaces the last record when the log cannot be used. Needs neither the heap nor the run times.
+void writeLine()
 {
     constexpr char text[] = "Unexpected end of the program\r\n";
     DWORD written = 0;
     WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text, sizeof text - 1, &written, nullptr);
+}
+
+/// The C and C++ runtimes abort when a system call that they need fails, mainly before the entry point. Neither they
+/// nor the log can be used then.
+[[noreturn]] void endAfterAbort(int)
+{
+    writeLine();
     endProcess();
 }
 
@@ -46,21 +57,48 @@ void disarm() noexcept
     SetUnhandledExceptionFilter([](EXCEPTION_POINTERS*) -> LONG { endProcess(); });
 }
 
+/// Writes the last record, prunes old dumps, ends the process.
+[[noreturn]] void end(const wchar_t* separator, const wchar_t* cause)
+{
+    if (LogManager::isUsable())
+        LogManager::log(LogLevel::Crash, L"Unexpected end of the program%s%s", separator, cause);
+    else
+        writeLine();
+    CrashDumpInfo::prune(); // last: the heap may be corrupt
+    endProcess();
+}
+
 [[noreturn]] void endAfterTerminate()
 {
     disarm();
-    LogManager::log(LogLevel::Crash, L"Unexpected end of the program");
-    endProcess();
+    try {
+        // GCC before 14 calls std::terminate without a current exception where a function with a catch may not throw.
+        if (const auto* fault = static_cast<const cwrpexception*>(structured_exception::faultInFlight.object))
+            end(L": ", fault->text().c_str());
+        if (!std::current_exception())
+            end(L"", L"");
+        Span span(RaiseSite("endAfterTerminate"));
+        rethrowAsVexception(span, {"endAfterTerminate"}, L"");
+    } catch (const vexception& failure) {
+        end(L": ", failure.fullText().c_str());
+    } catch (...) { // no memory
+        end(L"", L"");
+    }
 }
 
 /// The system calls this for an unhandled fault, before it shows its dialog.
 LONG CALLBACK endAfterFault(EXCEPTION_POINTERS* pointers)
 {
+    constexpr DWORD gccThrow = 0x20474343;
+    // A C++ exception without a handler. GCC's runtime expects to be continued and calls std::terminate.
+    if (pointers->ExceptionRecord->ExceptionCode == gccThrow &&
+        !(pointers->ExceptionRecord->ExceptionFlags & EXCEPTION_NONCONTINUABLE))
+        return EXCEPTION_CONTINUE_EXECUTION;
     disarm();
     CrashDumpInfo::dumpUnhandled(pointers);
-    LogManager::log(LogLevel::Crash, L"Unexpected end of the program: C structured exception: 0x%lx",
-        pointers->ExceptionRecord->ExceptionCode);
-    endProcess();
+    wchar_t code[12] = L"";
+    _snwprintf(code, std::size(code) - 1, L"%lx", pointers->ExceptionRecord->ExceptionCode);
+    end(L": C structured exception: 0x", code);
 }
 
 } // namespace

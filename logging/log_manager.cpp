@@ -3,10 +3,12 @@
 #include "config/product_config.h"
 #include "logging/settings/execute_context.h"
 #include "logging/sink/log_file.h"
+#include "logging/sink/log_lock.h"
 #include "logging/sink/standard_output.h"
 #include "runtime/text/code_page.h"
 
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -34,7 +36,7 @@ void writeToFile(LogLevel level, const std::wstring& message)
 void callHandlers(
     const LogHandlerList& handlers, LogLevel level, const std::wstring& message, const vexception* failure)
 {
-    for (const LogHandlerNode* node = handlers.first; node;) {
+    for (const LogHandlerNode* node = handlers.sentinel->next; node != handlers.sentinel;) {
         ILogHandler* const handler = node->handler;
         node = node->next; // before the call: the handler may remove itself
         try {
@@ -61,22 +63,31 @@ void attempt(Sink sink) noexcept
 
 LogManager::LogManager()
 {
-    bool created = false;
-    settings_ = &ExecuteContext::settings(created);
-    if (created)
-        setDefaults(*settings_);
+    state_ = State::starting;
+    try {
+        bool created = false;
+        settings_ = &ExecuteContext::settings(created);
+        if (created)
+            setDefaults(*settings_);
+    } catch (...) {
+        state_ = State::unused; // the next record tries again
+        throw;
+    }
+    state_ = State::ready;
 }
 
 LogManager::~LogManager()
 {
-    ended_ = true;
+    state_ = State::ended;
 }
 
 LogManager& LogManager::instance()
 {
+    // A fault in the constructor, or in a static destructor that runs later. Within the constructor the line below would
+    // wait for its own end.
+    if (!isUsable())
+        throw vexception(L"The log is not usable", {"LogManager::instance"});
     static LogManager manager;
-    if (ended_) // a fault in a later static destructor
-        throw vexception(L"The log has ended", {"LogManager::instance"});
     return manager;
 }
 
@@ -89,6 +100,14 @@ void LogManager::log(LogLevel level, const vexception& failure) noexcept
     }
 }
 
+void LogManager::logLater(const vexception& failure) noexcept
+{
+    attempt([&] {
+        std::wstring& later = instance().later_;
+        later += (later.empty() ? L"" : L"\n") + failure.fullText();
+    });
+}
+
 void LogManager::noteLost(LogLevel level) noexcept
 {
     attempt([&] {
@@ -99,6 +118,8 @@ void LogManager::noteLost(LogLevel level) noexcept
 
 void LogManager::dispatch(LogLevel level, const std::wstring& message, const vexception* failure, bool always)
 {
+    if (!later_.empty())
+        dispatch(LogLevel::Error, std::exchange(later_, {}), nullptr);
     if (isDebug() || isSevere(level))
         attempt([&] { writeToFile(level, message); });
     if (always || isOn(settings_->eventLog, level))
@@ -106,6 +127,10 @@ void LogManager::dispatch(LogLevel level, const std::wstring& message, const vex
     if (isOn(settings_->console, level))
         writeToStandardOutput(message);
     callHandlers(settings_->handlers, level, message, failure);
+    // Last, and each name once: this record needs the same mutexes.
+    const std::wstring mutex = LogLock::takeGivenUp();
+    if (!mutex.empty())
+        logForAdministrators(L"Another account keeps the mutex '%s'. Records are written without it", mutex.c_str());
 }
 
 void LogManager::writeToStandardOutput(const std::wstring& message)

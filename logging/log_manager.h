@@ -41,6 +41,10 @@ public:
     /// Logs the exception's full text; handlers get the exception itself.
     static void log(LogLevel level, const vexception& failure) noexcept;
 
+    /// Keeps an Error until the next record and logs it before that one, as text: sinks and handlers do more than a
+    /// handler of faults may.
+    static void logLater(const vexception& failure) noexcept;
+
     /// Appends a handler, which is not owned. @throws std::bad_alloc
     static void addHandler(ILogHandler* handler);
     /// Removes every registration of the handler.
@@ -62,6 +66,9 @@ public:
     /// Sets both switches of every level to their defaults.
     static void resetSettings();
 
+    /// Whether records can be written: not while the log is being created, nor after its end.
+    static bool isUsable() noexcept { return state_ == State::unused || state_ == State::ready; }
+
     /// Whether all records for standard output have been written so far.
     static bool isStandardOutputIntact() noexcept;
 
@@ -69,6 +76,7 @@ private:
     LogManager();
     ~LogManager();
 
+    /// @throws vexception while the log is not usable
     static LogManager& instance();
 
     /// Marks standard output as incomplete if a record that could not be formatted was meant for it.
@@ -80,8 +88,16 @@ private:
     void writeToStandardOutput(const std::wstring& message);
 
     EventLog eventLog_;
+    std::wstring later_; // the texts of logLater()
     LogSettings* settings_; // weak: owned by the shared context
     bool standardOutputIntact_ = true;
 
-    inline static bool ended_ = false;
+    enum class State
+    {
+        unused,
+        starting,
+        ready,
+        ended
+    };
+    inline static State state_ = State::unused;
 };

@@ -89,16 +89,18 @@ bool DefaultSystemHelper::fileExists(const std::wstring& path)
 
 std::string DefaultSystemHelper::readFile(const std::wstring& path)
 {
-    constexpr DWORD longest = 1 << 20;
-    std::string bytes(longest, '\0');
+    constexpr DWORD part = 1 << 16;
+    std::string bytes;
     const UniqueFile file(
         CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD count = 0;
-    if (!file || !ReadFile(file.get(), bytes.data(), longest, &count, nullptr)) {
-        throwLastError({L"ReadFile '", path, L"'"}, {"SendErrorReport::DefaultSystemHelper::readFile"});
+    for (DWORD count = 1; count > 0;) {
+        const std::size_t size = bytes.size();
+        bytes.resize(size + part);
+        if (!file || !ReadFile(file.get(), bytes.data() + size, part, &count, nullptr))
+            throwLastError({L"ReadFile '", path, L"'"}, {"SendErrorReport::DefaultSystemHelper::readFile"});
+        bytes.resize(size + count);
     }
-    bytes.resize(count);
     return bytes;
 }
 

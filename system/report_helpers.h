@@ -38,7 +38,7 @@ public:
     /// @throws VFileNotFoundException when the executable is missing
     std::shared_ptr<IProcessHelper> createProcess(const std::wstring& commandLine) override;
     bool fileExists(const std::wstring& path) override;
-    /// The file's first MiB at most. @throws vosexception
+    /// The whole file's bytes. @throws vosexception; std::bad_alloc
     std::string readFile(const std::wstring& path) override;
     VDateTime getLocalTime() override;
 };

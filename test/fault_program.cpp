@@ -24,10 +24,30 @@ int overflowStack(int depth)
     return overflowStack(depth + 1) + frame[0];
 }
 
+[[noreturn]] void fail()
+{
+    throw vexception(L"failed", {"fail", 7});
+}
+
 struct FaultingHandler : ILogHandler
 {
     void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
 };
+
+struct UnwoundFrame
+{
+    ~UnwoundFrame() { isUnwound = true; }
+    inline static bool isUnwound = false;
+};
+
+struct LateHandler : ILogHandler
+{
+    void log(LogLevel level, const std::wstring&) override
+    {
+        if (level == LogLevel::Error && !UnwoundFrame::isUnwound) // called inside the fault
+            TerminateProcess(GetCurrentProcess(), 9);
+    }
+} lateHandler;
 
 const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"write", [] { *badAddress = 1; }},
     {L"null", [] { reinterpret_cast<void (*)()>(static_cast<ULONG_PTR>(zero))(); }},
@@ -46,6 +66,12 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
     {L"dll", [] { zero = LoadLibraryW(L"mendkit_beside.dll") ? *badAddress : 0; }}, // a fault if it is found
     {L"stack", [] { zero = overflowStack(0); }},
     {L"heap", [] { RaiseException(0xc0000374, EXCEPTION_NONCONTINUABLE, 0, nullptr); }},
+    {L"later",
+        [] {
+            LogManager::addHandler(&lateHandler);
+            const UnwoundFrame frame;
+            *badAddress = 1;
+        }},
     {L"software", [] { RaiseException(0xe0000001, 0, 0, nullptr); }},
     {L"warning", [] { RaiseException(0x80000001, 0, 0, nullptr); }},
     {L"foreign",
@@ -64,6 +90,12 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
                 *badAddress = 1;
             } catch (const std::bad_alloc&) {
             }
+        }},
+    {L"noexcept", []() noexcept { fail(); }},
+    {L"thread", // not started by the program's own frames
+        [] {
+            const auto start = [](void*) -> DWORD { fail(); };
+            WaitForSingleObject(CreateThread(nullptr, 0, start, nullptr, 0, nullptr), INFINITE);
         }},
     {L"logging", [] {
          FaultingHandler handler;
@@ -86,6 +118,9 @@ struct Application : vconsoleapp
     }
 };
 
+// The pointer in which the log finds its settings.
+extern "C" void* m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22;
+
 struct LaterThanTheLog
 {
     ~LaterThanTheLog() { zero = fault == L"end" ? *badAddress : 0; }
@@ -97,6 +132,10 @@ int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
     fault = argv[1];
+    if (fault == L"first") {
+        m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22 = badAddress;
+        LogManager::log(LogLevel::Info, L"the log is created");
+    }
     if (fault == L"outside")
         *badAddress = 1;
     Application application;

@@ -242,11 +242,14 @@ TEST_F(FixedTexts, OfCrashDumps)
     EXCEPTION_POINTERS pointers{&record, &context};
     const std::wstring file = root.path() + L"\\x.dmp";
     internalDumpMiniDump(file, &pointers, MiniDumpNormal);
+    LogManager::log(LogLevel::Info, L"next");
+    ASSERT_EQ(2u, records.records.size());
+    const std::wstring failure = records.records.front().message;
     EXPECT_TRUE(fits(
-        lastRecord(), L"~ (Error code 112) at Unable to generate dump file\n   at (internalDumpMiniDump line 740)"
+        failure, L"~ (Error code 112) at Unable to generate dump file\n   at (internalDumpMiniDump line 740)"
                       L"\n   at (internalDumpMiniDump line #) Unable to call internalDumpMiniDump(" +
                           file + L")"))
-        << testing::PrintToString(lastRecord());
+        << testing::PrintToString(failure);
 }
 
 TEST_F(FixedTexts, OfTheEventLog)

@@ -8,6 +8,8 @@
 #include "test/text_pattern.h"
 #include "test/usage.h"
 
+#include <sddl.h>
+
 #include <algorithm>
 #include <fstream>
 #include <thread>
@@ -128,6 +130,40 @@ TEST_F(Program, LogsStartResultAndEndOfACommand)
             L"command: '--get-service-status'\n   at (vconsoleapp::run line 117) Unable to execute command: " +
             line + L" --db-password=*'\r\n"))
         << testing::PrintToString(log);
+}
+
+TEST_F(Program, GoesOnWithoutTheMutexesThatAStrangerKeeps)
+{
+    setConfig(L"Debug", 1);
+    SECURITY_ATTRIBUTES others{sizeof others, nullptr, FALSE};
+    ConvertStringSecurityDescriptorToSecurityDescriptorW(
+        L"O:WDD:(A;;0x1f0001;;;WD)", SDDL_REVISION_1, &others.lpSecurityDescriptor, nullptr);
+    const UniqueLocalMemory memory(others.lpSecurityDescriptor);
+    const std::wstring names[] = {L"kelvolog_debug_mutex", L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}"};
+    std::wstring expected;
+    for (const bool isForeign : {false, true}) {
+        UniqueHandle mutexes[2];
+        for (const std::size_t at : {0, 1})
+            mutexes[at].reset(CreateMutexW(isForeign ? &others : nullptr, TRUE, names[at].c_str()));
+        ChildResult result{};
+        const ULONGLONG begun = GetTickCount64();
+        std::thread running([&] { result = run(L"--get-service-status --name=none"); });
+        Sleep(3000);
+        EXPECT_EQ(isForeign, !root.log().empty()) << "a mutex of the own user is waited for without a time-out";
+        if (isForeign)
+            running.join(); // with the mutexes still held
+        for (const UniqueHandle& mutex : mutexes)
+            ReleaseMutex(mutex.get());
+        if (!isForeign)
+            running.join();
+        EXPECT_EQ(0u, result.exitCode);
+        EXPECT_LT(GetTickCount64() - begun, 8'000u) << "each mutex is waited for once";
+        expected += (isForeign ? L"" : L"\xfeff") + stamp + L"Info: Start command~\r\n";
+        for (const std::wstring& name : names)
+            expected += isForeign ? stamp + L"Warning: Another account keeps the mutex '" + name + L"'.~\r\n" : L"";
+        expected += stamp + L"Result:~" + stamp + L"Info: End command~ with code: 0\r\n";
+    }
+    EXPECT_TRUE(fits(root.log(), expected)) << testing::PrintToString(root.log());
 }
 
 TEST_F(Program, ReportsAFailureWithoutWaitingForTheUtility)

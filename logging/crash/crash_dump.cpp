@@ -41,7 +41,7 @@ void internalDumpMiniDump(
             {"internalDumpMiniDump"}, [&] { return L"Unable to call internalDumpMiniDump(" + fileName + L")"; },
             [&](Span&) { writeDump(fileName, exceptionPointers, dumpType); });
     } catch (const vexception& failure) {
-        LogManager::log(LogLevel::Error, failure);
+        LogManager::logLater(failure);
     } catch (...) { // no memory for the record
     }
 }

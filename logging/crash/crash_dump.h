@@ -6,8 +6,8 @@
 
 #include <string>
 
-/// Writes a dump of this process with the calling thread's exception. Removes an incomplete dump. Logs a failure at
-/// Error; never throws.
+/// Writes a dump of this process with the calling thread's exception. Removes an incomplete dump. A failure is
+/// logged at Error before the next record, as this runs inside the fault; never throws.
 /// @param fileName           full path; its directory is not created
 /// @param exceptionPointers  not null
 void internalDumpMiniDump(

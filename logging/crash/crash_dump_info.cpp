@@ -4,6 +4,7 @@
 #include "config/registry.h"
 #include "logging/crash/crash_dump.h"
 #include "logging/crash/crash_dump_pruning.h"
+#include "logging/log_manager.h"
 #include "runtime/failure/vexception.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
@@ -45,11 +46,16 @@ CrashDumpInfo::CrashDumpInfo() noexcept
 
 CrashDumpInfo::~CrashDumpInfo()
 {
-    structured_exception::setObserver(nullptr);
     heapCorruptionHandler_.reset();
+    prune();
     current = nullptr;
-    if (enabled_)
-        pruneCrashDumps(location_, maxCount_);
+}
+
+void CrashDumpInfo::prune() noexcept
+{
+    structured_exception::setObserver(nullptr);
+    if (current && current->enabled_)
+        pruneCrashDumps(current->location_, current->maxCount_);
 }
 
 void CrashDumpInfo::readSettings()
@@ -92,8 +98,15 @@ void CrashDumpInfo::dump(EXCEPTION_POINTERS* pointers) noexcept
     if (!enabled_ || !pointers || dumping.test_and_set())
         return;
     try {
-        internalDumpMiniDump(getFileName(), pointers, wholeMemory);
-    } catch (...) {
+        const std::wstring& name = getFileName();
+        if (name.empty()) {
+            throw vexception(
+                L"The path of a dump in '" + location_ + L"' is longer than 260 characters", {"CrashDumpInfo::dump"});
+        }
+        internalDumpMiniDump(name, pointers, wholeMemory);
+    } catch (const vexception& failure) {
+        LogManager::logLater(failure);
+    } catch (...) { // no memory
     }
     dumping.clear();
 }

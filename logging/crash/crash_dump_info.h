@@ -31,6 +31,10 @@ public:
     /// already dumped.
     static void dumpUnhandled(EXCEPTION_POINTERS* pointers) noexcept;
 
+    /// Prunes old dumps for the process's object, if there is one, before the process is terminated. No fault is
+    /// dumped from then on.
+    static void prune() noexcept;
+
 private:
     void readSettings();
 

@@ -26,11 +26,14 @@ struct Dump
     bool operator<(const Dump& other) const { return std::tie(written, name) < std::tie(other.written, other.name); }
 };
 
-/// FindFirstFile also matches short 8.3 names (of "x.dmpold", for example), so the long name is tested again.
+/// FindFirstFile also matches short 8.3 names (of "x.dmpold", for example), so the long name is tested again. Links are
+/// no dumps. Other reparse points are: a volume with deduplication makes them of large files.
 bool isDump(const WIN32_FIND_DATAW& found)
 {
-    constexpr DWORD others = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    return !(found.dwFileAttributes & others) && path::hasExtension(found.cFileName, L".dmp");
+    const bool isLink =
+        (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) && IsReparseTagNameSurrogate(found.dwReserved0);
+    return !(found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) && !isLink &&
+           path::hasExtension(found.cFileName, L".dmp");
 }
 
 std::vector<Dump> dumpsOf(const std::wstring& location)

@@ -14,6 +14,15 @@ namespace SendErrorReport {
 
 namespace {
 
+/// The text's beginning and end if it has more characters than `longest`: a document of many megabytes takes seconds.
+std::wstring shortened(const std::wstring& text, std::size_t longest)
+{
+    if (text.size() <= longest)
+        return text;
+    const std::size_t half = longest / 2;
+    return text.substr(0, half) + L" [...] " + text.substr(text.size() - half);
+}
+
 /// The first non-empty line. Lines end in CR LF, those of a failure's trail in LF.
 std::wstring firstLine(const std::wstring& message)
 {
@@ -35,15 +44,16 @@ std::wstring trimmed(const std::wstring& text)
 
 std::string LogHandler::buildReport(const std::wstring& message, std::uint32_t hits)
 {
+    constexpr std::size_t longestSummary = 1000, longestText = 250'000;
     Document document;
     const Document::Element error = document.append(nullptr, L"error", L"");
     for (const auto& [name, text] : std::initializer_list<std::pair<const wchar_t*, std::wstring>>{
              {L"source", reportSource()},
              {L"severity", L"error"},
              {L"datetime", systemHelper_->getUtcTimestamp()},
-             {L"summary", firstLine(message)},
+             {L"summary", shortened(firstLine(message), longestSummary)},
              {L"component", component()},
-             {L"message", message},
+             {L"message", shortened(message, longestText)},
              {L"hits", std::to_wstring(hits)},
          })
         document.append(error.get(), name, text);
@@ -53,7 +63,7 @@ std::string LogHandler::buildReport(const std::wstring& message, std::uint32_t h
     document.append(info.get(), L"threadId", formatString(L"%d", systemHelper_->getThreadId()));
     std::wstring ticket;
     if (readUpdateTicket(ticket))
-        document.append(info.get(), L"update_ticket", ticket);
+        document.append(info.get(), L"update_ticket", shortened(ticket, longestText));
     return document.xml();
 }
 

@@ -27,7 +27,9 @@ public:
     /// The argument of the reporting utility.
     virtual std::wstring reportSource() const;
 
-    /// The report, an XML document in UTF-8. @param hits  how often the text was logged since its last report
+    /// The report, an XML document in UTF-8. Of a long message only the beginning and the end are reported: a summary
+    /// has about 1,000 characters at most, message and ticket have 250,000.
+    /// @param hits  how often the text was logged since its last report
     /// @throws vexception, _com_error
     virtual std::string buildReport(const std::wstring& message, std::uint32_t hits);
 

@@ -9,9 +9,9 @@
 #include <cstddef>
 #include <vector>
 
-// Modules built with another compiler rely on these offsets.
+// The other modules of the product have the same offsets.
 static_assert(offsetof(LogSettings, eventLog) == 6 && offsetof(LogSettings, handlers) == 16);
-static_assert(offsetof(LogSettings, consoleUsed) == 40 && offsetof(ExecuteContext, logSettings) == 16);
+static_assert(offsetof(LogSettings, consoleUsed) == 32 && offsetof(ExecuteContext, logSettings) == 16);
 
 // The export name of the pointer in every module of the product.
 #define MENDKIT_CONTEXT_SYMBOL m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22
@@ -57,8 +57,10 @@ void release(ExecuteContext* context) noexcept
     if (InterlockedDecrement64(&context->references) > 0)
         return;
     if (LogSettings* const settings = context->logSettings) {
-        while (settings->handlers.first)
-            settings->handlers.remove(settings->handlers.first->handler);
+        LogHandlerList& handlers = settings->handlers;
+        while (handlers.count > 0)
+            handlers.remove(handlers.sentinel->next->handler);
+        process_heap::destroy(handlers.sentinel);
         process_heap::destroy(settings);
     }
     process_heap::destroy(context->runtimeObject);
@@ -99,6 +101,6 @@ LogSettings& ExecuteContext::settings(bool& created)
     ExecuteContext& context = get();
     created = context.logSettings == nullptr;
     if (created)
-        context.logSettings = process_heap::create<LogSettings>(LogSettings{});
+        context.logSettings = process_heap::create<LogSettings>({{}, {}, LogHandlerList::create(), false});
     return *context.logSettings;
 }

@@ -2,21 +2,27 @@
 
 #include "logging/settings/process_heap.h"
 
+LogHandlerList LogHandlerList::create()
+{
+    auto* const node = process_heap::create<LogHandlerNode>({});
+    node->next = node->previous = node;
+    return {node, 0};
+}
+
 void LogHandlerList::append(ILogHandler* handler)
 {
-    auto* const node = process_heap::create<LogHandlerNode>(LogHandlerNode{nullptr, last, handler});
-    (last ? last->next : first) = node;
-    last = node;
+    auto* const node = process_heap::create<LogHandlerNode>({sentinel, sentinel->previous, handler});
+    sentinel->previous = node->previous->next = node;
     ++count;
 }
 
 void LogHandlerList::remove(const ILogHandler* handler) noexcept
 {
-    for (LogHandlerNode* node = first; node;) {
+    for (LogHandlerNode* node = sentinel->next; node != sentinel;) {
         LogHandlerNode* const next = node->next;
         if (node->handler == handler) {
-            (node->previous ? node->previous->next : first) = next;
-            (next ? next->previous : last) = node->previous;
+            node->previous->next = next;
+            next->previous = node->previous;
             process_heap::destroy(node);
             --count;
         }

@@ -2,12 +2,10 @@
 
 #include "config/product_config.h"
 #include "config/registry.h"
+#include "logging/sink/log_lock.h"
 #include "runtime/failure/vosexception.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
-#include "runtime/vmutex.h"
-
-#include <mutex>
 
 namespace {
 
@@ -20,7 +18,7 @@ const wchar_t sourcesKey[] = L"System\\CurrentControlSet\\Services\\EventLog\\Ke
 HANDLE registerSource(const std::wstring& sourceName)
 {
     VMutex mutex(L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}");
-    const std::lock_guard lock(mutex);
+    const LogLock lock(mutex);
 
     UniqueRegistryKey log;
     if (registry::tryOpen(HKEY_LOCAL_MACHINE, logKey, KEY_QUERY_VALUE, log) == ERROR_FILE_NOT_FOUND) {

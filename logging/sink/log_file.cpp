@@ -2,30 +2,51 @@
 
 #include "config/product_config.h"
 #include "config/registry.h"
+#include "logging/sink/log_lock.h"
 #include "runtime/failure/vosexception.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "runtime/vdatetime.h"
 
-#include <mutex>
 #include <utility>
 
 namespace {
 
 constexpr wchar_t byteOrderMark = 0xfeff;
 
+/// Whether the open file is or may be a link, or has several names: then it may be a file of another directory. Sets
+/// `isReparse` for other reparse points, such as files of volumes with deduplication.
+bool isForeign(HANDLE file, const FILE_STANDARD_INFO& standard, bool& isReparse)
+{
+    FILE_BASIC_INFO basic;
+    FILE_ATTRIBUTE_TAG_INFO tag;
+    if (!GetFileInformationByHandleEx(file, FileBasicInfo, &basic, sizeof basic))
+        return true;
+    isReparse = (basic.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    return standard.NumberOfLinks > 1 ||
+           (isReparse && (!GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag) ||
+                             IsReparseTagNameSurrogate(tag.ReparseTag)));
+}
+
 void append(const std::wstring& path, const std::wstring& line)
 {
+    constexpr DWORD rights = GENERIC_READ | GENERIC_WRITE, sharing = FILE_SHARE_READ | FILE_SHARE_WRITE;
     const auto failed = [&](const wchar_t* call) { throwLastError({call, L" '", path, L"'"}, {"LogFile::write"}); };
-    const UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-        nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    // Follows no link: accounts that may write to the directory could lead the line into any file.
+    UniqueFile file(CreateFileW(path.c_str(), rights, sharing, nullptr, OPEN_ALWAYS,
+        FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
     if (!file)
         failed(L"CreateFile");
-    LARGE_INTEGER end;
-    if (!SetFilePointerEx(file.get(), {}, &end, FILE_END))
-        failed(L"SetFilePointer");
+    FILE_STANDARD_INFO standard;
+    if (!GetFileInformationByHandleEx(file.get(), FileStandardInfo, &standard, sizeof standard))
+        failed(L"GetFileInformationByHandleEx");
+    bool isReparse = false;
+    if (isForeign(file.get(), standard, isReparse))
+        throw vexception(L"The log '" + path + L"' is a link or has several names", {"LogFile::write"});
+    if (isReparse) // opened as itself it would not show its content
+        file.reset(ReOpenFile(file.get(), rights, sharing, 0));
 
-    const std::wstring record = end.QuadPart == 0 ? byteOrderMark + line : line;
+    const std::wstring record = standard.EndOfFile.QuadPart == 0 ? byteOrderMark + line : line;
     // This offset makes WriteFile append. A writer that does not take the mutex can add a line between two others,
     // but cannot split one.
     OVERLAPPED atEnd{};
@@ -61,7 +82,7 @@ void LogFile::write(const std::wstring& text)
 {
     if (!mutex_)
         return;
-    const std::lock_guard lock(*mutex_);
+    const LogLock lock(*mutex_);
     // Take the time with the mutex held, so that the lines are in the order of their time stamps.
     const std::wstring file = L"kelvolog_" + name_ + VDateTime::local().compactDate() + L".log";
     append(path::combine(directory_, file), VDateTime::local().timeStamp() + L" " +
