@@ -2,6 +2,7 @@
 // a gate. The gate counts the calls and lets one of them fail.
 
 #include "test/failing_calls.h"
+#include "test/imports.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -219,22 +220,7 @@ __attribute__((constructor(100))) void patchImports()
     thunks = static_cast<BYTE*>(
         VirtualAlloc(nullptr, std::size(functions) * thunkSize, MEM_COMMIT | MEM_RESERVE, PAGE_EXECUTE_READWRITE));
     realGetProcAddress = GetProcAddress;
-
-    auto* const base = reinterpret_cast<BYTE*>(GetModuleHandleW(nullptr));
-    const auto* const headers =
-        reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-    const IMAGE_DATA_DIRECTORY& imports = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
-    DWORD old = 0;
-    VirtualProtect(base + imports.VirtualAddress, imports.Size, PAGE_READWRITE, &old);
-    for (auto* library = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress); library->Name;
-        ++library) {
-        auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + library->OriginalFirstThunk);
-        auto* addresses = reinterpret_cast<void**>(base + library->FirstThunk);
-        for (; names->u1.AddressOfData; ++names, ++addresses) {
-            const char* const name = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData)->Name;
-            *addresses = guarded(name, *addresses);
-        }
-    }
+    visitImports([](const char* name, void** entry) { setImport(entry, guarded(name, *entry)); });
 }
 
 } // namespace

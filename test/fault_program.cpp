@@ -5,6 +5,7 @@
 #include "logging/log_manager.h"
 #include "repair/adapter.h"
 #include "test/fake_system_helper.h"
+#include "test/imports.h"
 
 #include <functional>
 
@@ -33,6 +34,23 @@ struct FaultingHandler : ILogHandler
 {
     void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
 };
+
+decltype(&GetProcAddress) findFunction = nullptr;
+decltype(&GetTickCount64) trueTime = nullptr;
+
+INT_PTR WINAPI hang()
+{
+    Sleep(INFINITE);
+    return 0;
+}
+FARPROC WINAPI findHangingDump(HMODULE module, const char* name)
+{
+    return std::string_view(name) == "MiniDumpWriteDump" ? hang : findFunction(module, name);
+}
+ULONGLONG WINAPI hastenTime()
+{
+    return trueTime() * 1000;
+}
 
 struct UnwoundFrame
 {
@@ -90,6 +108,18 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
                 *badAddress = 1;
             } catch (const std::bad_alloc&) {
             }
+        }},
+    {L"hanging dump",
+        [] {
+            findFunction = GetProcAddress;
+            trueTime = GetTickCount64;
+            visitImports([](std::string_view name, void** entry) {
+                if (name == "GetProcAddress")
+                    setImport(entry, reinterpret_cast<void*>(findHangingDump));
+                else if (name == "GetTickCount64")
+                    setImport(entry, reinterpret_cast<void*>(hastenTime));
+            });
+            *badAddress = 1;
         }},
     {L"noexcept", []() noexcept { fail(); }},
     {L"thread", // not started by the program's own frames

@@ -1,6 +1,7 @@
 // Faults of whole processes: their records, exit codes and dumps, and where their DLLs come from.
 
 #include "test/program.h"
+#include "test/text_pattern.h"
 
 #include <sddl.h>
 
@@ -64,6 +65,18 @@ TEST_F(Faults, PruneOldDumpsInTheLastResort)
     std::ofstream(older.c_str()) << "x";
     EXPECT_EQ(1u, runChild(builtProgram(L"test\\fault_program.exe"), L"noexcept").exitCode);
     EXPECT_FALSE(path::isFile(older));
+}
+
+TEST_F(Faults, EndsADumpThatHangsAndLeavesNoPartOfIt)
+{
+    const std::wstring dumps = root.path() + L"\\admin\\";
+    setConfig(L"CrashDumpsLocation", dumps);
+    const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), L"\"hanging dump\""); // in hastened time
+    EXPECT_EQ(1u, result.exitCode);
+    EXPECT_TRUE(fits<char>(result.output, "The crash dump was not written in time: 0xc0000005 at 0x~\r\n"))
+        << result.output;
+    WIN32_FIND_DATAW found;
+    EXPECT_EQ(INVALID_HANDLE_VALUE, FindFirstFileW((dumps + L"*.dmp").c_str(), &found));
 }
 
 TEST_F(Faults, LoadsNoDllFromItsOwnDirectory)

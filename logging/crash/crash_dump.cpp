@@ -2,9 +2,12 @@
 
 #include "logging/crash/crash_dump_file.h"
 #include "logging/log_manager.h"
+#include "runtime/deadline.h"
 #include "runtime/failure/vosexception.h"
 #include "runtime/late/late_imports.h"
 #include "runtime/operation/operation.h"
+
+#include <cstdio>
 
 namespace {
 
@@ -15,6 +18,33 @@ DWORD dumpError(DWORD code)
     return FAILED(result) && HRESULT_FACILITY(result) == FACILITY_WIN32 ? HRESULT_CODE(result) : code;
 }
 
+/// Limits a dump: a process that dumps itself can wait for a lock that one of its halted threads holds. Its thread starts
+/// with the program, because one that is started at a fault inside the loader would wait for it.
+class DumpDeadline
+{
+public:
+    void begin(const EXCEPTION_RECORD& fault) noexcept
+    {
+        length_ = _snprintf(line_, sizeof line_, "The crash dump was not written in time: 0x%08lx at 0x%p\r\n",
+            fault.ExceptionCode, fault.ExceptionAddress);
+        deadline_.begin();
+    }
+    void end() noexcept { deadline_.end(); }
+
+private:
+    static void expire(void* context) noexcept
+    {
+        const auto& self = *static_cast<DumpDeadline*>(context);
+        DWORD written = 0;
+        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), self.line_, static_cast<DWORD>(self.length_), &written, nullptr);
+        TerminateProcess(GetCurrentProcess(), 1);
+    }
+
+    char line_[100] = "";
+    int length_ = 0;
+    Deadline deadline_{120'000, expire, this};
+} dumpDeadline;
+
 void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointers, MINIDUMP_TYPE dumpType)
 {
     CrashDumpFile file(fileName);
@@ -22,9 +52,12 @@ void writeDump(const std::wstring& fileName, EXCEPTION_POINTERS* exceptionPointe
     MINIDUMP_EXCEPTION_INFORMATION information{GetCurrentThreadId(), exceptionPointers, TRUE};
     // Loads the dump library now, because loading it at the start would take a tenth of a run's time. This works
     // after a fault inside the loader too: this thread then holds the loader lock, which is recursive.
-    if (!late::MiniDumpWriteDump(
-            GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr)) {
-        const DWORD code = dumpError(GetLastError());
+    dumpDeadline.begin(*exceptionPointers->ExceptionRecord);
+    const BOOL isWritten = late::MiniDumpWriteDump(
+        GetCurrentProcess(), GetCurrentProcessId(), target.get(), dumpType, &information, nullptr, nullptr);
+    const DWORD code = dumpError(GetLastError());
+    dumpDeadline.end();
+    if (!isWritten) {
         // The line is fixed: part of the interface with the panel's log readers; do not correct.
         throwOsError(code, L"Unable to generate dump file", {"internalDumpMiniDump", 740});
     }

@@ -58,17 +58,23 @@ UniqueFile create(const std::wstring& name)
     }
 }
 
+/// By handle: the name may denote another file by now.
+bool markForDeletion(HANDLE file, BOOL isMarked) noexcept
+{
+    FILE_DISPOSITION_INFO disposition{static_cast<BOOLEAN>(isMarked)};
+    return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != FALSE;
+}
+
 } // namespace
 
-CrashDumpFile::CrashDumpFile(const std::wstring& name) : file_(create(name))
+CrashDumpFile::CrashDumpFile(const std::wstring& name) : file_(create(name)), isMarked_(markForDeletion(file_.get(), TRUE))
 {
 }
 
-CrashDumpFile::~CrashDumpFile()
+void CrashDumpFile::keep()
 {
-    FILE_DISPOSITION_INFO gone{TRUE};
-    if (!kept_) // by handle: the name may denote another file by now
-        SetFileInformationByHandle(file_.get(), FileDispositionInfo, &gone, sizeof gone);
+    if (isMarked_ && !markForDeletion(file_.get(), FALSE))
+        throwLastError({L"SetFileInformationByHandle"}, {"internalDumpMiniDump"});
 }
 
 UniqueFile CrashDumpFile::duplicate() const

@@ -5,7 +5,8 @@
 #include <string>
 
 /// The file of a dump, always newly created. Only SYSTEM and Administrators have access, because a dump contains the
-/// secrets that logs mask. Opened with read sharing. The destructor deletes the file unless keep() was called.
+/// secrets that logs mask. Opened with read sharing. Until keep() is called the file is marked for deletion: it goes with
+/// its last handle, also when the process is terminated.
 class CrashDumpFile
 {
 public:
@@ -13,15 +14,15 @@ public:
     explicit CrashDumpFile(const std::wstring& name);
     CrashDumpFile(const CrashDumpFile&) = delete;
     CrashDumpFile& operator=(const CrashDumpFile&) = delete;
-    ~CrashDumpFile();
 
     /// A second handle, owned by the caller. Closing it does not affect this object.
     /// @throws vosexception "DuplicateHandle"
     UniqueFile duplicate() const;
 
-    void keep() noexcept { kept_ = true; }
+    /// @throws vosexception "SetFileInformationByHandle"
+    void keep();
 
 private:
     UniqueFile file_;
-    bool kept_ = false;
+    bool isMarked_;
 };
