@@ -33,7 +33,7 @@ std::wstring volumeOf(const std::wstring& directory)
 
 /// Whether the path of a directory allows emptying it. Refuses roots of volumes and directories that contain the
 /// installation directory or the system's directories. Links and other spellings of a path are found later, when the
-/// directory is open (cleaning::openDirectory).
+/// directory is open (NeededDirectories).
 bool mayBeCleaned(const std::wstring& directory, const std::wstring& root, const std::wstring& windows)
 {
     const std::wstring volume = volumeOf(directory);

@@ -1,5 +1,6 @@
 #include "system/cleaning/machine_cleaning.h"
 
+#include "system/cleaning/machine_directories.h"
 #include "system/cleaning/nt_directory_source.h"
 
 #include <optional>

@@ -1,8 +1,9 @@
+#include "system/cleaning/machine_directories.h"
+
 #include "config/product_config.h"
 #include "runtime/failure/vosexception.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
-#include "system/cleaning/needed_directories.h"
 #include "system/panel/panel_directories.h"
 
 namespace {

@@ -41,8 +41,3 @@ private:
     std::vector<FileId> kept_; // the directories and those that they lie in
     std::vector<Whole> whole_;
 };
-
-/// The directories that this machine, the panel and this program need. The panel's directories are those of the
-/// registry and the installation directory of the service's last answer.
-/// @throws vosexception "GetSystemWindowsDirectory"
-std::vector<NeededDirectories::Needed> neededDirectories();

@@ -1,6 +1,7 @@
 #include "system/cleaning/tree_removal.h"
 
 #include "system/cleaning/directory_walk.h"
+#include "test/replaced_import.h"
 #include "test/scripted_directory_source.h"
 
 #include <gtest/gtest.h>
@@ -55,7 +56,25 @@ const Attack attacks[] = {
     [](Tree&) {}, // no attack
 };
 
+ULONGLONG WINAPI slowTime()
+{
+    static ULONGLONG now = 0;
+    return now += 300;
+}
+
 } // namespace
+
+TEST(RetryBudget, ChargesPausesWithTheTimeThatTheyTook)
+{
+    const ReplacedImport time("GetTickCount64", slowTime);
+    RetryBudget retries(2000);
+    int attempts = 0;
+    const auto attempt = [&] { return ++attempts, DWORD{ERROR_SHARING_VIOLATION}; };
+    retries.repeat(attempt);
+    EXPECT_EQ(8, attempts) << "seven pauses of 300 ms and the rest of the budget";
+    retries.repeat(attempt);
+    EXPECT_EQ(9, attempts) << "nothing is left";
+}
 
 TEST(TreeRemoval, RemovesNothingOutsideWhenTheTreeChangesBetweenSteps)
 {
