@@ -205,7 +205,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(LinkRun, SparesTheDirectoryOfTheProgramBehindALinkButNotTheCurrentOne)
 {
-    const std::wstring program = tree.at(L"program\\mendkit.exe"), inRoot = L"C:\\mendkit_in_root.exe";
+    const std::wstring program = tree.at(L"program\\mendkit.exe"), inRoot = program.substr(0, 3) + L"mendkit_in_root.exe";
     ASSERT_TRUE(
         tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofAdministrators)));
     CopyFileW(builtProgram(L"app\\mendkit.exe").c_str(), program.c_str(), FALSE);
@@ -214,7 +214,7 @@ TEST_F(LinkRun, SparesTheDirectoryOfTheProgramBehindALinkButNotTheCurrentOne)
     EXPECT_TRUE(before == tree.snapshot());
     EXPECT_NE(std::wstring::npos, root.log().find(L"or this program needs"));
 
-    // The directory of a program in a volume's root is "C:\\", while "C:" would be the current directory.
+    // The directory of a program in a volume's root is "X:\\", while "X:" would be the current directory.
     CopyFileW(program.c_str(), inRoot.c_str(), FALSE);
     wchar_t current[MAX_PATH];
     GetCurrentDirectoryW(MAX_PATH, current);
