@@ -44,7 +44,7 @@ bool hasGroup(HANDLE token, const Sid& group);
 /// Whether the token holds the enabled group of administrators. @throws vosexception "GetTokenInformation"
 bool isAdministrator(HANDLE token);
 
-/// Whether the identifier is SYSTEM, the group of administrators or the service TrustedInstaller. @throws vosexception
+/// Whether the identifier is SYSTEM, the group of administrators or TrustedInstaller. @throws vosexception
 bool isSystemAuthority(const Sid& sid);
 
 /// The thread's impersonation token; without one, the process's token. @throws vosexception

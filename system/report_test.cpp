@@ -1,3 +1,5 @@
+#include "logging/crash/crash_dump_info.h"
+#include "logging/log_manager.h"
 #include "logging/report/report_handler.h"
 #include "logging/report/xml_document.h"
 #include "runtime/text/code_page.h"
@@ -73,12 +75,18 @@ protected:
 
 } // namespace
 
-TEST_F(ErrorReport, FindsTheUtilityWhenTheRegistryHasSlashes)
+TEST_F(ErrorReport, FindsItsPlacesWhenTheRegistryHasSlashes)
 {
     std::wstring slashes = root.path();
     std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
     setConfig(L"PRODUCT_ROOT_D", slashes + L"/admin/../");
     EXPECT_EQ(root.path() + L"\\", helper->getProductRoot());
+    setConfig(L"PRODUCT_ROOT_D", L"//?/" + slashes);
+    LogManager::log(LogLevel::Error, L"x");
+    EXPECT_NE(L"", root.log());
+    const std::wstring dump = CrashDumpInfo().getFileName(),
+                       directory = L"\\\\?\\" + root.path() + L"\\etc\\crashdumps\\";
+    EXPECT_EQ(directory, dump.substr(0, directory.size()));
 }
 
 TEST_F(ErrorReport, IsSentForSevereRecordsUnlessSwitchedOff)

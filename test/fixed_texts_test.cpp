@@ -47,8 +47,9 @@ HANDLE WINAPI failToRegister(const wchar_t*, const wchar_t*)
     return nullptr;
 }
 
-BOOL WINAPI failToReport(HANDLE, WORD, WORD, DWORD, PSID, WORD, DWORD, const wchar_t**, void*)
+BOOL WINAPI failToReport(HANDLE, WORD, WORD, DWORD, PSID, WORD, DWORD, const wchar_t** texts, void*)
 {
+    calls.push_back(toNarrow(texts[0], utf8CodePage));
     return FALSE;
 }
 
@@ -266,8 +267,9 @@ TEST_F(FixedTexts, OfTheEventLog)
     calls.clear();
     {
         const ReplacedImport report("ReportEventW", failToReport);
-        log.report(LogLevel::Error, L"x");
-        EXPECT_EQ(std::vector<std::string>{"CloseEventLog"}, calls) << "the call that closes a source that failed";
+        log.report(LogLevel::Error, L"x\0y"s);
+        EXPECT_EQ((std::vector<std::string>{"x\xef\xbf\xbdy", "CloseEventLog"}), calls)
+            << "the whole text, and the call that closes a source that failed";
     }
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM");
     calls.clear();

@@ -10,6 +10,7 @@
 #include "runtime/path.h"
 #include "runtime/vdatetime.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cwchar>
 #include <iterator>
@@ -66,7 +67,9 @@ void CrashDumpInfo::readSettings()
     registry::lookup(key.get(), L"CrashDumpsEnabled", enabled_);
     std::wstring root;
     registry::lookup(key.get(), L"PRODUCT_ROOT_D", root);
-    if (!root.empty()) // not path::combine, which loads a library that most runs do not need
+    // Not path::normalise and path::combine, which load a library that most runs do not need.
+    std::replace(root.begin(), root.end(), L'/', L'\\');
+    if (!root.empty())
         location_ = path::append(root, L"etc\\crashdumps");
     registry::lookup(key.get(), L"CrashDumpsLocation", location_);
     registry::lookup(key.get(), L"CrashDumpsMaxCount", maxCount_);

@@ -7,6 +7,8 @@
 #include "runtime/module.h"
 #include "runtime/path.h"
 
+#include <algorithm>
+
 namespace {
 
 // Two spellings of one key (sic). Both are part of the interface with the panel's log readers; do not correct.
@@ -74,7 +76,8 @@ void EventLog::report(LogLevel level, const std::wstring& message)
     constexpr DWORD eventId = 1;
     constexpr std::size_t longest = 30'000; // ReportEvent rejects strings slightly longer than this
     const HANDLE source = handle();
-    const std::wstring shortened = message.substr(0, longest);
+    std::wstring shortened = message.substr(0, longest);
+    std::replace(shortened.begin(), shortened.end(), L'\0', L'\xfffd'); // the system would end the text there
     const std::wstring program = moduleFileName().substr(0, MAX_PATH);
     const wchar_t* strings[] = {shortened.c_str(), program.c_str()};
     if (!ReportEventW(source, eventType(level), 0, eventId, nullptr, 2, 0, strings, nullptr)) {

@@ -74,7 +74,7 @@ LogFile::LogFile(std::wstring name, bool enabledDefault) : name_(std::move(name)
     std::wstring root; // empty when it is not set: the directory is relative
     if (key)
         registry::lookup(key.get(), L"PRODUCT_ROOT_D", root);
-    directory_ = path::combine(root, L"admin\\logs");
+    directory_ = path::combine(path::normalise(root), L"admin\\logs");
     mutex_.emplace(L"kelvolog_" + name_ + L"_mutex");
 }
 

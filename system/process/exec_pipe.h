@@ -27,8 +27,7 @@ public:
 
     /// Reads up to `size` bytes; waits for the first one. Defines no flags.
     /// @return 0 at the end: every handle of the other end is closed; or the process has ended, one of its children
-    /// still
-    ///         holds the other end, and wrote nothing for half a second or did not finish within ten seconds
+    ///         still holds the other end, and wrote nothing for half a second or has not closed it after ten seconds
     /// @throws vosexception "Unable to read from pipe", "Unable to complete pipe operation"; a later read may succeed
     std::size_t read(void* buffer, std::size_t size, unsigned flags);
 
