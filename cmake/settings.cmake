@@ -16,6 +16,16 @@ add_compile_options(
 add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0A00)
 add_link_options(-static -Wl,--gc-sections -Wl,--no-insert-timestamp)
 
+# Checks of undefined behaviour, third-party code included. A finding is an illegal instruction: this form needs no
+# run-time library. runtime/fault/undefined_behaviour.cpp ends the process.
+option(MENDKIT_UBSAN "Build with GCC's checks of undefined behaviour" OFF)
+if(MENDKIT_UBSAN)
+  add_compile_options(
+    $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined>
+    $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize-undefined-trap-on-error>)
+  add_compile_definitions(MENDKIT_UBSAN)
+endif()
+
 add_library(mendkit_settings INTERFACE)
 target_compile_options(mendkit_settings INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wall>
