@@ -35,8 +35,6 @@ target_compile_options(mendkit_settings INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
   $<$<COMPILE_LANGUAGE:CXX>:-Werror>
   # Faults become C++ exceptions, so the optimiser must keep a try block around code without a throw.
-  # No stack protector: GCC's reads its guard value from the cryptographic provider. That loads a dozen DLLs and doubles
-  # the time of the start.
   $<$<COMPILE_LANGUAGE:CXX>:-fnon-call-exceptions>)
 target_compile_definitions(mendkit_settings INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX)
 target_include_directories(mendkit_settings INTERFACE ${CMAKE_SOURCE_DIR})
