@@ -5,6 +5,7 @@
 #include "runtime/fault/cwrpexception.h"
 #include "runtime/fault/fault_in_flight.h"
 #include "runtime/fault/memory_reserve.h"
+#include "runtime/fault/process_end.h"
 #include "runtime/operation/catch_ladder.h"
 
 #include <windows.h>
@@ -19,26 +20,13 @@ namespace {
 // Lives from static initialisation to process exit.
 CrashDumpInfo crashDumpInfo;
 
-[[noreturn]] void endProcess()
-{
-    TerminateProcess(GetCurrentProcess(), 1);
-    for (;;) { // not reached
-    }
-}
-
-/// Replaces the last record when the log cannot be used. Needs neither the heap nor the run times.
-void writeLine()
-{
-    constexpr char text[] = "Unexpected end of the program\r\n";
-    DWORD written = 0;
-    WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), text, sizeof text - 1, &written, nullptr);
-}
+constexpr char lastLine[] = "Unexpected end of the program\r\n";
 
 /// The C and C++ runtimes abort when a system call that they need fails, mainly before the entry point. Neither they
 /// nor the log can be used then.
 [[noreturn]] void endAfterAbort(int)
 {
-    writeLine();
+    writeLastLine(lastLine);
     endProcess();
 }
 
@@ -63,7 +51,7 @@ void disarm() noexcept
     if (LogManager::isUsable())
         LogManager::log(LogLevel::Crash, L"Unexpected end of the program%s%s", separator, cause);
     else
-        writeLine();
+        writeLastLine(lastLine);
     CrashDumpInfo::prune(); // last: the heap may be corrupt
     endProcess();
 }

@@ -30,6 +30,13 @@ int overflowStack(int depth)
     throw vexception(L"failed", {"fail", 7});
 }
 
+__attribute__((noinline)) void smashStack(int size)
+{
+    char buffer[8];
+    char* volatile const begin = buffer; // hides the buffer's size from the compiler
+    memset(begin, 1, static_cast<std::size_t>(size));
+}
+
 struct FaultingHandler : ILogHandler
 {
     void log(LogLevel, const std::wstring&) override { *badAddress = 1; }
@@ -90,6 +97,7 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
             const UnwoundFrame frame;
             *badAddress = 1;
         }},
+    {L"smash", [] { smashStack(zero + 64); }},
     {L"software", [] { RaiseException(0xe0000001, 0, 0, nullptr); }},
     {L"warning", [] { RaiseException(0x80000001, 0, 0, nullptr); }},
     {L"foreign",
