@@ -5,3 +5,6 @@
 /// Prints the rows of --free-disk-space. Uses the trees that scripts/bench prepares, because Wine creates files in
 /// large directories too slowly. @param build  the build folder
 void benchCleaning(const std::wstring& build);
+
+/// Prints the memory of a listing, from a tree that benchCleaning leaves. Prints nothing in the pass that counts.
+void benchListing(const std::wstring& build);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "bench/comparison.h"
 #include "runtime/handle/handles.h"
 
 #include <psapi.h>
@@ -8,7 +9,7 @@
 #include <string>
 
 /// Runs a program with its output discarded. Repeats a failed run; the third failure in all ends the bench.
-/// @return the program's peak working set in bytes, sampled every 20 milliseconds
+/// @return the program's peak working set in bytes, sampled every 20 milliseconds; 0 in the pass that counts requests
 inline std::size_t run(const std::wstring& program, const std::wstring& arguments)
 {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
@@ -26,7 +27,7 @@ inline std::size_t run(const std::wstring& program, const std::wstring& argument
         std::printf("cannot start %ls: %lu\n", program.c_str(), GetLastError());
         ExitProcess(1);
     }
-    constexpr DWORD interval = 20;
+    const DWORD interval = requests ? INFINITE : 20;
     PROCESS_MEMORY_COUNTERS memory{};
     while (WaitForSingleObject(process.hProcess, interval) == WAIT_TIMEOUT)
         K32GetProcessMemoryInfo(process.hProcess, &memory, sizeof memory);

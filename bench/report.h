@@ -1,13 +1,14 @@
 #pragma once
 
-#include "bench/stopwatch.h"
+#include "bench/comparison.h"
 
-#include <cstdio>
+#include <string>
 
-/// Prints a row of the table. @param aim  for the ratio; a value below 1 is printed as "<1.00"
-inline void print(const char* subject, const char* reference, const Comparison& result, double aim)
-{
-    std::printf("%-28s %9.0f us   %-30s %9.0f us   ratio %5.2f   aim %s%.2f\n", subject, result.subject, reference,
-        result.reference, result.ratio(), aim < 1 ? "<" : "", aim < 1 ? 1.0 : aim);
-    std::fflush(stdout);
-}
+/// Opens the file of counted rows: written in the pass that counts requests, else read. @return success
+bool openCountedRows(const std::wstring& path);
+
+/// Prints a row of the table with its requests and times. The pass that counts notes the row only.
+/// @param requestsAim  what the subject's requests may be, as a multiple of the reference's; 0: no aim
+/// @param timesAim     likewise for the times
+void print(
+    const char* subject, const char* reference, const Comparison& costs, double requestsAim, double timesAim = 0);

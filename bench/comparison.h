@@ -1,9 +1,15 @@
 #pragma once
 
+#include "bench/server_requests.h"
+
 #include <windows.h>
 
 #include <algorithm>
+#include <optional>
 #include <vector>
+
+/// Set in the pass that counts requests; the other pass measures times.
+inline std::optional<ServerRequests> requests;
 
 /// The duration of a call in microseconds.
 template <typename Call>
@@ -23,18 +29,21 @@ inline double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-/// The medians of two calls that are measured alternately, so that the machine's load affects both.
+/// The costs of two calls: requests or microseconds, whatever this pass measures.
 struct Comparison
 {
-    double subject, reference; // microseconds
+    double subject, reference;
 
+    /// The medians of calls that are measured alternately, so that the machine's load affects both.
+    /// @param rounds  for times; requests hardly differ
     template <typename Subject, typename Reference>
     static Comparison of(int rounds, Subject subject, Reference reference)
     {
+        constexpr int counted = 5;
         std::vector<double> subjects, references;
-        for (int round = 0; round < rounds; ++round) {
-            subjects.push_back(microseconds(subject));
-            references.push_back(microseconds(reference));
+        for (int round = 0; round < (requests ? counted : rounds); ++round) {
+            subjects.push_back(requests ? requests->of(subject) : microseconds(subject));
+            references.push_back(requests ? requests->of(reference) : microseconds(reference));
         }
         return {median(subjects), median(references)};
     }
