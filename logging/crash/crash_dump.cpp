@@ -4,6 +4,7 @@
 #include "logging/log_manager.h"
 #include "runtime/deadline.h"
 #include "runtime/failure/vosexception.h"
+#include "runtime/fault/process_end.h"
 #include "runtime/late/late_imports.h"
 #include "runtime/operation/operation.h"
 
@@ -35,9 +36,8 @@ private:
     static void expire(void* context) noexcept
     {
         const auto& self = *static_cast<DumpDeadline*>(context);
-        DWORD written = 0;
-        WriteFile(GetStdHandle(STD_OUTPUT_HANDLE), self.line_, static_cast<DWORD>(self.length_), &written, nullptr);
-        TerminateProcess(GetCurrentProcess(), 1);
+        writeLastLine({self.line_, static_cast<std::size_t>(self.length_)});
+        endProcess();
     }
 
     char line_[100] = "";
