@@ -81,7 +81,7 @@ TEST_F(ErrorReport, FindsItsPlacesWhenTheRegistryHasSlashes)
     std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
     setConfig(L"PRODUCT_ROOT_D", slashes + L"/admin/../");
     EXPECT_EQ(root.path() + L"\\", helper->getProductRoot());
-    setConfig(L"PRODUCT_ROOT_D", L"//?/" + slashes);
+    setConfig(L"PRODUCT_ROOT_D", L"\\\\?\\" + slashes);
     LogManager::log(LogLevel::Error, L"x");
     EXPECT_NE(L"", root.log());
     const std::wstring dump = CrashDumpInfo().getFileName(),

@@ -151,6 +151,22 @@ TEST_F(Utility, GetsNoStandardInputWhenThereIsNone)
     SetStdHandle(STD_INPUT_HANDLE, own);
 }
 
+TEST_F(Utility, GetsNoOtherHandles)
+{
+    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+    std::vector<UniqueHandle> events; // many, for a number that a new process does not use itself
+    for (int count = 0; count < 200; ++count)
+        events.emplace_back(CreateEventW(&inherit, TRUE, FALSE, nullptr));
+    vexecutil child;
+    child.path = root + L"\\admin\\bin\\util.exe";
+    child.suspended = child.captureStdout = true;
+    child.start();
+    UniqueHandle copy;
+    EXPECT_FALSE(DuplicateHandle(child.process.get(), events.back().get(), GetCurrentProcess(), copy.receive(), 0,
+        FALSE, DUPLICATE_SAME_ACCESS));
+    terminate(child);
+}
+
 TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
 {
     setScript("exit 7");
