@@ -51,17 +51,15 @@ LSTATUS lookupText(
     HKEY key, const std::wstring& name, std::wstring& text, DWORD expected, const std::wstring& shownAs)
 {
     const auto isUsable = [=](DWORD type) { return type == expected || (isText(type) && isText(expected)); };
-    DWORD type = REG_NONE, size = 0;
-    LSTATUS status = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_ANY, &type, nullptr, &size);
+    DWORD type = REG_NONE, size = MAX_PATH * sizeof(wchar_t); // enough for most: one read
+    LSTATUS status = ERROR_MORE_DATA;
     std::vector<wchar_t> data;
-    while (status == ERROR_SUCCESS || status == ERROR_MORE_DATA) {
-        if (!isUsable(type))
-            throwInvalid(L"RegGetValue invalid type", shownAs, {"registry::lookup"});
+    while (status == ERROR_MORE_DATA) {                 // again, as the value may change in between
         data.assign(size / sizeof(wchar_t) + 2, L'\0'); // + 1 for an odd byte, + 1 for the terminator
         size = static_cast<DWORD>((data.size() - 1) * sizeof(wchar_t));
         status = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_ANY, &type, data.data(), &size);
-        if (status == ERROR_SUCCESS && isUsable(type))
-            break; // otherwise the value changed between the two calls: read it again
+        if ((status == ERROR_SUCCESS || status == ERROR_MORE_DATA) && !isUsable(type))
+            throwInvalid(L"RegGetValue invalid type", shownAs, {"registry::lookup"});
     }
     if (status == ERROR_SUCCESS)
         text.assign(data.data(), wcsnlen(data.data(), data.size()));

@@ -83,8 +83,8 @@ LogManager::~LogManager()
 
 LogManager& LogManager::instance()
 {
-    // A fault in the constructor, or in a static destructor that runs later. Within the constructor the line below would
-    // wait for its own end.
+    // A fault in the constructor, or in a static destructor that runs later. Within the constructor the line below
+    // would wait for its own end.
     if (!isUsable())
         throw vexception(L"The log is not usable", {"LogManager::instance"});
     static LogManager manager;

@@ -88,7 +88,7 @@ private:
     void writeToStandardOutput(const std::wstring& message);
 
     EventLog eventLog_;
-    std::wstring later_; // the texts of logLater()
+    std::wstring later_;    // the texts of logLater()
     LogSettings* settings_; // weak: owned by the shared context
     bool standardOutputIntact_ = true;
 

@@ -40,8 +40,7 @@ bool VMutex::isTrusted() const
     BOOL isDefault = FALSE;
     PSID owner = nullptr;
     if (!handle_ ||
-        !GetKernelObjectSecurity(
-            handle_.get(), OWNER_SECURITY_INFORMATION, descriptor, sizeof descriptor, &size) ||
+        !GetKernelObjectSecurity(handle_.get(), OWNER_SECURITY_INFORMATION, descriptor, sizeof descriptor, &size) ||
         !GetSecurityDescriptorOwner(descriptor, &owner, &isDefault))
         return false;
     if (!owner) // Wine, for an object without a descriptor; on Windows every object has an owner

@@ -141,7 +141,8 @@ TEST_F(ErrorReport, IsWellFormedForAnyText)
 
     setTicket(std::string(2'000'000, ' ') + "t");
     report = built(std::wstring(3'000'000, L'm') + L" end");
-    const std::size_t ticket = report.find("<update_ticket>t</update_ticket>"), end = report.find("mmm end</message>");
+    const std::size_t ticket = report.find("<update_ticket>t</update_ticket>"),
+                      end = report.find("mmm end</message>");
     EXPECT_NE(report.npos, ticket) << "read to its end";
     EXPECT_NE(report.npos, end) << "long texts are cut in the middle";
     EXPECT_LT(report.size(), 260'000u);

@@ -50,7 +50,8 @@ constexpr Failure failures[] = {
     {"CreateProcessW LoadLibraryA LoadLibraryW LoadLibraryExW", none, ERROR_COMMITMENT_LIMIT},
     {"CreateFileW", invalid, ERROR_TOO_MANY_OPEN_FILES}, {"CreateNamedPipeW", invalid, ERROR_PIPE_BUSY},
     {"CreateFileW GetFileAttributesW FindFirstFileW", invalid, ERROR_ACCESS_DENIED},
-    {"CreateMutexW OpenMutexW GetKernelObjectSecurity CreateProcessW CreateProcessAsUserW GetExitCodeProcess GetPriorityClass "
+    {"CreateMutexW OpenMutexW GetKernelObjectSecurity CreateProcessW CreateProcessAsUserW GetExitCodeProcess "
+     "GetPriorityClass "
      "OpenProcess OpenProcessToken OpenThreadToken DuplicateTokenEx OpenServiceW QueryServiceConfigW "
      "GetFileInformationByHandleEx SetFileInformationByHandle DeleteFileW SetCurrentDirectoryW "
      "OpenDesktopW OpenWindowStationW SetProcessWindowStation",

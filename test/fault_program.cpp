@@ -98,8 +98,7 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
             const UnwoundFrame frame;
             *badAddress = 1;
         }},
-    {L"smash", [] { smashStack(zero + 64); }},
-    {L"software", [] { RaiseException(0xe0000001, 0, 0, nullptr); }},
+    {L"smash", [] { smashStack(zero + 64); }}, {L"software", [] { RaiseException(0xe0000001, 0, 0, nullptr); }},
     {L"warning", [] { RaiseException(0x80000001, 0, 0, nullptr); }},
     {L"foreign",
         [] { RaiseException(0xe06d7363, EXCEPTION_NONCONTINUABLE, 0, nullptr); }}, // another compiler's throw

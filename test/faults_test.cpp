@@ -43,8 +43,10 @@ TEST_F(Faults, DumpsAndReportsEveryFault)
         {L"warning", "C structured exception: 0x80000001\r\n   at (", 1, 1},
         {L"foreign", "C structured exception: 0xe06d7363\r\n   at (", 1, 1}, {L"logging", "logged", 0, 1},
         {L"noexcept", end + ": failed\r\n   at (fail line 7)\r\n", 1, 0},
-        {L"thread", end + ": failed\r\n   at (fail line 7)\r\n", 1, 0}, {L"closed", end + ": " + fault + "05", 1, 1}, {L"outside", end + ": " + fault + "05", 1, 1}, {L"smash", end + ": a buffer on the stack overflowed\r\n", 1, 0},
-        {L"first", end + "\r\n", 1, 0}, {L"end", end + "\r\n", 1, 0}};
+        {L"thread", end + ": failed\r\n   at (fail line 7)\r\n", 1, 0}, {L"closed", end + ": " + fault + "05", 1, 1},
+        {L"outside", end + ": " + fault + "05", 1, 1},
+        {L"smash", end + ": a buffer on the stack overflowed\r\n", 1, 0}, {L"first", end + "\r\n", 1, 0},
+        {L"end", end + "\r\n", 1, 0}};
     for (const auto& [word, output, exitCode, dumps] : rows) {
         const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), word);
         EXPECT_EQ(exitCode, result.exitCode) << word;
@@ -60,7 +62,8 @@ TEST_F(Faults, DumpsAndReportsEveryFault)
     setConfig(L"CrashDumpsLocation", location);
     const std::string output = runChild(builtProgram(L"test\\fault_program.exe"), L"write").output;
     EXPECT_NE(std::string::npos, output.find("\\ddd")) << output;
-    EXPECT_NE(std::string::npos, output.find("d' is longer than 260 characters\r\n   at (CrashDumpInfo::dump ")) << output;
+    EXPECT_NE(std::string::npos, output.find("d' is longer than 260 characters\r\n   at (CrashDumpInfo::dump "))
+        << output;
 }
 
 TEST_F(Faults, PruneOldDumpsInTheLastResort)

@@ -246,8 +246,8 @@ TEST_F(FixedTexts, OfCrashDumps)
     LogManager::log(LogLevel::Info, L"next");
     ASSERT_EQ(2u, records.records.size());
     const std::wstring failure = records.records.front().message;
-    EXPECT_TRUE(fits(
-        failure, L"~ (Error code 112) at Unable to generate dump file\n   at (internalDumpMiniDump line 740)"
+    EXPECT_TRUE(
+        fits(failure, L"~ (Error code 112) at Unable to generate dump file\n   at (internalDumpMiniDump line 740)"
                       L"\n   at (internalDumpMiniDump line #) Unable to call internalDumpMiniDump(" +
                           file + L")"))
         << testing::PrintToString(failure);

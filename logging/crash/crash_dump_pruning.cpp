@@ -26,8 +26,8 @@ struct Dump
     bool operator<(const Dump& other) const { return std::tie(written, name) < std::tie(other.written, other.name); }
 };
 
-/// FindFirstFile also matches short 8.3 names (of "x.dmpold", for example), so the long name is tested again. Links are
-/// no dumps. Other reparse points are: a volume with deduplication makes them of large files.
+/// FindFirstFile also matches short 8.3 names (of "x.dmpold", for example), so the long name is tested again. Links
+/// are no dumps. Other reparse points are: a volume with deduplication makes them of large files.
 bool isDump(const WIN32_FIND_DATAW& found)
 {
     const bool isLink =

@@ -16,8 +16,8 @@ TEST_F(SharedSettings, LetALoadedModuleLogAsTheProgram)
     LogManager::removeHandler(&removed);
     const HMODULE module = LoadLibraryW(builtProgram(L"test\\logging_module.dll").c_str());
     ASSERT_TRUE(module) << GetLastError();
-    const auto logWarning = reinterpret_cast<void (*)(const wchar_t*)>(
-        reinterpret_cast<void*>(GetProcAddress(module, "logWarning")));
+    const auto logWarning =
+        reinterpret_cast<void (*)(const wchar_t*)>(reinterpret_cast<void*>(GetProcAddress(module, "logWarning")));
     testing::internal::CaptureStdout();
     logWarning(L"of the module");
     FreeLibrary(module);

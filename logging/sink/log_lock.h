@@ -4,10 +4,10 @@
 
 #include <string>
 
-/// Holds one of the panel's log mutexes for a scope. Waits for it without a time-out, as all programs of the panel do:
-/// they hold it only while they write one record. A mutex that neither the system, an administrator nor this process's
-/// user owns is waited for two seconds, once per process. Then the scope runs without the mutex: any account can make
-/// a mutex of the known name first and keep it.
+/// Holds one of the panel's log mutexes for a scope. Waits for it without a time-out, as all programs of the panel
+/// do: they hold it only while they write one record. A mutex that neither the system, an administrator nor this
+/// process's user owns is waited for two seconds, once per process. Then the scope runs without the mutex: any
+/// account can make a mutex of the known name first and keep it.
 class LogLock
 {
 public:

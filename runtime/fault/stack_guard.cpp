@@ -1,5 +1,5 @@
-// The guard value of the stack protector (-fstack-protector-strong) and what happens when it was overwritten. GCC's own
-// take the value from the cryptographic provider, which loads a dozen DLLs and doubles the time of the start.
+// The guard value of the stack protector (-fstack-protector-strong) and what happens when it was overwritten. GCC's
+// own take the value from the cryptographic provider, which loads a dozen DLLs and doubles the time of the start.
 
 #include "runtime/fault/process_end.h"
 
@@ -23,8 +23,8 @@ std::uintptr_t __stack_chk_guard; // NOLINT(bugprone-reserved-identifier,cert-dc
 
 namespace {
 
-/// Makes the value unpredictable for other processes: it depends on the random place of stack and image, and on clocks.
-/// Before all other constructors, and without a guard of its own.
+/// Makes the value unpredictable for other processes: it depends on the random place of stack and image, and on
+/// clocks. Before all other constructors, and without a guard of its own.
 #pragma GCC diagnostic ignored "-Wprio-ctor-dtor"
 __attribute__((constructor(100), no_stack_protector)) void seedGuard()
 {

@@ -1,5 +1,5 @@
-// Only in builds with checks of undefined behaviour. A failed check is an illegal instruction (ud2). It is not translated
-// like other faults: the process ends with a code that no test expects of a run.
+// Only in builds with checks of undefined behaviour. A failed check is an illegal instruction (ud2). It is not
+// translated like other faults: the process ends with a code that no test expects of a run.
 
 #include <windows.h>
 
@@ -12,8 +12,8 @@ LONG CALLBACK endProcess(EXCEPTION_POINTERS* pointers)
     if (pointers->ExceptionRecord->ExceptionCode != EXCEPTION_ILLEGAL_INSTRUCTION)
         return EXCEPTION_CONTINUE_SEARCH;
     char text[64];
-    const int length = snprintf(
-        text, sizeof text, "Undefined behaviour at %p\r\n", pointers->ExceptionRecord->ExceptionAddress);
+    const int length =
+        snprintf(text, sizeof text, "Undefined behaviour at %p\r\n", pointers->ExceptionRecord->ExceptionAddress);
     DWORD written = 0;
     WriteFile(GetStdHandle(STD_ERROR_HANDLE), text, static_cast<DWORD>(length), &written, nullptr);
     TerminateProcess(GetCurrentProcess(), EXCEPTION_ILLEGAL_INSTRUCTION);
