@@ -1,6 +1,7 @@
 // Prints the table of scripts/bench: the requests to Wine's server and the times of pairs of calls. It takes two
 // passes: "count" under a server with a log, then "time" under an ordinary one, which prints. The arguments are the
-// pass, the build folder and optionally a part of the table: pipe, status, log, utilities or cleaning.
+// pass, the build folder and optionally a part of the table: pipe, status, log, cleaning, utilities
+// or listing.
 
 #include "bench/cleaning.h"
 #include "bench/program_run.h"
@@ -218,7 +219,7 @@ int wmain(int argc, wchar_t** argv)
         benchCleaning(build);
     if (wanted(L"utilities")) // last: occupies the stand-in's only connection
         benchUtilities(build);
-    if (wanted(L"cleaning"))
+    if (wanted(L"listing"))
         benchListing(build);
     return 0;
 }

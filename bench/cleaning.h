@@ -6,5 +6,5 @@
 /// large directories too slowly. @param build  the build folder
 void benchCleaning(const std::wstring& build);
 
-/// Prints the memory of a listing, from a tree that benchCleaning leaves. Prints nothing in the pass that counts.
+/// Prints the memory of a listing, from a tree of scripts/bench likewise. Prints nothing in the pass that counts.
 void benchListing(const std::wstring& build);

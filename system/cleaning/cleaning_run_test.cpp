@@ -169,6 +169,20 @@ TEST_F(Cleaning, TellsWhatBecameOfTheEntries)
     EXPECT_EQ(0, source.openObjects);
 }
 
+TEST(ToldSizes, AreFoundInTheOrderOfTheListing)
+{
+    ToldSizes sizes;
+    const std::uint64_t all[] = {0, 127, 128, 4096, 1ULL << 45, ~0ULL, 5};
+    for (const std::uint64_t size : all)
+        sizes.add(std::to_wstring(size), size);
+    for (const std::uint64_t size : all) {
+        EXPECT_EQ(0u, sizes.take(L"a link to a directory"));
+        if (size != 128) // not removed
+            EXPECT_EQ(size, sizes.take(std::to_wstring(size)));
+    }
+    EXPECT_EQ(0u, sizes.take(L"5"));
+}
+
 TEST_F(Cleaning, SparesTheSystemsDirectoriesInAMountedVolume)
 {
     Node* const root = source.add(source.volume, L"mounted");
