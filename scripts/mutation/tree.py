@@ -1,4 +1,5 @@
 # A copy of the checkout below build/mutants/ in which scripts/mutants plants errors: its files, its build, its tests.
+import hashlib
 import json
 import os
 import pathlib
@@ -43,8 +44,8 @@ def started_in(text):
 
 
 class Tree:
-    def __init__(self, checkout, number):
-        self.checkout = pathlib.Path(checkout)
+    def __init__(self, checkout, number, quick):
+        self.checkout, self.quick = pathlib.Path(checkout), quick
         self.root = self.checkout / "build/mutants" / str(number)
         self.build = self.root / "build/release"
 
@@ -55,20 +56,22 @@ class Tree:
         return subprocess.run([*command, *arguments], env=environment, check=True, start_new_session=True, **options)
 
     def update(self):
-        """Writes the files that differ from the checkout, also those that an interrupted run left changed."""
+        """Writes the files that differ from the checkout, also those that an interrupted run left changed. Tells a sum of
+        what the tests depend on."""
         subprocess.run(["bash", "-euc", "source scripts/common.sh; ensure_packages git"], cwd=self.checkout, check=True)
         listed = subprocess.run(
             ["git", "-c", f"safe.directory={self.checkout}", "ls-files", "-z", "--cached", "--others", "--exclude-standard"],
             cwd=self.checkout, stdout=subprocess.PIPE, check=True, text=True).stdout.split("\0")
         files = {name for name in listed if name and (self.checkout / name).is_file()}
-        changed = False
+        content = hashlib.sha256()
         for name in sorted(files):
             source, copy = self.checkout / name, self.root / name
+            if not name.startswith(("docs/", "scripts/")):
+                content.update(name.encode() + b"\0" + source.read_bytes() + b"\0")
             if not copy.exists() or copy.read_bytes() != source.read_bytes():
                 copy.parent.mkdir(parents=True, exist_ok=True)
                 shutil.copyfile(source, copy)
                 shutil.copymode(source, copy)
-                changed = changed or not name.startswith(("docs/", "scripts/"))
         for folder, folders, names in os.walk(self.root):
             if pathlib.Path(folder) == self.root and "build" in folders:
                 folders.remove("build")
@@ -76,20 +79,17 @@ class Tree:
                 path = pathlib.Path(folder, name)
                 if str(path.relative_to(self.root)) not in files:
                     path.unlink()
-                    changed = True
         # What the checkout has already fetched and made. Hard links: neither is written in place.
         for part, sign in ("deps", "jsoncpp/.origin"), ("prefix", ".complete"):
             here, there = self.checkout / "build" / part, self.root / "build" / part
             if (here / sign).exists() and not there.exists():
                 there.parent.mkdir(exist_ok=True)
                 subprocess.run(["cp", "-al", here, there], check=True)
-        return changed
+        return content.hexdigest()
 
     def prepare(self):
         """Builds the copy and runs its tests once. They must pass."""
-        changed = self.update()
-        if changed:
-            (self.build / "usual.json").unlink(missing_ok=True)
+        content = self.update()
         self.shell(PREPARE)
         compiled = json.loads((self.build / "compile_commands.json").read_text())
         self.objects = {}
@@ -101,12 +101,13 @@ class Tree:
         self.usual, self.left_out = {}, {}
         self.shell(NEW_PREFIX)
         record = self.build / "usual.json"
-        if record.exists():
-            self.usual, self.left_out = json.loads(record.read_text())
+        known = json.loads(record.read_text()) if record.exists() else {}
+        if known.get("content") == content:
+            self.usual, self.left_out = known["usual"], known["left out"]
         else:
             for test in TESTS:
                 self.try_unchanged(test)
-            record.write_text(json.dumps([self.usual, self.left_out]))
+            record.write_text(json.dumps({"content": content, "usual": self.usual, "left out": self.left_out}))
         for test in filter(None, self.left_out.values()):
             print(f"Left out, because it fails without any change: {', '.join(test)}", file=sys.stderr)
 
@@ -140,7 +141,7 @@ class Tree:
         for name in self.objects[file]:
             library = re.search(r"CMakeFiles/(\w+)\.dir/(?:.*/)?([^/]+)$", name)
             names.add(f"lib{library[1]}.a({library[2]})")
-        reached = [test for test in TESTS if names & self.parts[test]]
+        reached = [test for test in TESTS if names & self.parts[test] and not (self.quick and test == LAST)]
         return sorted(reached, key=lambda test: (test != own, test == LAST, self.usual.get(test, 0)))
 
     def ninja(self, *targets):
