@@ -245,7 +245,7 @@ class Source(Tokens):
                 not any(token.text == "=" for token in self.tokens[index:last])
             if is_call and previous and previous[1] == index - 1:
                 self.swap("order", previous, (index, last))
-            previous = (index, last) if is_call else None
+            previous = (index, last) if is_call else previous
 
     def is_last_return(self, index, last):
         """Whether the function would end without the value that it returns."""
@@ -273,6 +273,8 @@ class Source(Tokens):
             while declared < last and self.at(declared) != ">":
                 declared += 1
             declared += 1
+        if declared >= last:
+            return None
         ends = declared + 1 if self.at(declared + 1) == ";" else (self.tokens[declared + 1].partner or last) + 1
         if self.tokens[declared].kind == "name" and ends == last and self.is_block(index):
             name, rest = self.at(declared), last

@@ -20,7 +20,7 @@ TESTS = {
     "failing_calls_test": ["test/failing_calls", "devpanel/devpanel"],
 }
 LAST = "failing_calls_test"  # the slowest
-SILENCE = 90  # seconds without a line of output after which a test counts as hanging
+SILENCE = 90  # seconds without a line of output after which a test counts as hanging, on a machine that is not busy
 PREPARE = """
 ensure_packages "${build_packages[@]}"
 ensure_jsoncpp
@@ -43,11 +43,17 @@ def started_in(text):
     return (re.findall(r"^\[ RUN      \] ([\w./]+)", text, re.MULTILINE) or [""])[-1]
 
 
+def load():
+    """How many processes want each processor."""
+    return os.getloadavg()[0] / os.cpu_count()
+
+
 class Tree:
-    def __init__(self, checkout, number, quick):
-        self.checkout, self.quick = pathlib.Path(checkout), quick
+    def __init__(self, checkout, number, within):
+        self.checkout, self.within = pathlib.Path(checkout), within
         self.root = self.checkout / "build/mutants" / str(number)
         self.build = self.root / "build/release"
+        self.unchanged = self.root / "build/unchanged"  # the programs of the unchanged copy
 
     def shell(self, script, *arguments, **options):
         """Runs a script of this copy's functions (scripts/common.sh)."""
@@ -91,6 +97,9 @@ class Tree:
         """Builds the copy and runs its tests once. They must pass."""
         content = self.update()
         self.shell(PREPARE)
+        for program in self.build.glob("*/*.exe"):
+            (self.unchanged / program.parent.name).mkdir(parents=True, exist_ok=True)
+            shutil.copy2(program, self.unchanged / program.parent.name)
         compiled = json.loads((self.build / "compile_commands.json").read_text())
         self.objects = {}
         for unit in compiled:
@@ -141,8 +150,8 @@ class Tree:
         for name in self.objects[file]:
             library = re.search(r"CMakeFiles/(\w+)\.dir/(?:.*/)?([^/]+)$", name)
             names.add(f"lib{library[1]}.a({library[2]})")
-        reached = [test for test in TESTS if names & self.parts[test] and not (self.quick and test == LAST)]
-        return sorted(reached, key=lambda test: (test != own, test == LAST, self.usual.get(test, 0)))
+        reached = [test for test in TESTS if names & self.parts[test] and self.usual[test] <= self.within]
+        return sorted(reached, key=lambda test: (test != own, test == LAST, self.usual[test]))
 
     def ninja(self, *targets):
         return subprocess.run(["ninja", "-C", self.build, *targets], stdout=subprocess.DEVNULL,
@@ -151,16 +160,17 @@ class Tree:
     def output(self):
         return self.build / "test-output.txt"
 
-    def run_test(self, test, only, *options):
+    def run_test(self, test, only, *options, build=None):
         """The names of the failing tests, by default of the first one alone."""
-        command = f'WINEPREFIX=$root/build/test-prefix; cd "{self.build}/{os.path.dirname(self.program(test))}"; exec "$@"'
+        folder = (build or self.build) / os.path.dirname(self.program(test))
+        command = f'WINEPREFIX=$root/build/test-prefix; cd "{folder}"; exec "$@"'
         command = ["bash", "-c", f'cd "{self.root}"; source scripts/common.sh; {command}', "bash", "wine",
                    f"./{test}.exe", "--gtest_fail_fast", f"--gtest_filter={only}", *options]
         with open(self.output(), "wb") as output:
             process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.DEVNULL,
                                        start_new_session=True)
             size, since = 0, time.monotonic()
-            while process.poll() is None and time.monotonic() - since <= SILENCE:
+            while process.poll() is None and time.monotonic() - since <= SILENCE * max(1, load()):
                 time.sleep(0.05)
                 if os.fstat(output.fileno()).st_size != size:
                     size, since = os.fstat(output.fileno()).st_size, time.monotonic()
@@ -178,19 +188,35 @@ class Tree:
         return named or [started_in(text) or test]
 
     def judge(self, test):
-        """The test that fails, or "". It counts only if it repeats: alone, or in a second run of the whole program."""
-        everything = "*-" + ":".join(self.left_out[test])
-        failed = self.run_test(test, everything)
-        if failed:
+        """The test that notices the error, or ""."""
+        left_out = list(self.left_out[test])
+        while True:
+            failed = self.run_test(test, "*-" + ":".join(left_out))
+            if not failed:
+                return ""
+            name = failed[0].split()[0]
+            if name in left_out or self.is_noticed(test, name):
+                return failed[0]
+            left_out.append(name)
+
+    def is_noticed(self, test, name):
+        """Whether the failure is no chance: it repeats in a new prefix and, on a busy machine, the unchanged program has no
+        such failure now."""
+        self.shell(NEW_PREFIX)
+        if "." not in name:
+            return True
+        fails = self.run_test(test, name)
+        if fails and load() > 1:
             self.shell(NEW_PREFIX)
-            if not failed[0].endswith(")") and not self.run_test(test, failed[0]):
-                self.shell(NEW_PREFIX)
-                failed = self.run_test(test, everything)
-            self.shell(NEW_PREFIX)
-        return failed[0] if failed else ""
+            fails = not self.run_test(test, name, build=self.unchanged)
+        self.shell(NEW_PREFIX)
+        return bool(fails)
 
     def plant(self, mutant):
-        """The outcome of one error ("not built", "noticed", "survived") and the test that noticed it."""
+        """The outcome of one error ("not built", "noticed", "survived") and the test that noticed it. The outcome is empty
+        when no test reaches the file."""
+        if not self.tests_of(mutant.file):
+            return "", ""
         path = self.root / mutant.file
         source, times = path.read_text(), path.stat()
         objects = [self.build / name for name in self.objects[mutant.file]]
