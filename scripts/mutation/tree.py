@@ -187,17 +187,23 @@ class Tree:
         named = re.findall(r"^\[  FAILED  \] ([\w./]+),?.* \(\d+ ms\)", text, re.MULTILINE)
         return named or [started_in(text) or test]
 
-    def judge(self, test):
-        """The test that notices the error, or ""."""
+    def judge(self, test, likely):
+        """The test that notices the error, or "". Runs the likely ones first."""
         left_out = list(self.left_out[test])
+        chosen = [name for name in likely if name not in left_out]
         while True:
-            failed = self.run_test(test, "*-" + ":".join(left_out))
-            if not failed:
+            failed = self.run_test(test, ":".join(chosen) if chosen else "*-" + ":".join(left_out))
+            if failed:
+                name = failed[0].split()[0]
+                if name in left_out or self.is_noticed(test, name):
+                    return failed[0]
+                left_out.append(name)
+                chosen = [other for other in chosen if other != name]
+            elif chosen:
+                left_out += chosen  # they have passed
+                chosen = []
+            else:
                 return ""
-            name = failed[0].split()[0]
-            if name in left_out or self.is_noticed(test, name):
-                return failed[0]
-            left_out.append(name)
 
     def is_noticed(self, test, name):
         """Whether the failure is no chance: it repeats in a new prefix and, on a busy machine, the unchanged program has no
@@ -212,7 +218,7 @@ class Tree:
         self.shell(NEW_PREFIX)
         return bool(fails)
 
-    def plant(self, mutant):
+    def plant(self, mutant, likely):
         """The outcome of one error ("not built", "noticed", "survived") and the test that noticed it. The outcome is empty
         when no test reaches the file."""
         if not self.tests_of(mutant.file):
@@ -229,7 +235,7 @@ class Tree:
             for test in self.tests_of(mutant.file):
                 if not self.ninja(test):  # the checks of the program's image are part of its build
                     return "noticed", f"build of {test}"
-                failed = self.judge(test)
+                failed = self.judge(test, likely)
                 if failed:
                     return "noticed", failed
             return "survived", ""

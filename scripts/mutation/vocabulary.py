@@ -6,7 +6,7 @@ class Vocabulary:
     """Collected from all sources and headers."""
 
     def __init__(self, sources):
-        text = "\n".join(sources)
+        text = re.sub(r"//[^\n]*", "", "\n".join(sources))
         # Constants by the longest beginning that they share with another one: FILE_SHARE_, then FILE_.
         names = sorted(set(re.findall(r"\b[A-Z][A-Z0-9]*_[A-Z0-9_]+\b", text)))
         self.constants = {}
@@ -19,7 +19,7 @@ class Vocabulary:
                     break
         self.enumerators = {}
         for name, body in re.findall(r"\benum class (\w+)[^{;]*\{([^}]*)\}", text):
-            names = re.findall(r"(\w+)\s*(?:=[^,]*)?(?:,|$)", re.sub(r"//[^\n]*", "", body).strip())
+            names = re.findall(r"(\w+)\s*(?:=[^,]*)?(?:,|$)", body.strip())
             self.enumerators.setdefault(name, names)
         # Functions that return what they are given in another form.
         self.converters = set(re.findall(
