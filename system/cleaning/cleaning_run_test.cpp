@@ -177,8 +177,9 @@ TEST(ToldSizes, AreFoundInTheOrderOfTheListing)
         sizes.add(std::to_wstring(size), size);
     for (const std::uint64_t size : all) {
         EXPECT_EQ(0u, sizes.take(L"a link to a directory"));
-        if (size != 128) // not removed
+        if (size != 128) { // that entry is not removed
             EXPECT_EQ(size, sizes.take(std::to_wstring(size)));
+        }
     }
     EXPECT_EQ(0u, sizes.take(L"5"));
 }
