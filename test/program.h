@@ -28,6 +28,18 @@ protected:
     /// Whether a client can connect to the pipe now.
     static bool isFree(const std::wstring& pipe) { return WaitNamedPipeW((L"\\\\.\\pipe\\" + pipe).c_str(), 1); }
 
+    /// Waits until the pipe is free; half a minute is enough for a busy machine.
+    static bool becomesFree(const std::wstring& pipe)
+    {
+        const ULONGLONG start = GetTickCount64();
+        while (!isFree(pipe)) {
+            if (GetTickCount64() - start > 30'000)
+                return false;
+            Sleep(1);
+        }
+        return true;
+    }
+
     /// Starts a management service for one client at a time and waits until its pipe is free.
     /// @param silence  milliseconds before each reply
     /// @param values   its answers, quoted: the installation directory and the directory of dumps
@@ -38,8 +50,7 @@ protected:
         service->path = devpanel;
         service->arguments = L"serve " + std::wstring(silence) + L" " + pipe + L" " + values;
         startPatiently(*service);
-        while (!isFree(pipe))
-            Sleep(5);
+        EXPECT_TRUE(becomesFree(pipe));
         return service;
     }
 

@@ -255,8 +255,7 @@ TEST_F(Program, ShowsTextAtAConsoleWhateverItsCodePage)
     holder.arguments = L"serve 0 console";
     holder.hideWindow = holder.captureStdout = 1;
     startPatiently(holder);
-    while (!isFree(L"console"))
-        Sleep(5);
+    ASSERT_TRUE(becomesFree(L"console"));
     FreeConsole();
     ASSERT_TRUE(AttachConsole(holder.processId)) << GetLastError();
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
@@ -297,8 +296,7 @@ TEST_F(Program, BelievesARunningServiceOfThePanelAtAPipeOfItsAccount)
     };
     configure(nullptr);
     ASSERT_TRUE(StartServiceW(service.get(), 1, arguments)) << GetLastError();
-    while (!isFree(arguments[0]))
-        Sleep(5);
+    ASSERT_TRUE(becomesFree(arguments[0]));
     setConfig(L"zrmpipe", arguments[0]);
     EXPECT_TRUE(hasAnswered(run(L"--get-disk-space")));
     setConfig(L"PRODUCT_ROOT_D", root.path());
@@ -306,8 +304,7 @@ TEST_F(Program, BelievesARunningServiceOfThePanelAtAPipeOfItsAccount)
 
     // Where its token cannot be opened, the account that it is configured for counts.
     configure(L"NT AUTHORITY\\LocalService");
-    while (!isFree(arguments[0]))
-        Sleep(5);
+    ASSERT_TRUE(becomesFree(arguments[0]));
     const UniqueFile pipe(CreateFileW((L"\\\\.\\pipe\\" + std::wstring(arguments[0])).c_str(), GENERIC_READ, 0,
         nullptr, OPEN_EXISTING, 0, nullptr));
     const ReplacedImport token("OpenProcessToken", failToOpenToken);

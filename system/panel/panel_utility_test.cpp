@@ -14,7 +14,6 @@
 
 #include <sddl.h>
 
-#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <memory>
@@ -89,8 +88,8 @@ TEST_F(Utility, ReturnsItsOutputOrFailsWithItsExitCode)
     for (const auto& [script, given, outcome] : rows)
         EXPECT_EQ(outcome, run(script, given)) << script;
     EXPECT_TRUE(run("exit 0", &input).ends_with(L" at Unable to write to pipe")) << "the input is not read";
-    const auto isInfo = [](const auto& record) { return record.level == LogLevel::Info; };
-    EXPECT_TRUE(std::all_of(log.records.begin(), log.records.end(), isInfo));
+    for (const auto& [level, message] : log.records)
+        EXPECT_EQ(LogLevel::Info, level) << testing::PrintToString(message);
     // A child of the utility holds its output, silent or not.
     for (const char* script : {"child 5000\nout gone", "talker 15000\nout gone"}) {
         EXPECT_NE(std::wstring::npos, run(script).find(L"gone\r\n"));
