@@ -6,6 +6,9 @@
 #include "test/json_document.h"
 #include "test/recording_handler.h"
 #include "test/stress.h"
+#include "test/text_pattern.h"
+
+#include <functional>
 
 namespace {
 
@@ -162,4 +165,35 @@ TEST_F(Adapter, ContinuesAfterAFailedRemovalButNotAfterAFailedListing)
     helper->failing = L"list 2 C:\\dumps";
     EXPECT_THROW(adapter.freeDiskSpace(), VAccessDeniedException);
     EXPECT_EQ(4u, helper->calls.size()) << "calls after the failure";
+}
+
+TEST_F(Adapter, DescribesEveryOperationInTheTrail)
+{
+    const struct
+    {
+        const wchar_t* failing;
+        std::wstring trail; // of the adapter, each name without "KelvoRepair::Adapter::"
+        std::function<void()> call;
+    } rows[] = {
+        {L"exist x", L"getServiceStatus line #) getServiceStatus(x)", [&] { adapter.getServiceStatus(L"x"); }},
+        {L"mysqlmng_adm --repair", L"repairKelvoSqlServer line #) repairKelvoSqlServer()",
+            [&] { adapter.repairKelvoSqlServer(); }},
+        {L"sysinfo swap",
+            L"getSystemResources line #) getSystemResources(swap)\n   at (KelvoRepair::Adapter::"
+            L"getSystemResources line #) getSystemResources()",
+            [&] { adapter.getSystemResources(); }},
+        {L"websrvmng --restart-vhosts-app-pools 64", L"freeSystemResources line #) freeSystemResources()",
+            [&] { adapter.freeSystemResources(); }},
+        {L"root", L"getDiskSpace line #) getDiskSpace()", [&] { adapter.getDiskSpace(); }},
+        {L"list 2 C:\\dumps",
+            L"cleanDirectory line #) cleanDirectory(C:\\dumps, 2)\n   at (KelvoRepair::Adapter::"
+            L"freeDiskSpace line #) freeDiskSpace()",
+            [&] { adapter.freeDiskSpace(); }},
+        {L"shutdown --reboot --timeout=7", L"reboot line #) reboot(7)", [&] { adapter.reboot(7); }}};
+    for (const auto& [failing, trail, call] : rows) {
+        helper->failing = failing;
+        EXPECT_TRUE(fits<wchar_t>(failureOf(call), L"~ at " + std::wstring(failing) + L"\n   at (FakeSystemHelper line #)"
+                                                   L"\n   at (KelvoRepair::Adapter::" + trail))
+            << testing::PrintToString(failureOf(call));
+    }
 }
