@@ -33,9 +33,8 @@ int overflowStack(int depth)
 __attribute__((noinline)) void smashStack(int size)
 {
     char buffer[8];
-    char* volatile const begin = buffer; // hides the buffer's size from the compiler
-    for (int at = 0; at < size; ++at)
-        static_cast<volatile char*>(begin)[at] = 1; // volatile: not removed as a write that nobody reads
+    memset(buffer, 1, static_cast<std::size_t>(size));
+    __asm__ volatile("" : : "r"(buffer) : "memory"); // the compiler must not remove the write
 }
 
 struct FaultingHandler : ILogHandler
