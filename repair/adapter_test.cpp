@@ -65,8 +65,9 @@ TEST_F(Adapter, ReportsTheFiguresOfThreeUtilityRuns)
         {L"nan nan nan", zeros, L"A: 99999999999999999999\nÄ: 1\nä:3x\n", L"\"a\" : 18446744073709551615,\"ä\" : 3"},
         {L"1e30 -1e30 inf", zeros, L"\"\\/\t\x1: 5", L"\"\\\"\\\\/\\t\\u0001\" : 5"},
         {L"x", zeros, L":", L"\"\" : 0"},
-        {L"0." + std::wstring(3'000'000, L'3') + L" 0.5 2", L"\"last15min\" : 200,\"last1min\" : 33,\"last5min\" : 50",
-            L"a:" + std::wstring(3'000'000, L' ') + L"7", L"\"a\" : 7"}};
+        {L"0." + std::wstring(3'000'000, L'3') + L" 0.5 2",
+            L"\"last15min\" : 200,\"last1min\" : 33,\"last5min\" : 50", L"a:" + std::wstring(3'000'000, L' ') + L"7",
+            L"\"a\" : 7"}};
     for (const auto& [load, averages, memory, figures] : rows) {
         helper->outputs = {{L"loadavg", load}, {L"memory", memory}};
         EXPECT_EQ(L"{\"cpu\" : {" + averages + L",\"unit\" : \"%\"},\"memory\" : {" + figures + L"},\"swap\" : {}}",
@@ -192,8 +193,10 @@ TEST_F(Adapter, DescribesEveryOperationInTheTrail)
         {L"shutdown --reboot --timeout=7", L"reboot line #) reboot(7)", [&] { adapter.reboot(7); }}};
     for (const auto& [failing, trail, call] : rows) {
         helper->failing = failing;
-        EXPECT_TRUE(fits<wchar_t>(failureOf(call), L"~ at " + std::wstring(failing) + L"\n   at (FakeSystemHelper line #)"
-                                                   L"\n   at (KelvoRepair::Adapter::" + trail))
+        EXPECT_TRUE(fits<wchar_t>(failureOf(call), L"~ at " + std::wstring(failing) +
+                                                       L"\n   at (FakeSystemHelper line #)"
+                                                       L"\n   at (KelvoRepair::Adapter::" +
+                                                       trail))
             << testing::PrintToString(failureOf(call));
     }
 }

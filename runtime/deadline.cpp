@@ -42,7 +42,8 @@ Deadline::Deadline(DWORD milliseconds, Expire expire, void* context) noexcept
     first_ = this;
     if (isWatching_)
         return;
-    if (const HANDLE thread = CreateThread(nullptr, stack, watch, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr)) {
+    if (const HANDLE thread =
+            CreateThread(nullptr, stack, watch, nullptr, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr)) {
         isWatching_ = true;
         CloseHandle(thread);
     }

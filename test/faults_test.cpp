@@ -80,7 +80,8 @@ TEST_F(Faults, EndsADumpThatHangsAndLeavesNoPartOfIt)
 {
     const std::wstring dumps = root.path() + L"\\admin\\";
     setConfig(L"CrashDumpsLocation", dumps);
-    const ChildResult result = runChild(builtProgram(L"test\\fault_program.exe"), L"\"hanging dump\""); // in hastened time
+    const ChildResult result =
+        runChild(builtProgram(L"test\\fault_program.exe"), L"\"hanging dump\""); // in hastened time
     EXPECT_EQ(1u, result.exitCode);
     EXPECT_TRUE(fits<char>(result.output, "The crash dump was not written in time: 0xc0000005 at 0x~\r\n"))
         << result.output;

@@ -73,10 +73,11 @@ struct Case
         {file(L"real\\dumps\\f"), directoryLink(L"x\\way", L"..\\y\\..\\real").with(ofAdministrators)},
         {L"real\\dumps\\f"}, L"", L"@\\x\\way\\dumps"},
     {"TrustedRootedLinkInThePath",
-        {file(L"real\\dumps\\f"), directoryLink(L"way\\in", L"#\\real").with(ofAdministrators)},
-        {L"real\\dumps\\f"}, L"", L"@\\way\\in\\dumps"},
+        {file(L"real\\dumps\\f"), directoryLink(L"way\\in", L"#\\real").with(ofAdministrators)}, {L"real\\dumps\\f"},
+        L"", L"@\\way\\in\\dumps"},
     {"RelativeLinkBehindAJunction",
-        {file(L"other\\dumps\\f"), file(L"real\\other\\dumps\\f"), junction(L"way", L"@\\real").with(ofAdministrators),
+        {file(L"other\\dumps\\f"), file(L"real\\other\\dumps\\f"),
+            junction(L"way", L"@\\real").with(ofAdministrators),
             directoryLink(L"real\\in", L"..\\other").with(ofAdministrators)},
         {L"other\\dumps\\f"}, L"", L"@\\way\\in\\dumps"},
     {"TargetEndingInASeparator",
@@ -88,8 +89,8 @@ struct Case
         {file(L"other\\dumps\\f"), file(L"way\\other\\dumps\\f"),
             directoryLink(L"way\\in", L"..\\other").with(ofAdministrators)},
         {L"other\\dumps\\f"}, L"", L"@\\way\\\\in\\dumps"},
-    {"DoubledSeparatorBeforeAStepUp", {file(L"other\\dumps\\f"), file(L"way\\other\\dumps\\f")},
-        {L"other\\dumps\\f"}, L"", L"@\\way\\\\..\\other\\dumps"},
+    {"DoubledSeparatorBeforeAStepUp", {file(L"other\\dumps\\f"), file(L"way\\other\\dumps\\f")}, {L"other\\dumps\\f"},
+        L"", L"@\\way\\\\..\\other\\dumps"},
     {"ChainOfTrustedLinks",
         {file(L"real\\dumps\\f"), junction(L"second", L"@\\real").with(ofAdministrators),
             directoryLink(L"first", L"second").with(ofAdministrators)},
@@ -116,9 +117,8 @@ struct Case
         L"others than the administrators", L"\\\\?\\@\\way\\dumps"},
 
     // One directory that cannot be cleaned does not keep the others from it.
-    {"TrustedLinkToAVolumesRoot",
-        {junction(L"dumps", L"D:\\").with(ofAdministrators), file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"},
-        L"it is the root of a volume"},
+    {"TrustedLinkToAVolumesRoot", {junction(L"dumps", L"D:\\").with(ofAdministrators), file(L"panel\\tmp\\f")},
+        {L"panel\\tmp\\f"}, L"it is the root of a volume"},
     {"TrustedMountPointOfAVolumeWithALetter",
         {junction(L"dumps", L"\\??\\Volume{00000000-0000-0000-0000-000000000044}\\").with(ofAdministrators),
             file(L"panel\\tmp\\f")},
@@ -129,8 +129,8 @@ struct Case
     {"ParentIsAFile", {file(L"panel\\MGX"), file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"}},
     {"ImpossibleName", {file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"}, L"", L"@\\a<b\\dumps"},
     {"DirectoryIsAFile", {file(L"dumps")}, {}, L"Unable to read directory"},
-    {"DirectoryOfTheUtilities", {file(L"panel\\admin\\bin\\util.exe"), file(L"panel\\tmp\\f")},
-        {L"panel\\tmp\\f"}, L"it lies in a directory whose content", L"@\\panel\\admin\\bin"},
+    {"DirectoryOfTheUtilities", {file(L"panel\\admin\\bin\\util.exe"), file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"},
+        L"it lies in a directory whose content", L"@\\panel\\admin\\bin"},
     {"TrustedLinkIntoTheConfiguration",
         {file(L"panel\\etc\\x\\f"), junction(L"dumps", L"@\\panel\\etc\\x").with(ofAdministrators)}, {},
         L"it lies in a directory whose content"},
@@ -205,7 +205,8 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(LinkRun, SparesTheDirectoryOfTheProgramBehindALinkButNotTheCurrentOne)
 {
-    const std::wstring program = tree.at(L"program\\mendkit.exe"), inRoot = program.substr(0, 3) + L"mendkit_in_root.exe";
+    const std::wstring program = tree.at(L"program\\mendkit.exe"),
+                       inRoot = program.substr(0, 3) + L"mendkit_in_root.exe";
     ASSERT_TRUE(
         tree.make(file(L"program\\f")) && tree.make(junction(L"dumps", L"@\\program").with(ofAdministrators)));
     CopyFileW(builtProgram(L"app\\mendkit.exe").c_str(), program.c_str(), FALSE);

@@ -26,7 +26,8 @@ private:
     static void** find(const char* name)
     {
         void** found = nullptr;
-        visitImports([&](const char* imported, void** entry) { found = strcmp(imported, name) == 0 ? entry : found; });
+        visitImports(
+            [&](const char* imported, void** entry) { found = strcmp(imported, name) == 0 ? entry : found; });
         return found;
     }
 

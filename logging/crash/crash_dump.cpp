@@ -19,8 +19,8 @@ DWORD dumpError(DWORD code)
     return FAILED(result) && HRESULT_FACILITY(result) == FACILITY_WIN32 ? HRESULT_CODE(result) : code;
 }
 
-/// Limits a dump: a process that dumps itself can deadlock with the loader. The watching thread starts with the program,
-/// because one that is started at a fault inside the loader would wait for it.
+/// Limits a dump: a process that dumps itself can deadlock with the loader. The watching thread starts with the
+/// program, because one that is started at a fault inside the loader would wait for it.
 class DumpDeadline
 {
 public:

@@ -67,7 +67,8 @@ bool markForDeletion(HANDLE file, BOOL isMarked) noexcept
 
 } // namespace
 
-CrashDumpFile::CrashDumpFile(const std::wstring& name) : file_(create(name)), isMarked_(markForDeletion(file_.get(), TRUE))
+CrashDumpFile::CrashDumpFile(const std::wstring& name)
+    : file_(create(name)), isMarked_(markForDeletion(file_.get(), TRUE))
 {
 }
 

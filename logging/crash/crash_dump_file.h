@@ -5,8 +5,8 @@
 #include <string>
 
 /// The file of a dump, always newly created. Only SYSTEM and Administrators have access, because a dump contains the
-/// secrets that logs mask. Opened with read sharing. Until keep() is called the file is marked for deletion: it goes with
-/// its last handle, also when the process is terminated.
+/// secrets that logs mask. Opened with read sharing. Until keep() is called the file is marked for deletion: it goes
+/// with its last handle, also when the process is terminated.
 class CrashDumpFile
 {
 public:

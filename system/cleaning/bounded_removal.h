@@ -3,8 +3,8 @@
 #include "runtime/deadline.h"
 #include "system/cleaning/idirectory_source.h"
 
-/// Decides, on a given source: removals that do not return are cancelled. The holder of an oplock on an object can keep
-/// its removal waiting without an end.
+/// Decides, on a given source: removals that do not return are cancelled. The holder of an oplock on an object can
+/// keep its removal waiting without an end.
 class BoundedRemoval
 {
 public:

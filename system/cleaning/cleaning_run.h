@@ -8,10 +8,10 @@
 #include <optional>
 #include <string>
 
-/// Decides, on a given source: empties directories for a caller that lists a directory and then removes its entries one
-/// by one. The listed directory stays open until the next one is listed, so that the entries are removed from the same
-/// directory. All removals of the run together wait at most two seconds for objects that other processes have open. Not
-/// safe for several threads.
+/// Decides, on a given source: empties directories for a caller that lists a directory and then removes its entries
+/// one by one. The listed directory stays open until the next one is listed, so that the entries are removed from the
+/// same directory. All removals of the run together wait at most two seconds for objects that other processes have
+/// open. Not safe for several threads.
 class CleaningRun
 {
 public:
@@ -20,7 +20,8 @@ public:
 
     /// @param source          weak: must outlive the object
     /// @param longestRemoval  milliseconds, of one call
-    CleaningRun(IDirectorySource& source, Needed needed, DWORD longestRemoval = BoundedRemoval::longestRemoval) noexcept
+    CleaningRun(
+        IDirectorySource& source, Needed needed, DWORD longestRemoval = BoundedRemoval::longestRemoval) noexcept
         : source_(source), needed_(needed), bounded_(source, longestRemoval)
     {
     }
@@ -34,8 +35,8 @@ public:
     DirectoryEntries list(const std::wstring& path, ListingKind kind);
 
     /// Removes a file or a link; the target of a link stays. An untrusted link in the path is not followed. A missing
-    /// entry counts as removed. After two cancelled removals in a directory (BoundedRemoval) its other entries are left
-    /// alone with one Warning and without an exception.
+    /// entry counts as removed. After two cancelled removals in a directory (BoundedRemoval) its other entries are
+    /// left alone with one Warning and without an exception.
     /// @param path  absolute; the name after the last backslash is taken literally
     /// @throws vosexception "Unable to remove path (<path of the entry that could not be removed>)"
     void removeFile(const std::wstring& path);

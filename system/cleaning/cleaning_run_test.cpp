@@ -14,8 +14,7 @@ namespace {
 std::vector<NeededDirectories::Needed> needed()
 {
     static constexpr const wchar_t* exceptions[] = {L"\\temp", L"\\Profiles\\*\\Temp"};
-    return {{L"X:\\Windows", true, exceptions}, {L"X:\\panel\\data"},
-        {L"X:\\panel\\etc", true}, {L"X:\\missing"}};
+    return {{L"X:\\Windows", true, exceptions}, {L"X:\\panel\\data"}, {L"X:\\panel\\etc", true}, {L"X:\\missing"}};
 }
 
 struct Cleaning : testing::Test
@@ -77,8 +76,9 @@ struct Cleaning : testing::Test
 
 TEST_F(Cleaning, RefusesDirectoriesThatAreNeededHoweverTheyAreReached)
 {
-    for (const wchar_t* path : {L"Windows\\System32\\drivers", L"Windows\\Temp\\x", L"Windows\\Temporary",
-             L"Windows\\Profiles\\a\\Temp", L"Windows\\Profiles\\Temp", L"panel\\data\\x", L"panel\\etc\\x", L"panel\\x"})
+    for (const wchar_t* path :
+        {L"Windows\\System32\\drivers", L"Windows\\Temp\\x", L"Windows\\Temporary", L"Windows\\Profiles\\a\\Temp",
+            L"Windows\\Profiles\\Temp", L"panel\\data\\x", L"panel\\etc\\x", L"panel\\x"})
         file(path, L"f");
     source.link(source.volume, L"link", at(L"Windows\\System32"), L"\\\\?\\X:\\Windows\\System32")->isTrusted = true;
     const struct
@@ -96,8 +96,10 @@ TEST_F(Cleaning, RefusesDirectoriesThatAreNeededHoweverTheyAreReached)
         records.records.clear();
         const std::wstring before = ScriptedSource::content(source.volume);
         cleanDirectory(path);
-        EXPECT_EQ(reason != nullptr, before == ScriptedSource::content(source.volume)) << testing::PrintToString(path);
-        EXPECT_NE(std::wstring::npos, logged(LogLevel::Warning).find(reason ? reason : L"")) << testing::PrintToString(path);
+        EXPECT_EQ(reason != nullptr, before == ScriptedSource::content(source.volume))
+            << testing::PrintToString(path);
+        EXPECT_NE(std::wstring::npos, logged(LogLevel::Warning).find(reason ? reason : L""))
+            << testing::PrintToString(path);
         EXPECT_EQ(reason ? 1u : 0u, EventReports::take().size()) << testing::PrintToString(path);
     }
 }
@@ -125,8 +127,9 @@ TEST_F(Cleaning, LeavesADirectoryAfterTwoRemovalsThatDoNotReturn)
     EXPECT_EQ(L"", ScriptedSource::content(next));
     EXPECT_EQ(L"The rest of the directory 'X:\\clean' is left alone: another process keeps removals waiting\n",
         logged(LogLevel::Warning));
-    EXPECT_TRUE(logged(LogLevel::Info).find(L"2 entries removed (4096 bytes), 4 kept, # ms. The first one that was "
-                                            L"kept: 'X:\\clean\\a', ") != std::wstring::npos)
+    EXPECT_TRUE(logged(LogLevel::Info)
+                    .find(L"2 entries removed (4096 bytes), 4 kept, # ms. The first one that was "
+                          L"kept: 'X:\\clean\\a', ") != std::wstring::npos)
         << testing::PrintToString(logged(LogLevel::Info));
 }
 
@@ -164,7 +167,8 @@ TEST_F(Cleaning, TellsWhatBecameOfTheEntries)
     EventReports::take();
     run->finish();
     EXPECT_EQ(std::vector<WORD>{EVENTLOG_WARNING_TYPE}, EventReports::take());
-    EXPECT_TRUE(logged(LogLevel::Warning).starts_with(L"No disk space was freed: 0 entries removed (0 bytes), 1 kept"));
+    EXPECT_TRUE(
+        logged(LogLevel::Warning).starts_with(L"No disk space was freed: 0 entries removed (0 bytes), 1 kept"));
     run.reset();
     EXPECT_EQ(0, source.openObjects);
 }

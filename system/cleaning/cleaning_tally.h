@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <string>
 
-/// Counts what became of the entries of the cleaned directories, and logs it: one Info record per directory, one for all
-/// of them. A Warning for the administrators tells of a run that removed nothing although there was something.
+/// Counts what became of the entries of the cleaned directories, and logs it: one Info record per directory, one for
+/// all of them. A Warning for the administrators tells of a run that removed nothing although there was something.
 class CleaningTally
 {
 public:

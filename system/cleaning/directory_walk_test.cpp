@@ -78,8 +78,7 @@ TEST(DirectoryWalk, EndsInAVolumesRootOnlyAtItsOnlyMountPoint)
     } rows[] = {{L"its only mount point", L"X:\\mount", name, {L"x:\\Mount\\"}, ERROR_SUCCESS},
         {L"a drive letter too", L"X:\\mount", name, {L"X:\\mount\\", L"D:\\"}},
         {L"only a drive letter", L"X:\\mount", name, {L"D:\\"}},
-        {L"another mount point", L"X:\\mount", name, {L"X:\\other\\"}},
-        {L"mounted nowhere", L"X:\\mount", name, {}},
+        {L"another mount point", L"X:\\mount", name, {L"X:\\other\\"}}, {L"mounted nowhere", L"X:\\mount", name, {}},
         {L"a link to a drive", L"X:\\mount", L"\\\\?\\D:\\", {L"X:\\mount\\"}},
         {L"a link to the mount point", L"X:\\link", L"\\\\?\\X:\\mount", {L"X:\\mount\\"}, ERROR_SUCCESS},
         {L"up to the root", L"X:\\mount", name + L"in\\..", {L"X:\\mount\\"}}};

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
-/// Reaches the file system: removes open files, links and empty directories (opened with DELETE), also read-only ones, of
-/// one volume. With POSIX semantics a name is free at once, even while other handles are open. On file systems without
-/// them it is free when the last handle closes. Other hard links of a file keep its attributes.
+/// Reaches the file system: removes open files, links and empty directories (opened with DELETE), also read-only
+/// ones, of one volume. With POSIX semantics a name is free at once, even while other handles are open. On file
+/// systems without them it is free when the last handle closes. Other hard links of a file keep its attributes.
 class Disposition
 {
 public:

@@ -12,8 +12,8 @@ struct ArenaPieces
     std::size_t left = 0;
 };
 
-/// Allocates the nodes of a list from large pieces: a list of a million entries then has no block header per node. The
-/// memory is freed with the last list that shares it, not with the single nodes.
+/// Allocates the nodes of a list from large pieces: a list of a million entries then has no block header per node.
+/// The memory is freed with the last list that shares it, not with the single nodes.
 template <typename T>
 class EntryArena
 {

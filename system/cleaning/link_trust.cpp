@@ -12,8 +12,8 @@ namespace {
 /// Whether the access list lets an untrusted account change the object.
 bool mayOthersChange(PACL list)
 {
-    constexpr DWORD changing = FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES | DELETE | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE |
-                               GENERIC_ALL | MAXIMUM_ALLOWED;
+    constexpr DWORD changing = FILE_WRITE_DATA | FILE_WRITE_ATTRIBUTES | DELETE | WRITE_DAC | WRITE_OWNER |
+                               GENERIC_WRITE | GENERIC_ALL | MAXIMUM_ALLOWED;
     const auto changers = identity::granted(list, changing);
     return !changers || !std::all_of(changers->begin(), changers->end(), identity::isSystemAuthority);
 }

@@ -43,7 +43,8 @@ std::vector<Needed> neededDirectories()
     all.push_back({windows, true, temporary});
     all.push_back({path::append(windows, L"System32")});
     all.push_back({program.substr(0, program.rfind(L'\\') + 1)}); // "C:" alone would be the current directory
-    const std::wstring root = registered(config::installationDirectory), answered = panel::knownInstallationDirectory();
+    const std::wstring root = registered(config::installationDirectory),
+                       answered = panel::knownInstallationDirectory();
     addInstallation(all, root);
     if (answered != root)
         addInstallation(all, answered);

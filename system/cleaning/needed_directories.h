@@ -7,8 +7,8 @@
 #include <vector>
 
 /// Decides, on a given source, whether a directory may be emptied: not when the machine needs it, or what lies around
-/// it. Directories are compared by their identity, so links, short names, substituted drives and shares of this machine
-/// do not matter.
+/// it. Directories are compared by their identity, so links, short names, substituted drives and shares of this
+/// machine do not matter.
 class NeededDirectories
 {
 public:

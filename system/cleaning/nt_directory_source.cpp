@@ -38,10 +38,10 @@ ListedEntry entryOf(const FILE_FULL_DIR_INFO& found)
     };
     const bool isReparsePoint = (found.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     // For reparse points EaSize holds the tag.
-    return {{std::wstring(found.FileName, found.FileNameLength / sizeof(wchar_t)), found.FileAttributes,
-                isReparsePoint, isReparsePoint && isLinkTag(found.EaSize),
-                static_cast<std::uint64_t>(found.EndOfFile.QuadPart), time(found.CreationTime),
-                time(found.LastAccessTime), time(found.LastWriteTime)},
+    return {
+        {std::wstring(found.FileName, found.FileNameLength / sizeof(wchar_t)), found.FileAttributes, isReparsePoint,
+            isReparsePoint && isLinkTag(found.EaSize), static_cast<std::uint64_t>(found.EndOfFile.QuadPart),
+            time(found.CreationTime), time(found.LastAccessTime), time(found.LastWriteTime)},
         static_cast<std::uint64_t>(found.AllocationSize.QuadPart)};
 }
 
@@ -79,8 +79,8 @@ DWORD NtDirectorySource::open(Handle directory, std::wstring_view name, const Op
     // Refuses a directory that has become a link since it was opened.
     constexpr ULONG dontReparse = 0x1000; // OBJ_DONT_REPARSE, from Windows 10 on
     OBJECT_ATTRIBUTES attributes;
-    InitializeObjectAttributes(
-        &attributes, &text, (refusesLinks_ ? dontReparse : 0) | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
+    InitializeObjectAttributes(&attributes, &text,
+        (refusesLinks_ ? dontReparse : 0) | (opening.anyCase ? OBJ_CASE_INSENSITIVE : 0), directory, nullptr);
 
     // Rights on the directory grant FILE_READ_ATTRIBUTES and DELETE for its entries, even when an entry's own access
     // list denies everything. Further rights are requested only when needed.
@@ -164,7 +164,8 @@ DWORD NtDirectorySource::locationOf(Handle object, std::wstring& location)
 DWORD NtDirectorySource::pathOf(Handle object, std::wstring& path)
 {
     wchar_t buffer[0x8000];
-    for (const DWORD form : {VOLUME_NAME_DOS, VOLUME_NAME_GUID}) { // a volume without a drive letter has only the latter
+    for (const DWORD form :
+        {VOLUME_NAME_DOS, VOLUME_NAME_GUID}) { // a volume without a drive letter has only the latter
         const DWORD length =
             GetFinalPathNameByHandleW(object, buffer, std::size(buffer), FILE_NAME_NORMALIZED | form);
         if (length > 0 && length < std::size(buffer)) {
@@ -190,7 +191,8 @@ DWORD NtDirectorySource::mountsOf(const std::wstring& volume, std::vector<std::w
 {
     std::vector<wchar_t> names(MAX_PATH);
     DWORD length = 0;
-    while (!GetVolumePathNamesForVolumeNameW(volume.c_str(), names.data(), static_cast<DWORD>(names.size()), &length)) {
+    while (
+        !GetVolumePathNamesForVolumeNameW(volume.c_str(), names.data(), static_cast<DWORD>(names.size()), &length)) {
         if (GetLastError() != ERROR_MORE_DATA || length <= names.size())
             return GetLastError();
         names.resize(length);

@@ -6,8 +6,8 @@
 #include <functional>
 #include <string_view>
 
-/// Holds the sizes that a listing told, for a caller that removes the entries in the order of the listing. Four bytes for
-/// an entry of a few kilobytes: directories may have millions.
+/// Holds the sizes that a listing told, for a caller that removes the entries in the order of the listing. Four bytes
+/// for an entry of a few kilobytes: directories may have millions.
 class ToldSizes
 {
 public:

@@ -57,8 +57,8 @@ private:
 
     DWORD openEntry(IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name,
         const Opening& opening, OpenObject& opened);
-    DWORD removeEntryAt(
-        IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name, std::uint64_t bytes);
+    DWORD removeEntryAt(IDirectorySource::Handle parent, std::wstring_view parentLocation, std::wstring_view name,
+        std::uint64_t bytes);
     DWORD removeObject(IDirectorySource::Handle object, std::uint64_t bytes);
     DWORD enter(IDirectorySource::Handle parent, const std::wstring& name);
     DWORD listEntries(Level& level, std::deque<File>& files);

@@ -28,7 +28,6 @@ constexpr bool isMissing(DWORD code) noexcept
 /// A server or a drive that is not there counts as a missing path.
 constexpr DWORD missingIfUnreachable(DWORD code) noexcept
 {
-    const bool isUnreachable =
-        code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME || code == ERROR_NOT_READY;
+    const bool isUnreachable = code == ERROR_BAD_NETPATH || code == ERROR_BAD_NET_NAME || code == ERROR_NOT_READY;
     return isUnreachable ? DWORD{ERROR_PATH_NOT_FOUND} : code;
 }

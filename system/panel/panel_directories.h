@@ -2,8 +2,8 @@
 
 #include <string>
 
-/// The panel's directories as its management service names them. All are normalised paths. Where the system finds another
-/// directory at the path as it was answered, the directory is not used.
+/// The panel's directories as its management service names them. All are normalised paths. Where the system finds
+/// another directory at the path as it was answered, the directory is not used.
 ///
 /// Where identities that are not trusted may have answered in the service's place
 /// (KelvoSrvClient::needsConfirmation), the registry, which only administrators can write, has to confirm the

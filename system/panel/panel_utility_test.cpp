@@ -227,7 +227,8 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
     panel::dumpTempDirectory();
     EXPECT_TRUE(panel::mayCleanDumpTempDirectory(system)) << "the service is trusted";
 
-    const std::wstring literal = L"\\\\?\\" + root + L"\\dumps."; // the normalised path loses the prefix, and then the dot
+    const std::wstring literal =
+        L"\\\\?\\" + root + L"\\dumps."; // the normalised path loses the prefix, and then the dot
     CreateDirectoryW(literal.c_str(), nullptr);
     CreateDirectoryW((root + L"\\dumps").c_str(), nullptr);
     server = serve(literal.c_str(), ScriptedPipe::trustedSecurity);
