@@ -36,7 +36,7 @@ DWORD WINAPI Deadline::watch(void*) noexcept
 Deadline::Deadline(DWORD milliseconds, Expire expire, void* context) noexcept
     : limit_(milliseconds), expire_(expire), context_(context)
 {
-    constexpr SIZE_T stack = 64 * 1024;
+    constexpr SIZE_T stack = SIZE_T{64} * 1024;
     const Lock locked(lock_);
     next_ = first_;
     first_ = this;

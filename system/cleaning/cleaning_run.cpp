@@ -44,19 +44,19 @@ DWORD CleaningRun::open(const std::wstring& path)
 {
     listed_.reset();
     if (!neededDirectories_) {
-        NeededDirectories all(source_);
+        auto all = std::make_unique<NeededDirectories>(source_);
         for (const NeededDirectories::Needed& needed : needed_()) {
-            if (const DWORD code = all.add(needed))
+            if (const DWORD code = all->add(needed))
                 return code;
         }
-        neededDirectories_.emplace(std::move(all));
+        neededDirectories_ = std::move(all);
     }
     WalkedDirectory found{{OpenObject(source_), {}}, {}};
     DWORD code = openCleanedDirectory(source_, path, found);
     if (code == ERROR_SUCCESS)
         code = neededDirectories_->refuse(found);
     if (code == ERROR_SUCCESS)
-        listed_.emplace(Listed{path, std::move(found), {}});
+        listed_ = std::make_unique<Listed>(Listed{path, std::move(found), {}});
     return code;
 }
 

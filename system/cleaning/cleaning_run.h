@@ -5,7 +5,7 @@
 #include "system/cleaning/told_sizes.h"
 #include "system/cleaning/tree_removal.h"
 
-#include <optional>
+#include <memory>
 #include <string>
 
 /// Decides, on a given source: empties directories for a caller that lists a directory and then removes its entries
@@ -69,9 +69,9 @@ private:
 
     IDirectorySource& source_;
     const Needed needed_;
-    std::optional<NeededDirectories> neededDirectories_;
+    std::unique_ptr<NeededDirectories> neededDirectories_;
     BoundedRemoval bounded_;
     RetryBudget retries_{2000};
     CleaningTally tally_;
-    std::optional<Listed> listed_;
+    std::unique_ptr<Listed> listed_;
 };

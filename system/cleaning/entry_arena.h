@@ -28,7 +28,7 @@ public:
 
     T* allocate(std::size_t count)
     {
-        constexpr std::size_t pieceSize = 64 * 1024;
+        constexpr std::size_t pieceSize = std::size_t{64} * 1024;
         static_assert(alignof(T) == sizeof(void*) && sizeof(T) % alignof(T) == 0, "sizes keep the alignment");
         const std::size_t size = count * sizeof(T);
         if (pieces_->left < size) {

@@ -17,6 +17,7 @@ public:
         std::wstring path;
         bool isWhole = false; // its content is needed too; else only the directory itself and what it lies in
         /// Exceptions from its content: static paths within it, "\\Temp". "*" stands for any one name.
+        // NOLINTNEXTLINE(readability-redundant-member-init): GCC wants it where the member is left out
         std::span<const wchar_t* const> exceptions = {};
     };
 
