@@ -2,7 +2,10 @@
 #include "runtime/handle/handles.h"
 #include "system/default_system_helper.h"
 #include "test/failure.h"
+#include "test/replaced_import.h"
 #include "test/stress.h"
+
+#include <winternl.h>
 
 #include <list>
 #include <set>
@@ -67,6 +70,38 @@ protected:
     const std::wstring clean = base + L"\\clean", outside = base + L"\\outside";
     std::wstring before;
 };
+
+// A system before Windows 10, which knows neither POSIX removal nor OBJ_DONT_REPARSE. The originals are found by
+// name, because the imports are replaced.
+template <typename Function>
+Function* original(const wchar_t* module, const char* name)
+{
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(module), name)));
+}
+int unknown = 0; // requests that it does not know
+
+BOOL WINAPI setWithoutPosix(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* information, DWORD size)
+{
+    static const auto set = original<decltype(SetFileInformationByHandle)>(L"kernel32", "SetFileInformationByHandle");
+    constexpr int dispositionEx = 21;
+    if (static_cast<int>(kind) != dispositionEx)
+        return set(file, kind, information, size);
+    ++unknown;
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
+}
+
+NTSTATUS NTAPI createWithoutDontReparse(HANDLE* file, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
+    IO_STATUS_BLOCK* status, LARGE_INTEGER* size, ULONG flags, ULONG sharing, ULONG disposition, ULONG options,
+    void* extra, ULONG extraSize)
+{
+    static const auto create = original<decltype(NtCreateFile)>(L"ntdll", "NtCreateFile");
+    constexpr ULONG dontReparse = 0x1000;
+    if ((attributes->Attributes & dontReparse) == 0)
+        return create(file, access, attributes, status, size, flags, sharing, disposition, options, extra, extraSize);
+    ++unknown;
+    return static_cast<NTSTATUS>(0xC000000D);
+}
 
 } // namespace
 
@@ -142,4 +177,17 @@ TEST_P(Removal, NamesTheEntryThatCannotBeRemoved)
     EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeFile(clean + L"\\none"); }));
     EXPECT_TRUE(helper.listDirectory(L"C:\\windows\\SYSTEM32", 2).empty()) << "the system directory is never listed";
     EXPECT_NE(L"nothing thrown", failureOf<vosexception>([&] { helper.removeFile(inner); })) << "a directory";
+}
+
+TEST_P(Removal, AsksOnlyOnceForWhatAVolumeDoesNotKnow)
+{
+    const ReplacedImport set("SetFileInformationByHandle", setWithoutPosix),
+        create("NtCreateFile", createWithoutDontReparse);
+    for (int number = 0; number < 10; ++number)
+        file(clean + L"\\" + std::to_wstring(number));
+    unknown = 0;
+    EXPECT_TRUE(cleanAll().empty());
+    EXPECT_EQ(L"", content(clean));
+    EXPECT_GE(unknown, 2);
+    EXPECT_LE(unknown, 3) << "two forms of POSIX removal, and the refusal of links";
 }
