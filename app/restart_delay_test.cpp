@@ -20,7 +20,8 @@ TEST(RestartDelay, WarnsAdministratorsOfAllThatIsNotANumberOfSeconds)
     } rows[] = {{L"0", 0, true}, {L" \t+15", 15, true}, {L"-0", 0, true}, {L"2147483647", 2147483647, true},
         {L"007", 7, true}, {L"", 0, false}, {L" ", 0, false}, {L"+", 0, false}, {L"5m", 5, false}, {L"5 ", 5, false},
         {L"abc", 0, false}, {L"99999999999", 2147483647, false}, {L"-1", UINT32_MAX, false},
-        {L"4294967295", 2147483647, false}, {L"18446744073709551621", 2147483647, false}};
+        {L"-2147483648", 2147483648, false}, {L"4294967295", 2147483647, false},
+        {L"18446744073709551621", 2147483647, false}};
     for (const auto& [text, seconds, isNumber] : rows) {
         EXPECT_EQ(seconds, restartDelay(text)) << testing::PrintToString(text);
         EXPECT_EQ(isNumber ? none : warning, EventReports::take()) << testing::PrintToString(text);
