@@ -7,8 +7,12 @@
 
 namespace std { // NOLINT(cert-dcl58-cpp): replaces the library's own functions
 
-ios_base::Init::Init() = default;
-ios_base::Init::~Init() = default;
+ios_base::Init::Init()
+{
+}
+ios_base::Init::~Init()
+{
+}
 
 } // namespace std
 
