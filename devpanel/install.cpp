@@ -38,7 +38,7 @@ void installService(const std::wstring& program)
 
 void installPanel()
 {
-    const std::wstring root = panelRoot;
+    const std::wstring root = panelRoot();
     for (const wchar_t* directory : {L"", L"admin", L"admin\\bin", L"admin\\bin64", L"admin\\logs", L"etc",
              L"etc\\crashdumps", L"var", L"var\\dumps", L"tmp"})
         makeDirectory(path::combine(root, directory));

@@ -4,6 +4,8 @@
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
 #include "runtime/failure/vexception.h"
+#include "runtime/module.h"
+#include "runtime/path.h"
 
 #include <windows.h>
 
@@ -26,7 +28,7 @@ void report(DWORD state)
 }
 
 /// The service runs until it is stopped, for at most a minute. With an argument it serves a pipe of that name, which
-/// its own account owns.
+/// its own account owns. Its image lies in admin\bin64 of the installation directory.
 void WINAPI runService(DWORD argc, wchar_t** argv)
 {
     stopped = CreateEventW(nullptr, TRUE, FALSE, nullptr);
@@ -36,7 +38,9 @@ void WINAPI runService(DWORD argc, wchar_t** argv)
     });
     report(SERVICE_RUNNING);
     if (argc > 1)
-        std::thread(servePipe, 0, argv[1], PanelValues{}, Con::ServerOverlappedPipe::Owner::user).detach();
+        std::thread(servePipe, 0, argv[1], PanelValues{path::combine(moduleFileName(), L"..\\..\\..")},
+            Con::ServerOverlappedPipe::Owner::user)
+            .detach();
     WaitForSingleObject(stopped, 60'000);
     report(SERVICE_STOPPED);
 }

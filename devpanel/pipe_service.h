@@ -2,18 +2,25 @@
 
 #include "config/pipe/server_pipe.h"
 
+#include <cstdlib>
 #include <string>
 
 // The stand-in for the panel's management service.
 
-inline constexpr wchar_t panelRoot[] = L"C:\\Program Files\\Kelvo Panel";
 inline constexpr wchar_t panelPipe[] = L"kelvo_devpanel";
+
+/// The installation directory of the stand-in. proof/prove.exe names the drive that it uses instead of the system's.
+inline std::wstring panelRoot()
+{
+    const wchar_t* const drive = _wgetenv(L"MENDKIT_PROOF_DRIVE");
+    return (drive ? std::wstring(drive) : L"C:\\Program Files") + L"\\Kelvo Panel";
+}
 
 /// What the service answers.
 struct PanelValues
 {
-    std::wstring root = panelRoot;
-    std::wstring dumps = std::wstring(panelRoot) + L"\\var\\dumps";
+    std::wstring root = panelRoot();
+    std::wstring dumps = root + L"\\var\\dumps";
 };
 
 /// Serves the pipe, one client at a time, until no client has connected for five seconds. Returns at once when

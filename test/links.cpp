@@ -1,5 +1,6 @@
 #include "test/links.h"
 
+#include "test/kit.h"
 #include "test/sandbox.h"
 
 #include <sddl.h>
@@ -141,7 +142,11 @@ void removeTree(const std::wstring& path)
 
 } // namespace
 
-LinkTree::LinkTree() : base_(GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:\\mk" : L"C:\\mk")
+LinkTree::LinkTree()
+    : base_((!kit::drive().empty()                      ? kit::drive()
+                : GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:"
+                                                        : L"C:") +
+            L"\\mk")
 {
     clear();
     CreateDirectoryW(base_.c_str(), nullptr);
@@ -161,8 +166,11 @@ bool LinkTree::canLink() const
 
 std::wstring LinkTree::expanded(std::wstring text) const
 {
-    for (std::size_t found = 0; (found = text.find_first_of(L"@#")) != std::wstring::npos;)
-        text.replace(found, 1, text[found] == L'@' ? base_ : base_.substr(2));
+    for (std::size_t found = 0; (found = text.find_first_of(L"@#^")) != std::wstring::npos;)
+        text.replace(found, 1,
+            text[found] == L'@'   ? base_
+            : text[found] == L'#' ? base_.substr(2)
+                                  : base_.substr(0, 3));
     return text;
 }
 

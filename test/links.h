@@ -83,7 +83,7 @@ public:
 
     std::wstring at(const std::wstring& path) const { return path.empty() ? base_ : base_ + L'\\' + path; }
 
-    /// Replaces @ in a text by the folder's path and # by its path without the drive.
+    /// Replaces @ in a text by the folder's path, # by its path without the drive and ^ by the root of its volume.
     std::wstring expanded(std::wstring text) const;
 
     /// Makes an object and the directories above it. @return false, with the last error, on failure

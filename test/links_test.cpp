@@ -117,7 +117,7 @@ struct Case
         L"others than the administrators", L"\\\\?\\@\\way\\dumps"},
 
     // One directory that cannot be cleaned does not keep the others from it.
-    {"TrustedLinkToAVolumesRoot", {junction(L"dumps", L"D:\\").with(ofAdministrators), file(L"panel\\tmp\\f")},
+    {"TrustedLinkToAVolumesRoot", {junction(L"dumps", L"^").with(ofAdministrators), file(L"panel\\tmp\\f")},
         {L"panel\\tmp\\f"}, L"it is the root of a volume"},
     {"TrustedMountPointOfAVolumeWithALetter",
         {junction(L"dumps", L"\\??\\Volume{00000000-0000-0000-0000-000000000044}\\").with(ofAdministrators),

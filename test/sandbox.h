@@ -1,6 +1,7 @@
 #pragma once
 
 #include "runtime/vdatetime.h"
+#include "test/kit.h"
 #include "test/registry_override.h"
 
 #include <gtest/gtest.h>
@@ -23,7 +24,8 @@ public:
     {
         wchar_t base[MAX_PATH], name[MAX_PATH];
         GetTempPathW(MAX_PATH, base);
-        GetTempFileNameW(base, L"mk", 0, name);
+        const std::wstring drive = kit::drive();
+        GetTempFileNameW(drive.empty() ? base : (drive + L"\\").c_str(), L"mk", 0, name);
         DeleteFileW(name);
         path_ = name + std::wstring(L" ä Ж");
         for (const wchar_t* part : {L"", L"\\admin", L"\\admin\\bin", L"\\admin\\bin64", L"\\admin\\logs"})

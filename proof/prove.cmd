@@ -1,0 +1,3 @@
+@echo off
+"%~dp0bin\proof\prove.exe" %*
+exit /b %errorlevel%

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+// What a run of the kit leaves on the machine until it is removed.
+
+/// Notes in the registry what an interrupted run would leave. @param disk  the file of the virtual disk
+void markRun(const std::wstring& disk, const std::wstring& account);
+
+/// Whether an earlier run was interrupted.
+bool hasMark();
+
+/// Removes what this run or an interrupted one made: the keys, the services, the account, the disk.
+void removeTraces();
+
+/// What Windows itself keeps of a run, a line each.
+std::vector<std::string> remainingTraces();
