@@ -1,4 +1,5 @@
-# Fails the build when the image lacks a protection (ASLR, NX) or an export, or imports unexpected DLLs.
+# Fails the build when the image lacks a protection (ASLR, NX), the version of the oldest supported
+# system or an export, or imports unexpected DLLs.
 # Usage: cmake -DOBJDUMP=<objdump> -DIMAGE=<file.exe> -DSYMBOLS=<file with its symbols> -P check_image.cmake
 execute_process(COMMAND ${OBJDUMP} -p ${IMAGE} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ${OBJDUMP} -t ${SYMBOLS} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
@@ -13,6 +14,8 @@ require("HIGH_ENTROPY_VA" "high-entropy ASLR")
 require("DYNAMIC_BASE" "ASLR")
 require("NX_COMPAT" "NX")
 require("Magic[ \t]+020b" "the 64-bit image format")
+require("MajorSubsystemVersion[ \t]+10[\r\n]" "the oldest supported system (subsystem version 10.0)")
+require("MinorSubsystemVersion[ \t]+0[\r\n]" "the oldest supported system (subsystem version 10.0)")
 # Without a relocation table the loader cannot move the image, although the ASLR flags are set.
 require("Entry 5 [0-9a-f]+ 0*[1-9a-f][0-9a-f]* Base Relocation" "the relocation table")
 

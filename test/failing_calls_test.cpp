@@ -38,7 +38,7 @@ struct Command
     {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}", 0, true},
     {L"--bogus", oneLine("command --bogus" + notSupported), 1, true}};
 
-const fs::path panel = panelRoot, cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
+const fs::path panel = panelRoot(), cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
 
 constexpr wchar_t pipe[] = L"failing_calls";
 

@@ -47,7 +47,7 @@ bool writeToConsole(HANDLE console, std::string lines)
 {
     replaceAll(lines, "\n", "\r\n");
     const std::wstring text = toWide(lines, utf8CodePage);
-    constexpr std::size_t largest = 8192; // WriteConsole refuses texts beyond some 64 KiB on older systems
+    constexpr std::size_t largest = 8192; // WriteConsole fails when the console's heap has no room for the text
     for (std::wstring_view rest = text; !rest.empty();) {
         std::size_t count = std::min(rest.size(), largest);
         if (count < rest.size() && IS_HIGH_SURROGATE(rest[count - 1]))

@@ -45,7 +45,15 @@ Account::~Account()
         remove(name_);
 }
 
-void Account::remove(const std::wstring& name)
+bool Account::exists(const std::wstring& name)
+{
+    BYTE* information = nullptr;
+    const NET_API_STATUS status = NetUserGetInfo(nullptr, name.c_str(), 0, &information);
+    NetApiBufferFree(information);
+    return status == NERR_Success;
+}
+
+bool Account::remove(const std::wstring& name)
 {
     BYTE sid[SECURITY_MAX_SID_SIZE];
     wchar_t domain[256];
@@ -57,5 +65,6 @@ void Account::remove(const std::wstring& name)
         const UniqueLocalMemory memory(text);
         DeleteProfileW(text, nullptr, nullptr); // fails where the account has none
     }
-    NetUserDel(nullptr, name.c_str());
+    const NET_API_STATUS status = NetUserDel(nullptr, name.c_str());
+    return status == NERR_Success || status == NERR_UserNotFound;
 }

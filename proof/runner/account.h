@@ -12,8 +12,11 @@ public:
     Account& operator=(const Account&) = delete;
     ~Account();
 
+    static bool exists(const std::wstring& name);
+
     /// Removes an account that this process or an earlier one made, with its profile.
-    static void remove(const std::wstring& name);
+    /// @return false when it is still there
+    static bool remove(const std::wstring& name);
 
     const std::wstring& name() const { return name_; }
     const std::wstring& password() const { return password_; }

@@ -85,10 +85,10 @@ Disk::~Disk()
     remove(file_);
 }
 
-void Disk::remove(const std::wstring& file)
+bool Disk::remove(const std::wstring& file)
 {
     if (GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES)
-        return;
+        return true;
     runDiskpart(file + L".txt", L"select vdisk file=\"" + file + L"\"\r\ndetach vdisk\r\n");
-    DeleteFileW(file.c_str());
+    return DeleteFileW(file.c_str());
 }

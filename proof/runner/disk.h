@@ -14,7 +14,8 @@ public:
     ~Disk();
 
     /// Detaches a disk that this process or an earlier one made, and deletes its file.
-    static void remove(const std::wstring& file);
+    /// @return false when the file is still there
+    static bool remove(const std::wstring& file);
 
     const std::wstring& drive() const { return drive_; }           // like "V:"
     const std::wstring& bareVolume() const { return bareVolume_; } // like "\\?\Volume{...}\"

@@ -26,6 +26,8 @@ Options readOptions(int count, const wchar_t* const* arguments)
             *value = arguments[++at];
         else if (word == L"--empty-windows-temp")
             options.mayEmptyWindowsTemp = true;
+        else if (word == L"--help" || word == L"/?")
+            options.isHelp = true;
         else if (word == L"--list")
             options.isList = true;
         else if (word == L"--clean")

@@ -9,6 +9,7 @@ struct Options
     std::wstring report;              // --report FILE
     std::wstring only;                // --only TEXT: the facts whose names contain it
     bool mayEmptyWindowsTemp = false; // --empty-windows-temp
+    bool isHelp = false;              // --help
     bool isList = false;              // --list
     bool isClean = false;             // --clean
     std::string objection;            // why the command line is wrong; empty when it is right

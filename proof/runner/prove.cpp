@@ -71,6 +71,7 @@ int prove(const Options& options, const std::vector<Fact>& facts)
     Disk::remove(diskFile); // of a run that left no mark
     markRun(options.drive.empty() ? diskFile : L"", accountName);
     SetConsoleCtrlHandler(interrupt, TRUE);
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // inherited: no test waits for a dialog
     {
         std::optional<Disk> disk;
         if (options.drive.empty())
@@ -95,12 +96,14 @@ int prove(const Options& options, const std::vector<Fact>& facts)
         if (isInterrupted)
             report.tell("Interrupted: not all facts were run");
     }
-    removeTraces();
+    const std::vector<std::string> left = removeTraces();
+    for (const std::string& line : left)
+        report.tell("Not removed: " + line + "; call prove.cmd --clean");
     report.note("What Windows keeps of this run:");
     for (const std::string& line : remainingTraces())
         report.note("    " + line);
     report.tell(report.sum());
-    return report.hasFailures() || isInterrupted ? 1 : 0;
+    return report.hasFailures() || isInterrupted || !left.empty() ? 1 : 0;
 }
 
 int refuse(const std::string& objection)
@@ -113,14 +116,22 @@ int run(const Options& options)
 {
     if (!options.objection.empty())
         return refuse(options.objection + "\n" + usageOfKit);
-    if (options.isClean) {
-        if (hasMark())
-            removeTraces();
+    if (options.isHelp) {
+        std::printf("%s", usageOfKit);
         return 0;
+    }
+    if (options.isClean) {
+        // Without the note the key and the service may be those of a panel.
+        const std::vector<std::string> left = hasMark() ? removeTraces() : std::vector<std::string>();
+        for (const std::string& line : left)
+            std::printf("Not removed: %s\n", line.c_str());
+        return left.empty() ? 0 : 1;
     }
     if (hasMark())
         return refuse("An earlier run was interrupted: call prove.cmd --clean first.");
     std::string objection = objectionToRun();
+    if (objection.empty() && Account::exists(accountName))
+        objection = "An account mendkit_proof exists, which is not of this kit.";
     if (objection.empty() && !options.drive.empty())
         objection = objectionToDrive(options.drive);
     if (!objection.empty())

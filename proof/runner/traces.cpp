@@ -4,6 +4,7 @@
 #include "proof/runner/account.h"
 #include "proof/runner/disk.h"
 #include "runtime/handle/handles.h"
+#include "runtime/text/code_page.h"
 
 #include <windows.h>
 
@@ -59,18 +60,21 @@ bool hasMark()
     return RegOpenKeyExW(HKEY_LOCAL_MACHINE, markKey, 0, KEY_READ, key.receive()) == ERROR_SUCCESS;
 }
 
-void removeTraces()
+std::vector<std::string> removeTraces()
 {
+    std::vector<std::string> left;
     removeServices();
     UniqueRegistryKey software;
     RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, software.receive());
     RegDeleteTreeW(software.get(), L"Kelvo");
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
-    if (const std::wstring account = marked(L"account"); !account.empty())
-        Account::remove(account);
-    if (const std::wstring disk = marked(L"disk"); !disk.empty())
-        Disk::remove(disk);
-    RegDeleteTreeW(HKEY_LOCAL_MACHINE, markKey);
+    if (const std::wstring account = marked(L"account"); !account.empty() && !Account::remove(account))
+        left.push_back("the account mendkit_proof");
+    if (const std::wstring disk = marked(L"disk"); !disk.empty() && !Disk::remove(disk))
+        left.push_back("the virtual disk " + toNarrow(disk, utf8CodePage));
+    if (left.empty())
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, markKey);
+    return left;
 }
 
 std::vector<std::string> remainingTraces()

@@ -12,7 +12,8 @@ void markRun(const std::wstring& disk, const std::wstring& account);
 bool hasMark();
 
 /// Removes what this run or an interrupted one made: the keys, the services, the account, the disk.
-void removeTraces();
+/// @return what could not be removed, a line each; the note in the registry then stays, for another attempt
+std::vector<std::string> removeTraces();
 
 /// What Windows itself keeps of a run, a line each.
 std::vector<std::string> remainingTraces();

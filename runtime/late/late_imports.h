@@ -34,7 +34,7 @@
 
 namespace late {
 
-inline constinit LateLibrary corePath(L"api-ms-win-core-path-l1-1-0.dll"); // API set, Windows Server 2012 and later
+inline constinit LateLibrary corePath(L"api-ms-win-core-path-l1-1-0.dll"); // an API set
 inline constinit LateLibrary dbghelp(L"dbghelp.dll");
 inline constinit LateLibrary ole32(L"ole32.dll");
 inline constinit LateLibrary oleaut32(L"oleaut32.dll");
