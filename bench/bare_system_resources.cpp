@@ -1,6 +1,8 @@
 // Starts the three utilities of mendkit --get-system-resources one after the other, reads their output and prints a
 // text as long as the command's: the reference for this command.
 
+#include "devpanel/panel_root.h"
+
 #include <windows.h>
 
 #include <cstdio>
@@ -10,8 +12,7 @@ int wmain()
 {
     std::string output;
     for (const wchar_t* what : {L"loadavg", L"memory", L"swap"}) {
-        std::wstring commandLine =
-            L"\"C:\\Program Files\\Kelvo Panel\\admin\\bin\\sysinfo.exe\" " + std::wstring(what);
+        std::wstring commandLine = L"\"" + panelRoot() + L"\\admin\\bin\\sysinfo.exe\" " + std::wstring(what);
         SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
         HANDLE reader = nullptr, writer = nullptr;
         CreatePipe(&reader, &writer, &inherit, 0);

@@ -1,13 +1,14 @@
 // Prints the table of scripts/bench: the requests to Wine's server and the times of pairs of calls. It takes two
 // passes: "count" under a server with a log, then "time" under an ordinary one, which prints. The arguments are the
 // pass, the build folder and optionally a part of the table: pipe, status, log, cleaning, utilities
-// or listing.
+// or listing. The pass "figures" prints the times alone, also on Windows.
 
 #include "bench/cleaning.h"
 #include "bench/program_run.h"
 #include "bench/report.h"
 
 #include "config/management_service/kelvo_srv_client.h"
+#include "devpanel/panel_root.h"
 #include "logging/log_manager.h"
 #include "runtime/vdatetime.h"
 #include "system/panel/panel_utility.h"
@@ -24,7 +25,10 @@ namespace {
 void benchServiceStatus(const std::wstring& build)
 {
     const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-service-status --name=PlugPlay"); };
-    const auto sc = [] { run(L"C:\\windows\\system32\\sc.exe", L"query PlugPlay"); };
+    wchar_t system[MAX_PATH];
+    GetSystemDirectoryW(system, MAX_PATH);
+    const std::wstring scProgram = std::wstring(system) + L"\\sc.exe";
+    const auto sc = [&] { run(scProgram, L"query PlugPlay"); };
     const auto bare = [&] { run(build + L"\\bench\\bare_service_status.exe", L"PlugPlay"); };
     mendkit(), sc(), bare(); // warms files and services
     print("--get-service-status", "sc query", Comparison::of(60, mendkit, sc), 0.99);
@@ -115,8 +119,7 @@ std::size_t readBare(const std::wstring& commandLine)
 
 void benchUtilities(const std::wstring& build)
 {
-    const std::wstring devpanel = build + L"\\devpanel\\devpanel.exe",
-                       bin = L"C:\\Program Files\\Kelvo Panel\\admin\\bin\\";
+    const std::wstring devpanel = build + L"\\devpanel\\devpanel.exe", bin = panelRoot() + L"\\admin\\bin\\";
     run(devpanel, L"install");
     run(devpanel, L"ensure");
     const auto mendkit = [&] { run(build + L"\\app\\mendkit.exe", L"--get-system-resources"); };
@@ -206,7 +209,7 @@ int wmain(int argc, wchar_t** argv)
     const std::wstring build = argv[2], only = argc > 3 ? argv[3] : L"";
     if (std::wstring(L"count") == argv[1])
         requests.emplace(build + L"\\bench\\server.log");
-    if (!openCountedRows(build + L"\\bench\\counted_rows.txt"))
+    if (std::wstring(L"figures") != argv[1] && !openCountedRows(build + L"\\bench\\counted_rows.txt"))
         return 1;
     const auto wanted = [&](const wchar_t* group) { return only.empty() || only == group; };
     if (wanted(L"pipe"))

@@ -43,6 +43,12 @@ void print(const char* subject, const char* reference, const Comparison& costs, 
         std::fflush(countedRows);
         return;
     }
+    if (!countedRows) {
+        std::printf(
+            "Figure: %s: %.1f / %.1f us = %.2f\n", row.c_str(), costs.subject, costs.reference, costs.ratio());
+        std::fflush(stdout);
+        return;
+    }
     std::printf("%-62s", row.c_str());
     printCosts("requests", countsOf(row), requestsAim);
     printCosts("us", costs, timesAim);

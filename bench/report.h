@@ -4,7 +4,8 @@
 
 #include <string>
 
-/// Opens the file of counted rows: written in the pass that counts requests, else read. @return success
+/// Opens the file of counted rows: written in the pass that counts requests, else read. Without it a row is printed
+/// as "Figure: ..." with its times. @return success
 bool openCountedRows(const std::wstring& path);
 
 /// Prints a row of the table with its requests and times. The pass that counts notes the row only.

@@ -1,20 +1,13 @@
 #pragma once
 
 #include "config/pipe/server_pipe.h"
+#include "devpanel/panel_root.h"
 
-#include <cstdlib>
 #include <string>
 
 // The stand-in for the panel's management service.
 
 inline constexpr wchar_t panelPipe[] = L"kelvo_devpanel";
-
-/// The installation directory of the stand-in. proof/prove.exe names the drive that it uses instead of the system's.
-inline std::wstring panelRoot()
-{
-    const wchar_t* const drive = _wgetenv(L"MENDKIT_PROOF_DRIVE");
-    return (drive ? std::wstring(drive) : L"C:\\Program Files") + L"\\Kelvo Panel";
-}
 
 /// What the service answers.
 struct PanelValues

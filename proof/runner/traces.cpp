@@ -8,6 +8,8 @@
 
 #include <windows.h>
 
+#include <winevt.h>
+
 namespace {
 
 constexpr wchar_t markKey[] = L"SOFTWARE\\mendkit_proof", servicePrefix[] = L"mendkit_proof";
@@ -18,6 +20,14 @@ std::wstring marked(const wchar_t* name)
     DWORD size = sizeof text;
     RegGetValueW(HKEY_LOCAL_MACHINE, markKey, name, RRF_RT_REG_SZ, nullptr, text, &size);
     return text;
+}
+
+/// The file of the event log "Kelvo". The event log service keeps it open until the machine restarts.
+std::wstring logFile()
+{
+    wchar_t system[MAX_PATH];
+    GetSystemDirectoryW(system, MAX_PATH);
+    return std::wstring(system) + L"\\winevt\\Logs\\Kelvo.evtx";
 }
 
 void removeService(SC_HANDLE manager, const wchar_t* name)
@@ -67,7 +77,10 @@ std::vector<std::string> removeTraces()
     UniqueRegistryKey software;
     RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, software.receive());
     RegDeleteTreeW(software.get(), L"Kelvo");
+    // ClearEventLog would open the log "Application" if there were none of this name.
+    EvtClearLog(nullptr, L"Kelvo", nullptr, 0);
     RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
+    DeleteFileW(logFile().c_str());
     if (const std::wstring account = marked(L"account"); !account.empty() && !Account::remove(account))
         left.push_back("the account mendkit_proof");
     if (const std::wstring disk = marked(L"disk"); !disk.empty() && !Disk::remove(disk))
@@ -80,11 +93,10 @@ std::vector<std::string> removeTraces()
 std::vector<std::string> remainingTraces()
 {
     std::vector<std::string> lines;
-    wchar_t system[MAX_PATH];
-    GetSystemDirectoryW(system, MAX_PATH);
-    if (GetFileAttributesW((std::wstring(system) + L"\\winevt\\Logs\\Kelvo.evtx").c_str()) != INVALID_FILE_ATTRIBUTES)
-        lines.push_back("the file of the event log Kelvo, System32\\winevt\\Logs\\Kelvo.evtx: the event log service "
-                        "keeps it open; it can be deleted after a restart");
+    if (GetFileAttributesW(logFile().c_str()) != INVALID_FILE_ATTRIBUTES)
+        lines.push_back(
+            "the empty file of the event log Kelvo, System32\\winevt\\Logs\\Kelvo.evtx: the event log service "
+            "keeps it open; it can be deleted after a restart");
     lines.push_back("records of services, accounts and logons in the event logs System, Security and Application");
     lines.push_back("reports of Windows Error Reporting about fault_program.exe, which ends by faults on purpose");
     return lines;
