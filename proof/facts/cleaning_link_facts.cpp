@@ -35,9 +35,12 @@ TEST_F(Cleaning, UnknownTags)
         const auto account = asOrdinaryAccount();
         ASSERT_TRUE(makeAll({taggedDirectory(L"dumps\\directory", unknown), taggedFile(L"dumps\\file", unknown),
             taggedDirectory(L"dumps\\surrogate", surrogate), taggedFile(L"dumps\\surrogate file", surrogate),
-            file(L"dumps\\own\\f"), junction(L"dumps\\own\\j", L"@\\canary"),
-            // The tag's directory bit allows it on a directory with entries (Microsoft: "Reparse Point Tags").
-            taggedDirectory(L"dumps\\own", withOwnEntries)}));
+            file(L"dumps\\own\\f"), junction(L"dumps\\own\\j", L"@\\canary")}));
+        // The tag's directory bit allows it on a directory with entries (Microsoft: "Reparse Point Tags"), but not in
+        // the oldest Windows of the kit. There the directory has no tag.
+        EXPECT_TRUE(
+            tree.make(taggedDirectory(L"dumps\\own", withOwnEntries)) || GetLastError() == ERROR_DIR_NOT_EMPTY)
+            << GetLastError();
     }
     EXPECT_EQ(0u, cleanOnce());
     EXPECT_TRUE(canaries == tree.snapshot(L"canary")) << "a link was followed: canaries are lost or changed";
