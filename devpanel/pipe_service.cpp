@@ -2,6 +2,7 @@
 
 #include "config/management_service/wire_format.h"
 #include "config/pipe/client_pipe.h"
+#include "devpanel/proof_guard.h"
 #include "runtime/module.h"
 
 #include <string>
@@ -54,6 +55,7 @@ std::string replyTo(const std::string& message, const PanelValues& values)
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values,
     Con::ServerOverlappedPipe::Owner owner)
 {
+    checkVolumes(values.root, values.dumps);
     constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected while it works
     Con::ServerOverlappedPipe pipe(longestCommand);
     try {

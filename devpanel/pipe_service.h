@@ -21,6 +21,7 @@ struct PanelValues
 /// @param silenceMilliseconds  the delay before each reply
 /// @param name                 the pipe's name
 /// @param owner                the pipe's owner
+/// @throws vexception when the kit of proof/ runs and the values name a directory on the system's volume
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values,
     Con::ServerOverlappedPipe::Owner owner = Con::ServerOverlappedPipe::Owner::administrators);
 

@@ -38,7 +38,8 @@ struct Command
     {L"--reboot --timeout=5", "{\"message\" : \"Server is going to restart\"}", 0, true},
     {L"--bogus", oneLine("command --bogus" + notSupported), 1, true}};
 
-const fs::path panel = panelRoot(), cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
+const fs::path panel = panelRoot(),
+               cleaned[] = {panel / L"PrivateTemp", panel / L"tmp\\aps", L"C:\\windows\\Temp\\mk"};
 
 constexpr wchar_t pipe[] = L"failing_calls";
 
@@ -94,8 +95,16 @@ std::size_t processesOf(HANDLE job)
 class FailingCalls : public ProgramRun, public testing::WithParamInterface<std::size_t>
 {
 protected:
-    FailingCalls()
+    void SetUp() override
     {
+        // The failures are made by the program's own table of imports, on every system the same. What they would show
+        // on Windows beyond that, whole runs show too.
+        if (!kit::isWine())
+            GTEST_SKIP() << "the numbers of handles and calls are those of Wine";
+        ProgramRun::SetUp();
+        if (IsSkipped())
+            return;
+        service_ = serve(L"0", pipe);
         EXPECT_EQ(0u, runChild(devpanel, L"install").exitCode);
         setConfig(L"zrmpipe", pipe);
         setConfig(L"PRODUCT_ROOT_D", root.path());
@@ -118,6 +127,8 @@ protected:
     ~FailingCalls() override
     {
         SetEnvironmentVariableW(L"TMP", nullptr); // the directory is removed
+        if (!call)
+            return;
         UnmapViewOfFile(call);
         terminate(*service_);
     }
@@ -188,7 +199,7 @@ protected:
     LONG mostHandles = 1000;
 
 private:
-    std::unique_ptr<vexecutil> service_ = serve(L"0", pipe);
+    std::unique_ptr<vexecutil> service_;
     UniqueHandle section_;
     const UniqueHandle mutexes_[2] = {UniqueHandle(CreateMutexW(nullptr, FALSE, L"kelvolog_debug_mutex")),
         UniqueHandle(CreateMutexW(nullptr, FALSE, L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}"))};

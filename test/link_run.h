@@ -5,19 +5,22 @@
 
 #include <cstdlib>
 
+/// Skips a test where no links can be made.
+#define NEEDS_LINKS()                                                                                                \
+    if (!tree.canLink()) {                                                                                           \
+        ASSERT_EQ(nullptr, std::getenv("MENDKIT_LINKS")) << "this Wine has no links, but should";                    \
+        GTEST_SKIP() << "No links can be made here (under Wine: scripts/test --links)";                              \
+    }
+
 /// Runs the program with a management service that names @\panel as the installation directory (@: see test/links.h).
-class LinkRun : public ProgramRun
+class TreeRun : public ProgramRun
 {
 protected:
     void SetUp() override
     {
         ProgramRun::SetUp();
-        if (IsSkipped())
-            return;
-        if (tree.canLink())
-            return;
-        ASSERT_EQ(nullptr, std::getenv("MENDKIT_LINKS")) << "this Wine has no links, but should";
-        GTEST_SKIP() << "No links can be made here (under Wine: scripts/test --links)";
+        if (!IsSkipped() && !tree.exists())
+            GTEST_SKIP() << "there is no volume for trees that are cleaned";
     }
 
     /// Makes files in the directory to which the links of the cases lead.
@@ -47,4 +50,16 @@ protected:
     }
 
     const LinkTree tree;
+};
+
+/// The same, on a system with links.
+class LinkRun : public TreeRun
+{
+protected:
+    void SetUp() override
+    {
+        TreeRun::SetUp();
+        if (!IsSkipped())
+            NEEDS_LINKS()
+    }
 };

@@ -1,6 +1,7 @@
 #include "test/links.h"
 
 #include "test/kit.h"
+#include "test/privileges.h"
 #include "test/sandbox.h"
 
 #include <sddl.h>
@@ -80,6 +81,7 @@ bool setRights(const std::wstring& path, const std::wstring& rights)
         return false;
     const UniqueLocalMemory memory(descriptor);
     const bool hasOwner = rights.starts_with(L"O:");
+    const Privileges all; // to give the object away
     const UniqueFile object = openObject(path, WRITE_DAC | (hasOwner ? WRITE_OWNER : 0));
     return object && SetKernelObjectSecurity(object.get(),
                          DACL_SECURITY_INFORMATION | (hasOwner ? OWNER_SECURITY_INFORMATION : 0), descriptor);
@@ -143,10 +145,9 @@ void removeTree(const std::wstring& path)
 } // namespace
 
 LinkTree::LinkTree()
-    : base_((!kit::drive().empty()                      ? kit::drive()
-                : GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:"
-                                                        : L"C:") +
-            L"\\mk")
+    : base_(kit::isWine()          ? (GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:\\mk" : L"C:\\mk")
+            : kit::drive().empty() ? L""
+                                   : kit::drive() + L"\\mk")
 {
     clear();
     CreateDirectoryW(base_.c_str(), nullptr);
@@ -159,6 +160,8 @@ LinkTree::~LinkTree()
 
 bool LinkTree::canLink() const
 {
+    if (base_.empty())
+        return false;
     const bool can = make(junction(L"link", L"@"));
     remove(L"link");
     return can;
@@ -166,11 +169,17 @@ bool LinkTree::canLink() const
 
 std::wstring LinkTree::expanded(std::wstring text) const
 {
-    for (std::size_t found = 0; (found = text.find_first_of(L"@#^")) != std::wstring::npos;)
+    const auto volume = [&] {
+        wchar_t name[MAX_PATH] = L"";
+        GetVolumeNameForVolumeMountPointW(base_.substr(0, 3).c_str(), name, MAX_PATH);
+        return L"\\??" + std::wstring(name).substr(3); // instead of "\\?"
+    };
+    for (std::size_t found = 0; (found = text.find_first_of(L"@#^%", found)) != std::wstring::npos;)
         text.replace(found, 1,
             text[found] == L'@'   ? base_
             : text[found] == L'#' ? base_.substr(2)
-                                  : base_.substr(0, 3));
+            : text[found] == L'^' ? base_.substr(0, 3)
+                                  : volume());
     return text;
 }
 
@@ -189,8 +198,14 @@ bool LinkTree::make(const Node& node) const
     return static_cast<bool>(openObject(path, FILE_READ_ATTRIBUTES));
 }
 
+bool LinkTree::protect(const std::wstring& path, const std::wstring& rights) const
+{
+    return setRights(at(path), rights);
+}
+
 bool LinkTree::turnIntoLink(const Node& node) const
 {
+    const Privileges all; // to make symbolic links
     std::vector<BYTE> data = reparseData(node, expanded(node.target));
     const UniqueFile object = openObject(at(node.path), FILE_WRITE_ATTRIBUTES);
     DWORD size = 0;
@@ -232,7 +247,9 @@ UniqueFile LinkTree::open(const std::wstring& path, ACCESS_MASK access) const
 
 void LinkTree::clear() const
 {
-    removeTree(base_);
+    const Privileges all; // to remove what denies it
+    if (!base_.empty())
+        removeTree(base_);
 }
 
 Snapshot LinkTree::snapshot(const std::wstring& path) const

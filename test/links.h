@@ -72,7 +72,8 @@ inline Node taggedFile(std::wstring path, DWORD tag)
 /// Each path below a folder with its object: "directory", "link" or the file's content.
 using Snapshot = std::map<std::wstring, std::string>;
 
-/// A new folder in the root of a volume; removed with its content by the destructor.
+/// A new folder in the root of a volume; removed with its content by the destructor. On a real Windows it lies on the
+/// kit's disk, and without one there is no folder.
 class LinkTree
 {
 public:
@@ -83,7 +84,10 @@ public:
 
     std::wstring at(const std::wstring& path) const { return path.empty() ? base_ : base_ + L'\\' + path; }
 
-    /// Replaces @ in a text by the folder's path, # by its path without the drive and ^ by the root of its volume.
+    bool exists() const { return !base_.empty(); }
+
+    /// Replaces @ in a text by the folder's path, # by its path without the drive, ^ by the root of its volume and %
+    /// by the name of that volume as mount points hold it: "\\??\\Volume{...}\\".
     std::wstring expanded(std::wstring text) const;
 
     /// Makes an object and the directories above it. @return false, with the last error, on failure
@@ -91,6 +95,9 @@ public:
 
     /// Whether the system supports links.
     bool canLink() const;
+
+    /// Gives an object, or a link itself, an access list and an owner. @param rights  as Node::rights @return as make
+    bool protect(const std::wstring& path, const std::wstring& rights) const;
 
     /// Turns an existing object into a link. @return as make
     bool turnIntoLink(const Node& node) const;

@@ -3,11 +3,18 @@
 
 #include "test/link_run.h"
 
+#include <algorithm>
 #include <set>
 
 namespace {
 
 constexpr DWORD unknownTag = 0x00000123, unknownSurrogate = 0x20000123, cloudTag = 0x9000601A;
+
+/// Of directories with entries, which only the driver of cloud files may make on Windows.
+bool isOfCloud(const Node& node)
+{
+    return node.tag == cloudTag;
+}
 
 /// One case: the objects in the folder @ besides the canaries, and those that a run removes. All others must stay
 /// unchanged.
@@ -26,9 +33,7 @@ struct Case
     {"JunctionToNothing", {junction(L"dumps\\j", L"@\\nothing")}, {L"dumps\\j"}},
     {"JunctionToItsOwnDirectory", {junction(L"dumps\\x\\j", L"@\\dumps\\x")}, {L"dumps\\x"}},
     {"JunctionToItself", {junction(L"dumps\\j", L"@\\dumps\\j")}, {L"dumps\\j"}},
-    {"MountPointOfAVolume",
-        {junction(L"dumps\\m", L"\\??\\Volume{00000000-0000-0000-0000-000000000043}\\"), file(L"dumps\\f")},
-        {L"dumps\\m", L"dumps\\f"}},
+    {"MountPointOfAVolume", {junction(L"dumps\\m", L"%"), file(L"dumps\\f")}, {L"dumps\\m", L"dumps\\f"}},
     {"DirectoryLinks",
         {directoryLink(L"dumps\\absolute", L"@\\canary"), directoryLink(L"dumps\\relative", L"..\\canary"),
             directoryLink(L"dumps\\rooted", L"#\\canary"), directoryLink(L"dumps\\x\\up", L"..\\..\\canary\\dir")},
@@ -120,9 +125,8 @@ struct Case
     {"TrustedLinkToAVolumesRoot", {junction(L"dumps", L"^").with(ofAdministrators), file(L"panel\\tmp\\f")},
         {L"panel\\tmp\\f"}, L"it is the root of a volume"},
     {"TrustedMountPointOfAVolumeWithALetter",
-        {junction(L"dumps", L"\\??\\Volume{00000000-0000-0000-0000-000000000044}\\").with(ofAdministrators),
-            file(L"panel\\tmp\\f")},
-        {L"panel\\tmp\\f"}, L"it is the root of a volume"},
+        {junction(L"dumps", L"%").with(ofAdministrators), file(L"panel\\tmp\\f")}, {L"panel\\tmp\\f"},
+        L"it is the root of a volume"},
     {"TrustedLinkWithoutATarget",
         {taggedDirectory(L"dumps", unknownSurrogate).with(ofAdministrators), file(L"panel\\tmp\\f")},
         {L"panel\\tmp\\f"}, L"a link in its path leads nowhere"},
@@ -181,6 +185,10 @@ std::set<std::wstring> removedBetween(const Snapshot& before, const Snapshot& af
 TEST_P(Links, CauseOnlyTheExpectedRemovals)
 {
     const auto& [row, system] = GetParam();
+    if (system && !kit::isWine())
+        GTEST_SKIP() << "only Wine can act as an older Windows";
+    if (std::any_of(row.nodes.begin(), row.nodes.end(), isOfCloud) && !kit::isWine())
+        GTEST_SKIP() << "only the driver of cloud files may make their directories";
     SetEnvironmentVariableW(L"WINERP_OLD", system);
     makeCanaries();
     for (const Node& node : row.nodes)

@@ -1,6 +1,7 @@
 // Tests of whole runs of the program: standard output, exit code and log.
 
 #include "config/pipe/pipe_server_facts.h"
+#include "devpanel/pipe_service.h"
 #include "test/json_document.h"
 #include "test/program.h"
 #include "test/replaced_import.h"
@@ -46,7 +47,7 @@ protected:
     }
 
     std::mt19937 random = seeded();
-    const std::wstring panel = L"C:\\Program Files\\Kelvo Panel";
+    const std::wstring panel = panelRoot();
 };
 
 BOOL WINAPI failToOpenToken(HANDLE, DWORD, HANDLE*)
