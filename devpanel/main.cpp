@@ -1,6 +1,6 @@
 // Stand-in for the panel:
-//   devpanel install | ensure | serve [milliseconds before a reply [pipe [installation directory, dumps]]] | service
-//   | command
+//   devpanel install | ensure | serve [milliseconds before a reply [pipe [installation directory, dumps]]]
+//     | service | command (services, see below) | hold (keeps its console open)
 
 #include "devpanel/install.h"
 #include "devpanel/pipe_service.h"
@@ -109,6 +109,10 @@ int wmain(int argc, wchar_t** argv)
                 argc > 5 ? PanelValues{argv[4], argv[5]} : PanelValues{});
         } else if (mode == L"service") {
             return dispatch(runService);
+        } else if (mode == L"hold") {
+            std::puts("ready");
+            std::fflush(stdout);
+            Sleep(600'000);
         } else if (mode == L"command") {
             return dispatch(runCommand);
         } else {

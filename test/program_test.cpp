@@ -1,6 +1,7 @@
 // Tests of whole runs of the program: standard output, exit code and log.
 
 #include "config/pipe/pipe_server_facts.h"
+#include "test/hidden_console.h"
 #include "test/json_document.h"
 #include "test/program.h"
 #include "test/replaced_import.h"
@@ -249,39 +250,16 @@ TEST_F(Program, WritesEveryCharacterOfAUtilitysOutputAndNoticesLostOnes)
 
 TEST_F(Program, ShowsTextAtAConsoleWhateverItsCodePage)
 {
-    // A process without a window has a console of its own, under Wine with code page 437.
-    vexecutil holder;
-    holder.path = devpanel;
-    holder.arguments = L"serve 0 console";
-    holder.hideWindow = holder.captureStdout = 1;
-    startPatiently(holder);
-    ASSERT_TRUE(becomesFree(L"console"));
-    FreeConsole();
-    ASSERT_TRUE(AttachConsole(holder.processId)) << GetLastError();
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    const UniqueFile console(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-        &inherit, OPEN_EXISTING, 0, nullptr));
-    const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
-    SetStdHandle(STD_OUTPUT_HANDLE, console.get());
+    HiddenConsole console; // under Wine with code page 437
+    ASSERT_TRUE(console) << GetLastError();
+    console.clear();
     EXPECT_EQ(0u, run(L"--get-service-status --name=\x416\x20ac", false).exitCode);
     EXPECT_EQ(0u, run(L"--help", false).exitCode);
-    SetStdHandle(STD_OUTPUT_HANDLE, own);
-
-    CONSOLE_SCREEN_BUFFER_INFO info{};
-    EXPECT_TRUE(GetConsoleScreenBufferInfo(console.get(), &info));
-    std::wstring screen;
-    for (SHORT line = 0; line < 8; ++line) {
-        std::wstring text(static_cast<std::size_t>(info.dwSize.X), L' ');
-        DWORD count = 0;
-        ReadConsoleOutputCharacterW(console.get(), text.data(), static_cast<DWORD>(text.size()), {0, line}, &count);
-        screen += text.substr(0, text.find_last_not_of(L' ') + 1) + L"|";
-    }
+    const std::wstring screen = console.text(8);
     EXPECT_EQ(
         L"{|        \"name\" : \"\x416\x20ac\",|        \"status\" : \"invalid\"|}||usage: mendkit [options] ...|||",
         screen)
         << testing::PrintToString(screen);
-    FreeConsole();
-    terminate(holder);
 }
 
 TEST_F(Program, BelievesARunningServiceOfThePanelAtAPipeOfItsAccount)
