@@ -2,6 +2,9 @@
 
 #include "test/child_process.h"
 
+#include <io.h>
+
+#include <cstdio>
 #include <string>
 
 /// The console of a process without a window, to which this process is attached. Its standard output is that console
@@ -17,6 +20,7 @@ public:
         startPatiently(holder_);
         char ready = 0;
         holder_.stdoutPipe.read(&ready, 1, 0); // it has its console now
+        std::fflush(stdout);
         FreeConsole();
         if (!AttachConsole(holder_.processId))
             return;
@@ -29,8 +33,9 @@ public:
     HiddenConsole& operator=(const HiddenConsole&) = delete;
     ~HiddenConsole()
     {
-        SetStdHandle(STD_OUTPUT_HANDLE, own_);
         FreeConsole();
+        _dup2(own_, 1); // Wine closes the standard handles with the console; this also sets the handle again
+        _close(own_);
         terminate(holder_);
     }
 
@@ -61,6 +66,6 @@ public:
 
 private:
     vexecutil holder_;
-    const HANDLE own_ = GetStdHandle(STD_OUTPUT_HANDLE); // weak
+    const int own_ = _dup(1); // the standard output before
     UniqueFile screen_;
 };

@@ -1,8 +1,10 @@
 // Tests of whole runs of the program: standard output, exit code and log.
 
 #include "config/pipe/pipe_server_facts.h"
+#include "devpanel/pipe_service.h"
 #include "test/hidden_console.h"
 #include "test/json_document.h"
+#include "test/privileges.h"
 #include "test/program.h"
 #include "test/replaced_import.h"
 #include "test/stress.h"
@@ -47,7 +49,7 @@ protected:
     }
 
     std::mt19937 random = seeded();
-    const std::wstring panel = L"C:\\Program Files\\Kelvo Panel";
+    const std::wstring panel = panelRoot();
 };
 
 BOOL WINAPI failToOpenToken(HANDLE, DWORD, HANDLE*)
@@ -140,6 +142,7 @@ TEST_F(Program, GoesOnWithoutTheMutexesThatAStrangerKeeps)
     ConvertStringSecurityDescriptorToSecurityDescriptorW(
         L"O:WDD:(A;;0x1f0001;;;WD)", SDDL_REVISION_1, &others.lpSecurityDescriptor, nullptr);
     const UniqueLocalMemory memory(others.lpSecurityDescriptor);
+    const Privileges privileges; // to name another owner
     const std::wstring names[] = {L"kelvolog_debug_mutex", L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}"};
     std::wstring expected;
     for (const bool isForeign : {false, true}) {
@@ -147,18 +150,18 @@ TEST_F(Program, GoesOnWithoutTheMutexesThatAStrangerKeeps)
         for (const std::size_t at : {0, 1})
             mutexes[at].reset(CreateMutexW(isForeign ? &others : nullptr, TRUE, names[at].c_str()));
         ChildResult result{};
-        const ULONGLONG begun = GetTickCount64();
         std::thread running([&] { result = run(L"--get-service-status --name=none"); });
-        Sleep(3000);
-        EXPECT_EQ(isForeign, !root.log().empty()) << "a mutex of the own user is waited for without a time-out";
-        if (isForeign)
+        if (isForeign) {
             running.join(); // with the mutexes still held
+        } else {
+            Sleep(3000);
+            EXPECT_EQ(L"", root.log()) << "a mutex of the own user is waited for without a time-out";
+        }
         for (const UniqueHandle& mutex : mutexes)
             ReleaseMutex(mutex.get());
         if (!isForeign)
             running.join();
         EXPECT_EQ(0u, result.exitCode);
-        EXPECT_LT(GetTickCount64() - begun, 8'000u) << "each mutex is waited for once";
         expected += (isForeign ? L"" : L"\xfeff") + stamp + L"Info: Start command~\r\n";
         for (const std::wstring& name : names)
             expected += isForeign ? stamp + L"Warning: Another account keeps the mutex '" + name + L"'.~\r\n" : L"";
@@ -237,6 +240,8 @@ TEST_F(Program, WritesEveryCharacterOfAUtilitysOutputAndNoticesLostOnes)
     EXPECT_EQ(expected, run(L"--get-system-resources").output.substr(0, expected.size()));
     DeleteFileW(script.c_str());
 
+    if (!kit::isWine()) // Windows has no file that is always full
+        return;
     for (const wchar_t* command : {L"--help", L"--get-service-status --name=none"}) {
         vexecutil child;
         child.path = builtProgram(L"app\\mendkit.exe");
@@ -311,7 +316,8 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
         EXPECT_LT(GetTickCount64() - killed, 5'000u);
         if (hasAnswered(result)) {
             ++answers;
-            EXPECT_EQ("C:\\", jsonDocument(result.output)[0]["volume"].asString());
+            EXPECT_EQ(
+                std::string(panel.begin(), panel.begin() + 3), jsonDocument(result.output)[0]["volume"].asString());
         } else {
             ++failures;
             EXPECT_EQ(0u, result.output.find("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))

@@ -2,6 +2,7 @@
 
 #include "config/management_service/wire_format.h"
 #include "runtime/handle/handles.h"
+#include "test/privileges.h"
 
 #include <sddl.h>
 
@@ -92,6 +93,7 @@ private:
                 security.c_str(), SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
         }
         const UniqueLocalMemory descriptor(attributes.lpSecurityDescriptor);
+        const Privileges privileges; // to name another owner
         return UniqueFile(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
             messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, instances, 4096, 4096, 0,
             descriptor ? &attributes : nullptr));

@@ -8,8 +8,7 @@
 #include "test/failure.h"
 #include "test/json_document.h"
 #include "test/program.h"
-
-#include <aclapi.h>
+#include "test/station_list.h"
 
 namespace {
 
@@ -41,55 +40,6 @@ bool shares(HANDLE process, HANDLE handle)
     return DuplicateHandle(process, handle, GetCurrentProcess(), copy.receive(), 0, FALSE, DUPLICATE_SAME_ACCESS) &&
            compare(copy.get(), handle);
 }
-
-/// An access list of the window station, which is set again at the end.
-class StationList
-{
-public:
-    StationList() : station_(OpenWindowStationW(L"winsta0", FALSE, READ_CONTROL | WRITE_DAC | WINSTA_ENUMDESKTOPS))
-    {
-        if (!station_)
-            code_ = GetLastError();
-        read(&descriptor_, &list_);
-    }
-    StationList(const StationList&) = delete;
-    StationList& operator=(const StationList&) = delete;
-    ~StationList()
-    {
-        if (station_ && list_)
-            SetSecurityInfo(station_, SE_WINDOW_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, list_, nullptr);
-        LocalFree(descriptor_);
-        CloseWindowStation(station_);
-    }
-    /// Why the list cannot be changed; 0 when it can.
-    DWORD code() const { return code_; }
-
-    bool names(const identity::Sid& user) const
-    {
-        PSECURITY_DESCRIPTOR descriptor = nullptr;
-        PACL list = nullptr;
-        read(&descriptor, &list);
-        const UniqueLocalMemory memory(descriptor);
-        ACCESS_ALLOWED_ACE* entry = nullptr;
-        for (DWORD index = 0; list && GetAce(list, index, reinterpret_cast<void**>(&entry)); ++index) {
-            if (entry->Header.AceType == ACCESS_ALLOWED_ACE_TYPE && EqualSid(&entry->SidStart, user.get()))
-                return true;
-        }
-        return false;
-    }
-
-private:
-    void read(PSECURITY_DESCRIPTOR* descriptor, PACL* list) const
-    {
-        GetSecurityInfo(
-            station_, SE_WINDOW_OBJECT, DACL_SECURITY_INFORMATION, nullptr, nullptr, list, nullptr, descriptor);
-    }
-
-    HWINSTA station_;
-    PSECURITY_DESCRIPTOR descriptor_ = nullptr;
-    PACL list_ = nullptr;
-    DWORD code_ = ERROR_SUCCESS;
-};
 
 } // namespace
 
@@ -195,7 +145,7 @@ TEST_F(Process, StartCodes)
         const wchar_t* name;
         DWORD code;
     } rows[] = {{L"text.exe", ERROR_BAD_EXE_FORMAT}, {L"missing.exe", ERROR_FILE_NOT_FOUND},
-        {L"folder.exe", kit::isWine() ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED},
+        {L"folder.exe", DWORD(kit::isWine() ? ERROR_INVALID_HANDLE : ERROR_ACCESS_DENIED)},
         {L"no\\folder.exe", ERROR_PATH_NOT_FOUND}};
     for (const auto& [name, code] : rows) {
         vexecutil child;
