@@ -2,8 +2,12 @@
 
 #include "config/management_service/wire_format.h"
 #include "config/pipe/client_pipe.h"
+#include "config/pipe/server_pipe.h"
 #include "devpanel/proof_guard.h"
+#include "runtime/identity.h"
 #include "runtime/module.h"
+
+#include <sddl.h>
 
 #include <string>
 
@@ -50,20 +54,50 @@ std::string replyTo(const std::string& message, const PanelValues& values)
     return reply.message();
 }
 
+/// The service's end of the pipe.
+class PanelPipe : public Con::ServerOverlappedPipe
+{
+public:
+    using ServerOverlappedPipe::ServerOverlappedPipe;
+
+    void create(const std::wstring& name, PipeSecurity security)
+    {
+        if (security == PipeSecurity::ofAdministrators || security == PipeSecurity::ofUser) {
+            const bool isUsers = security == PipeSecurity::ofUser;
+            return ServerOverlappedPipe::create(
+                name, PIPE_ACCESS_DUPLEX, isUsers ? Owner::user : Owner::administrators);
+        }
+        SECURITY_ATTRIBUTES attributes{sizeof attributes, nullptr, FALSE};
+        const std::wstring user = identity::currentUser().text();
+        const std::wstring rights =
+            L"O:" + user + L"D:P(A;;GA;;;SY)(A;;GA;;;BA)(A;;GA;;;" + user + L")(A;;GRGW;;;AU)";
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            rights.c_str(), SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
+        const UniqueLocalMemory descriptor(attributes.lpSecurityDescriptor);
+        constexpr DWORD bufferSize = 65'536;
+        UniqueFile handle(CreateNamedPipeW(name.c_str(),
+            PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE, PIPE_TYPE_BYTE, 1, bufferSize,
+            bufferSize, 0, security == PipeSecurity::byDefault ? nullptr : &attributes));
+        if (!handle)
+            throwLastError({L"CreateNamedPipe"}, {"PanelPipe::create"});
+        open(std::move(handle));
+    }
+};
+
 } // namespace
 
-void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values,
-    Con::ServerOverlappedPipe::Owner owner)
+void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values, PipeSecurity security,
+    DWORD idleMilliseconds)
 {
     checkVolumes(values.root, values.dumps);
-    constexpr DWORD idle = 5000, longestCommand = 600'000; // a client stays connected while it works
-    Con::ServerOverlappedPipe pipe(longestCommand);
+    constexpr DWORD longestCommand = 600'000; // a client stays connected while it works
+    PanelPipe pipe(longestCommand);
     try {
-        pipe.create(pipes + name, PIPE_ACCESS_DUPLEX, owner);
+        pipe.create(pipes + name, security);
     } catch (const vexception&) {
         return;
     }
-    while (pipe.connect(idle)) {
+    while (pipe.connect(idleMilliseconds)) {
         try {
             for (std::string message = readMessage(pipe); !message.empty(); message = readMessage(pipe)) {
                 const std::string reply = replyTo(message, values);

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "config/pipe/server_pipe.h"
 #include "devpanel/panel_root.h"
+
+#include <windows.h>
 
 #include <string>
 
@@ -16,14 +17,22 @@ struct PanelValues
     std::wstring dumps = root + L"\\var\\dumps";
 };
 
-/// Serves the pipe, one client at a time, until no client has connected for five seconds. Returns at once when
-/// another process serves it.
+/// Who owns the pipe, and who may use it besides SYSTEM, the administrators and the owner.
+enum class PipeSecurity
+{
+    ofAdministrators, ///< they own it, nobody else may use it
+    ofUser,           ///< the process's user owns it, nobody else may use it
+    openToUsers,      ///< the process's user owns it, every user may read and write
+    byDefault         ///< as the system makes it
+};
+
+/// Serves the pipe, one client at a time, until no client has connected for a while. Returns at once when another
+/// process serves it.
 /// @param silenceMilliseconds  the delay before each reply
 /// @param name                 the pipe's name
-/// @param owner                the pipe's owner
 /// @throws vexception when the kit of proof/ runs and the values name a directory on the system's volume
 void servePipe(DWORD silenceMilliseconds, const std::wstring& name, const PanelValues& values,
-    Con::ServerOverlappedPipe::Owner owner = Con::ServerOverlappedPipe::Owner::administrators);
+    PipeSecurity security = PipeSecurity::ofAdministrators, DWORD idleMilliseconds = 5000);
 
 /// Starts a process that serves the pipe unless there is one. It serves for at least five seconds from this call.
 /// @throws vexception when it does not start

@@ -3,7 +3,7 @@
 //
 // With a file <name>.script beside the program, the program runs this script instead. It has one step per line:
 //   out <text> | err <text> | bytes <count> | hex <byte> | read | child <milliseconds> | talker <milliseconds>
-//   | sleep <milliseconds> | note <text> | exit <code> | crash
+//   | sleep <milliseconds> | note <text> | desktop | exit <code> | crash
 
 #include <windows.h>
 
@@ -47,26 +47,34 @@ unsigned long long memoryFigure(const std::string& name)
     return 0;
 }
 
-void printMemory(const std::string& total, const std::string& free)
+void printMemory(unsigned long long all, unsigned long long left)
 {
-    const unsigned long long all = memoryFigure(total), left = memoryFigure(free);
     std::printf("Total: %llu\nFree: %llu\nUsed: %llu\n", all, left, all - left);
 }
 
 int sysinfo(const std::wstring& what)
 {
     if (what == L"loadavg") {
-        std::string line;
-        std::getline(std::ifstream("Z:\\proc\\loadavg"), line);
+        std::string line = "0.25 0.50 0.75 1/100 1"; // Windows has no such figures
+        std::ifstream host("Z:\\proc\\loadavg");
+        if (host)
+            std::getline(host, line);
         std::puts(line.c_str());
-        return line.empty() ? 1 : 0;
+        return 0;
     }
-    if (what == L"memory")
-        printMemory("MemTotal", "MemAvailable");
-    else if (what == L"swap")
-        printMemory("SwapTotal", "SwapFree");
-    else
+    if (what != L"memory" && what != L"swap")
         return 1;
+    const bool isMemory = what == L"memory";
+    unsigned long long all = memoryFigure(isMemory ? "MemTotal" : "SwapTotal"),
+                       left = memoryFigure(isMemory ? "MemAvailable" : "SwapFree");
+    if (memoryFigure("MemTotal") == 0) { // not under Wine
+        MEMORYSTATUSEX status{};
+        status.dwLength = sizeof status;
+        GlobalMemoryStatusEx(&status);
+        all = isMemory ? status.ullTotalPhys : status.ullTotalPageFile;
+        left = isMemory ? status.ullAvailPhys : status.ullAvailPageFile;
+    }
+    printMemory(all, left);
     return 0;
 }
 
@@ -79,6 +87,29 @@ void leaveChild(const std::wstring& word, const std::string& milliseconds)
     std::wstring commandLine = L"x " + word + L" " + std::wstring(milliseconds.begin(), milliseconds.end());
     CreateProcessW(
         programPath().c_str(), commandLine.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+}
+
+std::string nameOf(HANDLE object)
+{
+    const auto query = reinterpret_cast<decltype(&GetUserObjectInformationW)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"user32.dll"), "GetUserObjectInformationW")));
+    wchar_t name[256] = L"none";
+    DWORD size = 0;
+    query(object, UOI_NAME, name, sizeof name, &size);
+    return narrow(name);
+}
+
+/// Prints the window station and the desktop of this process, as every program with windows connects to them.
+void printDesktop()
+{
+    const HMODULE user = LoadLibraryW(L"user32.dll");
+    if (!user)
+        return void(std::printf("user32 is not loaded (%lu)\n", GetLastError()));
+    const auto station = reinterpret_cast<decltype(&GetProcessWindowStation)>(
+        reinterpret_cast<void*>(GetProcAddress(user, "GetProcessWindowStation")));
+    const auto desktop = reinterpret_cast<decltype(&GetThreadDesktop)>(
+        reinterpret_cast<void*>(GetProcAddress(user, "GetThreadDesktop")));
+    std::printf("%s\\%s\n", nameOf(station()).c_str(), nameOf(desktop(GetCurrentThreadId())).c_str());
 }
 
 int runScript(std::ifstream& script)
@@ -108,6 +139,8 @@ int runScript(std::ifstream& script)
             Sleep(std::strtoul(rest.c_str(), nullptr, 10));
         } else if (step == "note") {
             note(rest);
+        } else if (step == "desktop") {
+            printDesktop();
         } else if (step == "crash") {
             TerminateProcess(GetCurrentProcess(), 0xc0000005);
         } else if (step == "exit") {

@@ -2,6 +2,7 @@
 
 #include "runtime/identity.h"
 #include "test/failure.h"
+#include "test/privileges.h"
 
 #include <sddl.h>
 
@@ -15,6 +16,7 @@ TEST(VMutex, IsTrustedByItsOwner)
     } rows[] = {{L"O:SYD:(A;;0x1f0001;;;WD)", true}, {L"O:BAD:(A;;0x1f0001;;;WD)", true},
         {L"O:" + user + L"D:(A;;0x120000;;;WD)", true}, {L"O:WDD:(A;;0x1f0001;;;WD)", false},
         {L"O:WDD:(A;;0x100000;;;WD)", false}}; // no more than the right to wait
+    const Privileges privileges;               // to name other owners
     int number = 0;
     for (const auto& [descriptor, isTrusted] : rows) {
         const std::wstring name = L"mendkit_vmutex_test" + std::to_wstring(number++);

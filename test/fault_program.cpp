@@ -7,6 +7,9 @@
 #include "test/fake_system_helper.h"
 #include "test/imports.h"
 
+#include <dbghelp.h>
+
+#include <cstdlib>
 #include <functional>
 
 namespace {
@@ -54,9 +57,51 @@ FARPROC WINAPI findHangingDump(HMODULE module, const char* name)
 {
     return std::string_view(name) == "MiniDumpWriteDump" ? hang : findFunction(module, name);
 }
+decltype(&MiniDumpWriteDump) systemDump = nullptr;
+DWORD awaitedCallback = 0;
+
+/// The system's dump, which hangs when it reports what `awaitedCallback` names: with the threads of the process as
+/// dbghelp leaves them then.
+BOOL WINAPI dumpAndHang(HANDLE process, DWORD id, HANDLE file, MINIDUMP_TYPE type,
+    MINIDUMP_EXCEPTION_INFORMATION* exception, MINIDUMP_USER_STREAM_INFORMATION* streams, void*)
+{
+    const auto hangAt = [](void*, MINIDUMP_CALLBACK_INPUT* const input, MINIDUMP_CALLBACK_OUTPUT*) -> BOOL {
+        if (input->CallbackType == awaitedCallback)
+            Sleep(INFINITE);
+        return TRUE;
+    };
+    MINIDUMP_CALLBACK_INFORMATION callback{hangAt, nullptr};
+    return systemDump(process, id, file, type, exception, streams, &callback);
+}
+FARPROC WINAPI findHaltingDump(HMODULE module, const char* name)
+{
+    const FARPROC found = findFunction(module, name);
+    if (std::string_view(name) != "MiniDumpWriteDump")
+        return found;
+    systemDump = reinterpret_cast<decltype(systemDump)>(reinterpret_cast<void*>(found));
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(dumpAndHang));
+}
+
 ULONGLONG WINAPI hastenTime()
 {
     return trueTime() * 1000;
+}
+
+/// Faults with another dump function, in time that passes 1000 times as fast.
+[[noreturn]] void faultWithDump(decltype(&GetProcAddress) finder)
+{
+    static decltype(&GetProcAddress) replacement;
+    replacement = finder;
+    findFunction = GetProcAddress;
+    trueTime = GetTickCount64;
+    visitImports([](std::string_view name, void** entry) {
+        if (name == "GetProcAddress")
+            setImport(entry, reinterpret_cast<void*>(replacement));
+        else if (name == "GetTickCount64")
+            setImport(entry, reinterpret_cast<void*>(hastenTime));
+    });
+    *badAddress = 1;
+    std::abort();
 }
 
 struct UnwoundFrame
@@ -116,17 +161,26 @@ const std::map<std::wstring, std::function<void()>> faults{{L"none", [] {}}, {L"
             } catch (const std::bad_alloc&) {
             }
         }},
-    {L"hanging dump",
+    {L"hanging dump", [] { faultWithDump(findHangingDump); }},
+    {L"dump hanging at modules",
         [] {
-            findFunction = GetProcAddress;
-            trueTime = GetTickCount64;
-            visitImports([](std::string_view name, void** entry) {
-                if (name == "GetProcAddress")
-                    setImport(entry, reinterpret_cast<void*>(findHangingDump));
-                else if (name == "GetTickCount64")
-                    setImport(entry, reinterpret_cast<void*>(hastenTime));
-            });
-            *badAddress = 1;
+            awaitedCallback = ModuleCallback;
+            faultWithDump(findHaltingDump);
+        }},
+    {L"dump hanging at threads",
+        [] {
+            awaitedCallback = ThreadCallback;
+            faultWithDump(findHaltingDump);
+        }},
+    {L"freed twice",
+        [] {
+            void* const block = HeapAlloc(GetProcessHeap(), 0, 100);
+            for (int count = 0; count < 2; ++count)
+                HeapFree(GetProcessHeap(), 0, block);
+        }},
+    {L"fail fast",
+        [] {
+            __asm__ volatile("int $0x29" : : "c"(7)); // __fastfail(FAST_FAIL_FATAL_APP_EXIT)
         }},
     {L"noexcept", []() noexcept { fail(); }},
     {L"thread", // not started by the program's own frames
@@ -168,6 +222,12 @@ struct LaterThanTheLog
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
+    // Nobody may wait for a dialog. Faults that no handler sees ignore the error mode.
+    SetErrorMode(SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS);
+    constexpr DWORD withoutDialog = 32; // WER_FAULT_REPORTING_NO_UI
+    if (const auto setFlags = reinterpret_cast<HRESULT(WINAPI*)(DWORD)>(
+            reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "WerSetFlags"))))
+        setFlags(withoutDialog);
     fault = argv[1];
     if (fault == L"first") {
         m_ExecuteContext_4D93FADE_7B9E_4286_AE07_54AF471F7E22 = badAddress;

@@ -92,7 +92,9 @@ TEST_F(Faults, EndsADumpThatHangsAndLeavesNoPartOfIt)
 TEST_F(Faults, LoadsNoDllFromItsOwnDirectory)
 {
     const std::wstring copy = builtProgram(L"test\\mendkit_beside.dll");
-    ASSERT_TRUE(CopyFileW(L"C:\\windows\\system32\\shlwapi.dll", copy.c_str(), FALSE)) << GetLastError();
+    wchar_t system[MAX_PATH];
+    GetSystemDirectoryW(system, MAX_PATH);
+    ASSERT_TRUE(CopyFileW((system + std::wstring(L"\\shlwapi.dll")).c_str(), copy.c_str(), FALSE)) << GetLastError();
     EXPECT_EQ(0u, runChild(builtProgram(L"test\\fault_program.exe"), L"dll").exitCode);
     DeleteFileW(copy.c_str());
 }

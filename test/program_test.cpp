@@ -2,7 +2,9 @@
 
 #include "config/pipe/pipe_server_facts.h"
 #include "devpanel/pipe_service.h"
+#include "test/hidden_console.h"
 #include "test/json_document.h"
+#include "test/privileges.h"
 #include "test/program.h"
 #include "test/replaced_import.h"
 #include "test/stress.h"
@@ -72,8 +74,9 @@ TEST_F(Program, ReportsTheStatusOfRealServices)
         std::string name;
         DWORD sqlServerStartType;
         std::string status;
-    } rows[] = {{"PlugPlay", SERVICE_DISABLED, "running"}, {"KelvoSQLServer", SERVICE_DISABLED, "disabled"},
-        {"KelvoSQLServer", SERVICE_DEMAND_START, "stopped"}, {"no_such_service", SERVICE_DEMAND_START, "invalid"}};
+    } rows[] = {{kit::isWine() ? "PlugPlay" : "RpcSs", SERVICE_DISABLED, "running"},
+        {"KelvoSQLServer", SERVICE_DISABLED, "disabled"}, {"KelvoSQLServer", SERVICE_DEMAND_START, "stopped"},
+        {"no_such_service", SERVICE_DEMAND_START, "invalid"}};
     for (const auto& [name, startType, status] : rows) {
         ChangeServiceConfigW(service.get(), SERVICE_NO_CHANGE, startType, SERVICE_NO_CHANGE, nullptr, nullptr,
             nullptr, nullptr, nullptr, nullptr, nullptr);
@@ -140,6 +143,7 @@ TEST_F(Program, GoesOnWithoutTheMutexesThatAStrangerKeeps)
     ConvertStringSecurityDescriptorToSecurityDescriptorW(
         L"O:WDD:(A;;0x1f0001;;;WD)", SDDL_REVISION_1, &others.lpSecurityDescriptor, nullptr);
     const UniqueLocalMemory memory(others.lpSecurityDescriptor);
+    const Privileges privileges; // to name another owner
     const std::wstring names[] = {L"kelvolog_debug_mutex", L"Global\\{F485C63C-FF60-4c1a-A4BF-A3958C9F3D32}"};
     std::wstring expected;
     for (const bool isForeign : {false, true}) {
@@ -147,18 +151,18 @@ TEST_F(Program, GoesOnWithoutTheMutexesThatAStrangerKeeps)
         for (const std::size_t at : {0, 1})
             mutexes[at].reset(CreateMutexW(isForeign ? &others : nullptr, TRUE, names[at].c_str()));
         ChildResult result{};
-        const ULONGLONG begun = GetTickCount64();
         std::thread running([&] { result = run(L"--get-service-status --name=none"); });
-        Sleep(3000);
-        EXPECT_EQ(isForeign, !root.log().empty()) << "a mutex of the own user is waited for without a time-out";
-        if (isForeign)
+        if (isForeign) {
             running.join(); // with the mutexes still held
+        } else {
+            Sleep(3000);
+            EXPECT_EQ(L"", root.log()) << "a mutex of the own user is waited for without a time-out";
+        }
         for (const UniqueHandle& mutex : mutexes)
             ReleaseMutex(mutex.get());
         if (!isForeign)
             running.join();
         EXPECT_EQ(0u, result.exitCode);
-        EXPECT_LT(GetTickCount64() - begun, 8'000u) << "each mutex is waited for once";
         expected += (isForeign ? L"" : L"\xfeff") + stamp + L"Info: Start command~\r\n";
         for (const std::wstring& name : names)
             expected += isForeign ? stamp + L"Warning: Another account keeps the mutex '" + name + L"'.~\r\n" : L"";
@@ -190,7 +194,7 @@ TEST_F(Program, ReportsAFailureWithoutWaitingForTheUtility)
         << report;
     EXPECT_EQ(std::string::npos, report.find("a b")) << "the password is visible";
 
-    std::ofstream((utility + L".script").c_str()) << "sleep 4000";
+    std::ofstream((utility + L".script").c_str()) << "sleep 10000";
     const ULONGLONG again = GetTickCount64();
     UniqueFile reader, writer;
     CreatePipe(reader.receive(), writer.receive(), nullptr, 1 << 20); // holds the whole output
@@ -203,7 +207,7 @@ TEST_F(Program, ReportsAFailureWithoutWaitingForTheUtility)
     char buffer[1024];
     for (DWORD count = 0; ReadFile(reader.get(), buffer, sizeof buffer, &count, nullptr);) {
     }
-    EXPECT_LT(GetTickCount64() - again, 3'000u) << "waited for the utility, or the utility inherited the output";
+    EXPECT_LT(GetTickCount64() - again, 8'000u) << "waited for the utility, or the utility inherited the output";
 }
 
 TEST_F(Program, RunsThePanelsUtilities)
@@ -237,6 +241,8 @@ TEST_F(Program, WritesEveryCharacterOfAUtilitysOutputAndNoticesLostOnes)
     EXPECT_EQ(expected, run(L"--get-system-resources").output.substr(0, expected.size()));
     DeleteFileW(script.c_str());
 
+    if (!kit::isWine()) // Windows has no file that is always full
+        return;
     for (const wchar_t* command : {L"--help", L"--get-service-status --name=none"}) {
         vexecutil child;
         child.path = builtProgram(L"app\\mendkit.exe");
@@ -250,43 +256,22 @@ TEST_F(Program, WritesEveryCharacterOfAUtilitysOutputAndNoticesLostOnes)
 
 TEST_F(Program, ShowsTextAtAConsoleWhateverItsCodePage)
 {
-    // A process without a window has a console of its own, under Wine with code page 437.
-    vexecutil holder;
-    holder.path = devpanel;
-    holder.arguments = L"serve 0 console";
-    holder.hideWindow = holder.captureStdout = 1;
-    startPatiently(holder);
-    ASSERT_TRUE(becomesFree(L"console"));
-    FreeConsole();
-    ASSERT_TRUE(AttachConsole(holder.processId)) << GetLastError();
-    SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    const UniqueFile console(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-        &inherit, OPEN_EXISTING, 0, nullptr));
-    const HANDLE own = GetStdHandle(STD_OUTPUT_HANDLE);
-    SetStdHandle(STD_OUTPUT_HANDLE, console.get());
+    HiddenConsole console; // under Wine with code page 437
+    ASSERT_TRUE(console) << GetLastError();
+    console.clear();
     EXPECT_EQ(0u, run(L"--get-service-status --name=\x416\x20ac", false).exitCode);
     EXPECT_EQ(0u, run(L"--help", false).exitCode);
-    SetStdHandle(STD_OUTPUT_HANDLE, own);
-
-    CONSOLE_SCREEN_BUFFER_INFO info{};
-    EXPECT_TRUE(GetConsoleScreenBufferInfo(console.get(), &info));
-    std::wstring screen;
-    for (SHORT line = 0; line < 8; ++line) {
-        std::wstring text(static_cast<std::size_t>(info.dwSize.X), L' ');
-        DWORD count = 0;
-        ReadConsoleOutputCharacterW(console.get(), text.data(), static_cast<DWORD>(text.size()), {0, line}, &count);
-        screen += text.substr(0, text.find_last_not_of(L' ') + 1) + L"|";
-    }
+    const std::wstring screen = console.text(8);
     EXPECT_EQ(
         L"{|        \"name\" : \"\x416\x20ac\",|        \"status\" : \"invalid\"|}||usage: mendkit [options] ...|||",
         screen)
         << testing::PrintToString(screen);
-    FreeConsole();
-    terminate(holder);
 }
 
 TEST_F(Program, BelievesARunningServiceOfThePanelAtAPipeOfItsAccount)
 {
+    if (!kit::isWine())
+        GTEST_SKIP() << "SYSTEM owns this service's pipe, which decides; other accounts: Pipe.ServiceAccounts";
     ASSERT_EQ(0u, runChild(devpanel, L"install").exitCode);
     const wchar_t* arguments[] = {L"of_a_service"};
     const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)),
@@ -331,10 +316,11 @@ TEST_F(Program, EndsWhenTheManagementServiceIsKilledInMidQuery)
         terminate(*service);
         service = serve(silence, pipe);
         command.join();
-        EXPECT_LT(GetTickCount64() - killed, 5'000u);
+        EXPECT_LT(GetTickCount64() - killed, 20'000u) << "it waits for the time-out";
         if (hasAnswered(result)) {
             ++answers;
-            EXPECT_EQ("C:\\", jsonDocument(result.output)[0]["volume"].asString());
+            EXPECT_EQ(
+                std::string(panel.begin(), panel.begin() + 3), jsonDocument(result.output)[0]["volume"].asString());
         } else {
             ++failures;
             EXPECT_EQ(0u, result.output.find("Pipe is finished\r\n   at (vpipechannel::client::query line 252)"))

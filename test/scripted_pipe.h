@@ -2,6 +2,7 @@
 
 #include "config/management_service/wire_format.h"
 #include "runtime/handle/handles.h"
+#include "test/privileges.h"
 
 #include <sddl.h>
 
@@ -28,10 +29,13 @@ public:
         DWORD silence = 0;              // milliseconds before the reply
     };
 
-    /// @param security  owner and access list; empty: none, for which Wine names no owner
-    explicit ScriptedPipe(Script script, bool messages = false, const std::wstring& security = trustedSecurity)
-        : name_(L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++count)),
-          pipe_(create(messages, security)),
+    /// @param security   owner and access list; empty: none, for which Wine names no owner
+    /// @param instances  how many servers the pipe may have
+    /// @param name       of a pipe that exists; empty: a new one
+    explicit ScriptedPipe(Script script, bool messages = false, const std::wstring& security = trustedSecurity,
+        DWORD instances = 1, const std::wstring& name = L"")
+        : name_(name.empty() ? newName() : name),
+          pipe_(create(messages, security, instances)),
           thread_([this, script = std::move(script)] { serve(script); })
     {
     }
@@ -48,6 +52,7 @@ public:
         thread_.join();
     }
 
+    explicit operator bool() const { return isMade_; }
     const std::wstring& name() const { return name_; }
     const std::string& received() const { return received_; }
 
@@ -75,7 +80,12 @@ private:
         pipe_.reset();
     }
 
-    UniqueFile create(bool messages, const std::wstring& security) const
+    static std::wstring newName()
+    {
+        return L"mendkit_test_pipe_" + std::to_wstring(GetCurrentProcessId()) + L"_" + std::to_wstring(++count);
+    }
+
+    UniqueFile create(bool messages, const std::wstring& security, DWORD instances) const
     {
         SECURITY_ATTRIBUTES attributes{sizeof attributes, nullptr, FALSE};
         if (!security.empty()) {
@@ -83,8 +93,9 @@ private:
                 security.c_str(), SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
         }
         const UniqueLocalMemory descriptor(attributes.lpSecurityDescriptor);
+        const Privileges privileges; // to name another owner
         return UniqueFile(CreateNamedPipeW((L"\\\\.\\pipe\\" + name_).c_str(), PIPE_ACCESS_DUPLEX,
-            messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, 1, 4096, 4096, 0,
+            messages ? PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE : PIPE_TYPE_BYTE, instances, 4096, 4096, 0,
             descriptor ? &attributes : nullptr));
     }
 
@@ -92,6 +103,7 @@ private:
 
     std::wstring name_;
     UniqueFile pipe_;
+    const bool isMade_ = static_cast<bool>(pipe_);
     std::string received_;
     std::thread thread_;
 };

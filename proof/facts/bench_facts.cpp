@@ -5,11 +5,11 @@
 
 #include <iostream>
 
-class Cost : public ProgramRun, public testing::WithParamInterface<const char*>
+class BenchCost : public ProgramRun, public testing::WithParamInterface<const char*>
 {
 };
 
-TEST_P(Cost, OfTheBench)
+TEST_P(BenchCost, OfTheBench)
 {
     NEEDS_DISK();
     const std::string part = GetParam();
@@ -22,4 +22,4 @@ TEST_P(Cost, OfTheBench)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Of, Cost, testing::Values("status", "log", "pipe", "utilities"), [](const auto& row) { return row.param; });
+    Of, BenchCost, testing::Values("status", "log", "pipe", "utilities"), [](const auto& row) { return row.param; });

@@ -125,7 +125,9 @@ TEST(LateFunction, IsLoadedFromTheSystemDirectoryOnly)
     GetModuleFileNameW(nullptr, program, MAX_PATH);
     const std::wstring beside = std::wstring(program).substr(0, std::wstring(program).rfind(L'\\') + 1);
     const std::wstring copy = beside + L"mendkit_beside.dll";
-    ASSERT_TRUE(CopyFileW(L"C:\\windows\\system32\\shlwapi.dll", copy.c_str(), FALSE)) << GetLastError();
+    wchar_t system[MAX_PATH];
+    GetSystemDirectoryW(system, MAX_PATH);
+    ASSERT_TRUE(CopyFileW((system + std::wstring(L"\\shlwapi.dll")).c_str(), copy.c_str(), FALSE)) << GetLastError();
     static constinit LateLibrary planted(L"mendkit_beside.dll");
     EXPECT_EQ(nullptr, planted.load());
     EXPECT_EQ(DWORD{ERROR_MOD_NOT_FOUND}, GetLastError());

@@ -1,6 +1,7 @@
 #include "system/panel/panel_utility.h"
 
 #include "runtime/identity.h"
+#include "runtime/text/code_page.h"
 #include "system/default_system_helper.h"
 #include "system/panel/answer_confirmation.h"
 #include "system/panel/panel_directories.h"
@@ -11,6 +12,7 @@
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
+#include "test/station_list.h"
 
 #include <sddl.h>
 
@@ -58,6 +60,14 @@ protected:
         return failure == L"nothing thrown" ? output : L"!" + messageIn(failure);
     }
 
+    static std::wstring windowsDirectory()
+    {
+        wchar_t directory[MAX_PATH];
+        GetWindowsDirectoryW(directory, MAX_PATH);
+        return directory;
+    }
+
+    const std::wstring windows = windowsDirectory();
     const ProductRoot product;
     const std::wstring root = product.path();
     ScriptedPipe service;
@@ -82,7 +92,7 @@ TEST_F(Utility, ReturnsItsOutputOrFailsWithItsExitCode)
         std::wstring outcome;
     } rows[] = {{"out one\nerr two\nout three", nullptr, L"one\r\ntwo\r\nthree\r\n"}, {"sleep 50", nullptr, L""},
         {"bytes 300000", nullptr, std::wstring(300'000, L'x')}, {"read", &input, L"300000\r\n"},
-        {"hex e4", nullptr, L"ä"},
+        {"hex e4", nullptr, toWide("\xe4", GetACP())},
         {"out boom\nexit 3", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code 3: boom\r\n"},
         {"crash", nullptr, L"!Execute util \"--pwd=*\" --x failed with error code -1073741819: "}};
     for (const auto& [script, given, outcome] : rows)
@@ -195,7 +205,7 @@ TEST_F(Utility, ConfirmsTheDirectoriesOfAnUntrustedAnswerByTheRegistry)
     setConfig(L"PRODUCT_DATA_D", data);
     for (const auto& [directory, outcome] : {std::pair(data + L"\\x", true), {data, false}, {other, false},
              {data + L"\\..\\data 2", false}, {data + L"\\missing", false}, {L"", false}, {L"C:\\", false},
-             {L"C:\\windows\\temp", true}, {L"C:\\windows", false}, {L"C:\\windows\\system32", false}})
+             {windows + L"\\temp", true}, {windows, false}, {windows + L"\\system32", false}})
         EXPECT_EQ(outcome, panel::isTemporaryDirectory(directory)) << testing::PrintToString(directory);
 }
 
@@ -208,11 +218,11 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
     };
     // The client notices at its next query that the last server has closed the pipe.
     const auto disconnect = [] { EXPECT_NE(L"nothing thrown", failureOf([] { panel::dumpTempDirectory(); })); };
-    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = L"C:\\windows\\system32";
+    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = windows + L"\\system32";
     RecordingHandler log;
-    auto server = serve(L"C:\\windows", usersMayWrite);
-    EXPECT_EQ(
-        L"The management service names the installation directory 'C:\\windows', the registry names '" + root + L"'",
+    auto server = serve(windows.c_str(), usersMayWrite);
+    EXPECT_EQ(L"The management service names the installation directory '" + windows + L"', the registry names '" +
+                  root + L"'",
         messageIn(failureOf([] { panel::installationDirectory(); })));
 
     server = serve(system.c_str(), usersMayWrite);
@@ -243,6 +253,9 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
 
 TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
 {
+    const StationList station;
+    if (!kit::isWine() && station.code() != ERROR_SUCCESS)
+        GTEST_SKIP() << "this prompt may not change the access list of winsta0: " << station.code();
     const UniqueHandle own = identity::tokenOf(GetCurrentProcess(), TOKEN_ALL_ACCESS);
     const identity::Sid administrators = identity::Sid::wellKnown(WinBuiltinAdministratorsSid);
     SID_AND_ATTRIBUTES disabled{administrators.get(), 0};
@@ -256,7 +269,13 @@ TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
     ASSERT_TRUE(SetKernelObjectSecurity(own.get(), DACL_SECURITY_INFORMATION, rights.get()));
     for (const auto& [token, isAdministrator] : {std::pair{lesser.get(), false}, {own.get(), true}}) {
         UniqueHandle acting;
-        ASSERT_TRUE(DuplicateToken(token, SecurityImpersonation, acting.receive()));
+        ASSERT_TRUE(DuplicateTokenEx(
+            token, TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation, TokenImpersonation, acting.receive()));
+        SECURITY_ATTRIBUTES open{}; // as the system lets a user open the token of his own logon
+        ConvertStringSecurityDescriptorToSecurityDescriptorW(
+            L"D:(A;;GA;;;WD)", SDDL_REVISION_1, &open.lpSecurityDescriptor, nullptr);
+        const UniqueLocalMemory openRights(open.lpSecurityDescriptor);
+        SetKernelObjectSecurity(acting.get(), DACL_SECURITY_INFORMATION, openRights.get());
         vexecutil child;
         child.path = root + L"\\admin\\bin\\util.exe";
         child.suspended = true;
