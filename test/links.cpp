@@ -145,9 +145,10 @@ void removeTree(const std::wstring& path)
 } // namespace
 
 LinkTree::LinkTree()
-    : base_(kit::isWine()          ? (GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:\\mk" : L"C:\\mk")
-            : kit::drive().empty() ? L""
-                                   : kit::drive() + L"\\mk")
+    : base_(!kit::drive().empty()                   ? kit::drive() + L"\\mk"
+            : !kit::isWine()                        ? L""
+            : GetDriveTypeW(L"D:\\") == DRIVE_FIXED ? L"D:\\mk"
+                                                    : L"C:\\mk")
 {
     clear();
     CreateDirectoryW(base_.c_str(), nullptr);
