@@ -76,7 +76,6 @@ TEST_F(Faults, StackOverflow)
 
 TEST_F(Faults, FailFast)
 {
-    SKIP_UNDER_WINE("a fast failure is an exception that can be handled");
     const ChildResult result = fault(L"fail fast");
     EXPECT_EQ(0xc0000409u, result.exitCode) << "a fast failure ends the process otherwise"; // __fastfail
     EXPECT_EQ("", result.output) << "a handler ran, although none may";
@@ -97,7 +96,6 @@ TEST_F(Faults, HeapCorruption)
 
 TEST_F(Faults, DumpDeadline)
 {
-    SKIP_UNDER_WINE("dbghelp is another one");
     setConfig(L"CrashDumpsLocation", dumps);
     for (const wchar_t* word : {L"dump hanging at modules", L"dump hanging at threads"}) {
         vexecutil child;

@@ -134,6 +134,7 @@ TEST_F(Pipe, Owners)
     const identity::Sid administrators = identity::Sid::parse(L"BA"), none;
     if (!kit::isWine() && !(defaultOwner() == administrators))
         GTEST_SKIP() << "what this prompt makes belongs to its user, by a policy of the machine";
+    // "Named Pipe Security and Access Rights": by default everyone may read, only these and the owner may write.
     const identity::Sid& expected = kit::isWine() ? none : administrators;
     {
         const ScriptedPipe pipe(answer(root.path()), false, L"");
@@ -214,7 +215,7 @@ TEST_F(Pipe, FirstInstance)
     for (const bool isLie : {true, false}) {
         std::unique_ptr<ScriptedPipe> intruder;
         {
-            const AsOtherAccount other;
+            const AsOtherAccount other; // needs FILE_CREATE_PIPE_INSTANCE, as the same page says
             intruder =
                 std::make_unique<ScriptedPipe>(answer(isLie ? lie : root.path()), false, L"", 2, service.name());
         }

@@ -66,8 +66,9 @@ FactResult readOutput(const std::string& output, bool isInTime, unsigned exitCod
     FactResult result{Outcome::failed, textBehind(lines, ": Failure"), output, {}, 0};
     bool hasPassed = false, isSkipped = false;
     for (const std::string& line : lines) {
-        hasPassed |= line.starts_with("[       OK ] ");
-        isSkipped |= line.starts_with("[  SKIPPED ] ");
+        // Not only at the beginning: the product ends its last line with no line end.
+        hasPassed |= line.find("[       OK ] ") != line.npos;
+        isSkipped |= line.find("[  SKIPPED ] ") != line.npos;
         if (line.starts_with("Figure: "))
             result.figures.push_back(line.substr(8));
     }
