@@ -16,6 +16,7 @@
 #include "system/panel/util_exec_log.h"
 #include "test/child_process.h"
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/recording_handler.h"
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
@@ -242,7 +243,9 @@ TEST_F(FixedTexts, OfCrashDumps)
     CONTEXT context{};
     EXCEPTION_POINTERS pointers{&record, &context};
     const std::wstring file = root.path() + L"\\x.dmp";
+    const FileOpens opens;
     internalDumpMiniDump(file, &pointers, MiniDumpNormal);
+    EXPECT_EQ(L"1f01ff 1 1 200080 O:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)", FileOpens::of(file));
     LogManager::log(LogLevel::Info, L"next");
     ASSERT_EQ(2u, records.records.size());
     const std::wstring failure = records.records.front().message;
@@ -277,4 +280,20 @@ TEST_F(FixedTexts, OfTheEventLog)
     EXPECT_NE(nullptr, log.handle());
     const std::string parent = "\\CurrentControlSet\\Services\\EventLog\\Kelvo";
     EXPECT_EQ((std::vector<std::string>{"SYSTEM" + parent, "System" + parent + "\\fixed_texts_test"}), calls);
+    const UniqueRegistryKey key = registry::open(HKEY_LOCAL_MACHINE, toWide("SYSTEM" + parent, 0), KEY_ALL_ACCESS),
+                            source = registry::open(key.get(), L"fixed_texts_test", KEY_READ);
+    const auto number = [](const UniqueRegistryKey& in, const wchar_t* name) {
+        DWORD value = 0xbad;
+        registry::lookup(in.get(), name, value);
+        return value;
+    };
+    EXPECT_EQ(0x800000u, number(key, L"MaxSize"));
+    EXPECT_EQ(0u, number(key, L"Retention"));
+    EXPECT_EQ(7u, number(source, L"TypesSupported"));
+    std::wstring file;
+    registry::lookup(source.get(), L"EventMessageFile", file);
+    EXPECT_EQ(root.path() + L"\\admin\\bin64\\eventmsg.dll", file);
+    registry::set(key.get(), L"MaxSize", 1);
+    EventLog().handle();
+    EXPECT_EQ(1u, number(key, L"MaxSize")) << "an existing log keeps its settings";
 }

@@ -5,6 +5,7 @@
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
@@ -60,7 +61,9 @@ TEST_F(ServiceClient, SendsTheWireFormat)
     // The server reads the length first, as a message of its own.
     ScriptedPipe service({{good.substr(0, 4), good.substr(4)}}, true);
     setConfig(L"zrmpipe", service.name());
+    const FileOpens opens;
     EXPECT_EQ(L"C:Ж", ask());
+    EXPECT_EQ(L"c0000000 0 3 40110000", FileOpens::of(L"\\\\.\\pipe\\")) << "the server may identify the user only";
     EXPECT_EQ("\x2f\0\0\0\x10\0\0\0\x3c\xbc\x3e\xad\xb9\xe6\xcf\x4f\xab\xb9\xed\x1b\x3d\x52\x4f\x22\x17\0\0\0\x02"
               "D\0u\0m\0p\0T\0e\0m\0p\0D\0i\0r\0"s,
         service.received());

@@ -2,6 +2,7 @@
 #include "runtime/handle/handles.h"
 #include "system/default_system_helper.h"
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/replaced_import.h"
 #include "test/stress.h"
 
@@ -172,7 +173,10 @@ TEST_P(Removal, NamesTheEntryThatCannotBeRemoved)
     file(inner + L"\\busy");
     const UniqueFile held(
         CreateFileW((inner + L"\\busy").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const FileOpens opens;
     const std::wstring failure = failureOf<vosexception>([&] { helper.removeDirectory(clean + L"\\tree"); });
+    EXPECT_EQ(L"80 7 3 2110000", FileOpens::of(base.substr(0, 7) + L"|"))
+        << "a server at a link may identify the user only";
     EXPECT_TRUE(messageIn(failure).ends_with(L" at Unable to remove path (" + inner + L"\\busy)")) << failure;
     EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeFile(clean + L"\\none"); }));
     EXPECT_TRUE(helper.listDirectory(L"C:\\windows\\SYSTEM32", 2).empty()) << "the system directory is never listed";
