@@ -1,6 +1,5 @@
 #include "logging/log_manager.h"
 
-#include "logging/crash/crash_dump_info.h"
 #include "test/event_reports.h"
 #include "test/recording_handler.h"
 #include "test/sandbox.h"
@@ -48,41 +47,4 @@ TEST_F(Records, GoToTheSinksOfTheirLevel)
         }
     }
     EXPECT_EQ(14u, handler.records.size());
-}
-
-TEST_F(Records, InDumpsAreKeptByTheirSettings)
-{
-    const ProductRoot root;
-    const std::wstring other = root.path() + L"\\admin", standard = root.path() + L"\\etc\\crashdumps";
-    CreateDirectoryW((root.path() + L"\\etc").c_str(), nullptr);
-    CreateDirectoryW(standard.c_str(), nullptr);
-    setConfig(L"PRODUCT_ROOT_D", root.path());
-    const auto dump = [](const std::wstring& directory, int number) {
-        return directory + L"\\" + std::to_wstring(number) + L".dmp";
-    };
-    const struct
-    {
-        const char* name;
-        const wchar_t* setting; // null: none
-        std::wstring text;
-        DWORD number;
-        std::wstring directory;
-        int removed;
-    } rows[] = {{"the ten last ones", nullptr, L"", 0, standard, 2},
-        {"off", L"CrashDumpsEnabled", L"", 0, standard, 0}, {"on", L"CrashDumpsEnabled", L"", 1, standard, 2},
-        {"no more than two", L"CrashDumpsMaxCount", L"", 2, standard, 10},
-        {"elsewhere", L"CrashDumpsLocation", other, 0, other, 10}};
-    for (const auto& [name, setting, text, number, directory, removed] : rows) {
-        for (int file = 10; file < 22; ++file)
-            std::ofstream(dump(directory, file).c_str()) << "x";
-        if (setting && text.empty())
-            setConfig(setting, number);
-        else if (setting)
-            setConfig(setting, text);
-        CrashDumpInfo().prune();
-        for (int file = 10; file < 22; ++file)
-            EXPECT_EQ(
-                file >= 10 + removed, GetFileAttributesW(dump(directory, file).c_str()) != INVALID_FILE_ATTRIBUTES)
-                << name << " " << file;
-    }
 }

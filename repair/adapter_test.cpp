@@ -73,6 +73,7 @@ TEST_F(Adapter, ReportsTheFiguresOfThreeUtilityRuns)
         EXPECT_EQ(L"{\"cpu\" : {" + averages + L",\"unit\" : \"%\"},\"memory\" : {" + figures + L"},\"swap\" : {}}",
             flat(adapter.getSystemResources()));
     }
+    EXPECT_EQ(L"{\"message\" : \"Server is going to restart\"}", flat(adapter.reboot(7)));
     helper->calls.resize(3);
     EXPECT_EQ((Calls{L"sysinfo loadavg", L"sysinfo memory", L"sysinfo swap"}), helper->calls);
 }

@@ -16,6 +16,9 @@ DWORD openFailure = 0, queryFailure = 0, configSize = 0;
 
 SC_HANDLE WINAPI openManager(const wchar_t* machine, const wchar_t* database, DWORD rights)
 {
+    SetLastError(ERROR_ACCESS_DENIED);
+    if (machine && machine == std::wstring(L"none"))
+        return nullptr;
     asked = formatString(L"manager %s %s %lu", machine ? machine : L"-", database ? database : L"-", rights);
     return reinterpret_cast<SC_HANDLE>(&asked);
 }
@@ -102,10 +105,26 @@ TEST(Service, IsAskedWithNoMoreRightsThanNeeded)
     }
 }
 
+TEST(Service, IsNotFoundWithoutAManager)
+{
+    const ReplacedImport manager("OpenSCManagerW", openManager);
+    EXPECT_NE(std::wstring::npos, failureOf([] { service::serviceStartupType(L"s", L"none"); })
+                                      .find(L"(Error code 5) at OpenSCManager\n   at "
+                                            L"(`anonymous-namespace'::servicemanager::servicemanager line "));
+}
+
 TEST(SystemHelper, TellsAVolumesBytesNotTheCallersQuota)
 {
     const ReplacedImport space("GetDiskFreeSpaceExW", tellSpace);
     const DiskSpace found = KelvoRepairAdapter::DefaultSystemHelper().getDiskSpace(L"C:\\");
     EXPECT_EQ(1ULL << 40, found.total);
     EXPECT_EQ(3u, found.free);
+}
+
+TEST(SystemHelper, MasksTheArgumentsOfAUtility)
+{
+    const std::wstring failure =
+        failureOf([] { KelvoRepairAdapter::DefaultSystemHelper().execUtil(L"none", L"--pwd=s3", false); });
+    EXPECT_TRUE(failure.ends_with(L") execUtil(none, \"--pwd=*\")")) << failure;
+    EXPECT_EQ(std::wstring::npos, failure.find(L"s3"));
 }

@@ -92,6 +92,14 @@ BOOL WINAPI setWithoutPosix(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* i
     return FALSE;
 }
 
+DWORD reopened = 0; // flags
+
+HANDLE WINAPI recordReopening(HANDLE object, DWORD access, DWORD sharing, DWORD flags)
+{
+    reopened = flags;
+    return original<decltype(ReOpenFile)>(L"kernel32", "ReOpenFile")(object, access, sharing, flags);
+}
+
 NTSTATUS NTAPI createWithoutDontReparse(HANDLE* file, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
     IO_STATUS_BLOCK* status, LARGE_INTEGER* size, ULONG flags, ULONG sharing, ULONG disposition, ULONG options,
     void* extra, ULONG extraSize)
@@ -187,11 +195,14 @@ TEST_P(Removal, AsksOnlyOnceForWhatAVolumeDoesNotKnow)
 {
     const ReplacedImport set("SetFileInformationByHandle", setWithoutPosix),
         create("NtCreateFile", createWithoutDontReparse);
+    const ReplacedImport reopen("ReOpenFile", recordReopening);
     for (int number = 0; number < 10; ++number)
-        file(clean + L"\\" + std::to_wstring(number));
+        file(clean + L"\\" + std::to_wstring(number), number == 5 ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL);
     unknown = 0;
     EXPECT_TRUE(cleanAll().empty());
     EXPECT_EQ(L"", content(clean));
     EXPECT_GE(unknown, 2);
     EXPECT_LE(unknown, 3) << "two forms of POSIX removal, and the refusal of links";
+    EXPECT_TRUE(reopened == DWORD{FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT} || reopened == 0)
+        << reopened;
 }

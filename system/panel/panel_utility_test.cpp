@@ -1,5 +1,6 @@
 #include "system/panel/panel_utility.h"
 
+#include "system/cleaning/machine_directories.h"
 #include "system/default_system_helper.h"
 #include "system/panel/answer_confirmation.h"
 #include "system/panel/panel_directories.h"
@@ -12,6 +13,7 @@
 #include "test/scripted_pipe.h"
 #include "test/text_pattern.h"
 
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <memory>
@@ -209,6 +211,11 @@ TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
     relative.path = L"util.exe";
     EXPECT_THROW(relative.start(), vosexception) << "never from the current directory or PATH";
     EXPECT_EQ(root + L"\\", KelvoRepairAdapter::DefaultSystemHelper().getKelvoRootDir());
+    setConfig(L"PRODUCT_ROOT_D", L"C:\\other");
+    const auto needed = neededDirectories();
+    for (const std::wstring& directory : {root + L"\\", std::wstring(L"C:\\other")})
+        EXPECT_EQ(
+            1, std::count_if(needed.begin(), needed.end(), [&](const auto& one) { return one.path == directory; }));
 }
 
 TEST_F(Utility, ConfirmsTheDirectoriesOfAnUntrustedAnswerByTheRegistry)
@@ -241,9 +248,12 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
         return server;
     };
     // The client notices at its next query that the last server has closed the pipe.
-    const auto disconnect = [] { EXPECT_NE(L"nothing thrown", failureOf([] { panel::dumpTempDirectory(); })); };
-    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = L"C:\\windows\\system32";
     RecordingHandler log;
+    const auto disconnect = [&] {
+        EXPECT_NE(L"nothing thrown", failureOf([] { panel::dumpTempDirectory(); }));
+        EXPECT_EQ(LogLevel::Error, log.records.back().level);
+    };
+    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = L"C:\\windows\\system32";
     auto server = serve(L"C:\\windows", usersMayWrite);
     EXPECT_EQ(
         L"The management service names the installation directory 'C:\\windows', the registry names '" + root + L"'",

@@ -17,8 +17,10 @@ std::wstring granted;
 DWORD WINAPI getDesktopSecurity(
     HANDLE, SE_OBJECT_TYPE type, SECURITY_INFORMATION what, PSID*, PSID*, PACL* list, PACL*, PSECURITY_DESCRIPTOR*)
 {
-    static ACL none{ACL_REVISION, 0, sizeof none, 0, 0};
-    *list = &none;
+    alignas(DWORD) static BYTE memory[128];
+    *list = reinterpret_cast<ACL*>(memory);
+    InitializeAcl(*list, sizeof memory, ACL_REVISION);
+    AddAccessAllowedAce(*list, ACL_REVISION, 1, identity::currentUser().get()); // not all the rights
     granted += formatString(L"get %d %lx, ", type, what);
     return ERROR_SUCCESS;
 }
@@ -39,6 +41,49 @@ DWORD WINAPI setDesktopSecurity(
 {
     granted += formatString(L"set %d %lx %d %d\n", type, what, owner || group, list != nullptr);
     return ERROR_SUCCESS;
+}
+
+BOOL WINAPI openToken(HANDLE thread, DWORD rights, BOOL asSelf, HANDLE* token)
+{
+    const auto system = reinterpret_cast<decltype(&OpenThreadToken)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), "OpenThreadToken")));
+    if (rights != TOKEN_QUERY) // asked by the fakes above
+        granted += formatString(L"token %lx %d, ", rights, asSelf);
+    return system(thread, rights, asSelf, token);
+}
+
+BOOL WINAPI duplicateToken(HANDLE token, DWORD rights, SECURITY_ATTRIBUTES* security,
+    SECURITY_IMPERSONATION_LEVEL level, TOKEN_TYPE type, HANDLE* copy)
+{
+    const auto system = reinterpret_cast<decltype(&DuplicateTokenEx)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), "DuplicateTokenEx")));
+    granted += formatString(L"copy %lx %d %d %d, ", rights, security != nullptr, level, type);
+    return system(token, rights, security, level, type, copy);
+}
+
+HWINSTA WINAPI openStation(const wchar_t* name, BOOL inherit, DWORD rights)
+{
+    granted += formatString(L"%s %d %lx, ", name, inherit, rights);
+    return OpenWindowStationW(name, inherit, rights);
+}
+
+HDESK WINAPI openDesktop(const wchar_t* name, DWORD flags, BOOL inherit, DWORD rights)
+{
+    granted += formatString(L"%s %lu %d %lx, ", name, flags, inherit, rights);
+    return OpenDesktopW(name, flags, inherit, rights);
+}
+
+// Found before the import is replaced.
+const auto systemFind = reinterpret_cast<decltype(&GetProcAddress)>(
+    reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetProcAddress")));
+
+FARPROC WINAPI find(HMODULE module, const char* name)
+{
+    if (name == std::string("OpenWindowStationW"))
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(openStation));
+    if (name == std::string("OpenDesktopW"))
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(openDesktop));
+    return systemFind(module, name);
 }
 
 HLOCAL WINAPI keep(HLOCAL)
@@ -62,7 +107,8 @@ TEST(Child, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
     const UniqueLocalMemory rights(attributes.lpSecurityDescriptor);
     ASSERT_TRUE(SetKernelObjectSecurity(own.get(), DACL_SECURITY_INFORMATION, rights.get()));
     const ReplacedImport get("GetSecurityInfo", getDesktopSecurity), set("SetSecurityInfo", setDesktopSecurity),
-        add("SetEntriesInAclW", addEntry), free("LocalFree", keep);
+        add("SetEntriesInAclW", addEntry), free("LocalFree", keep), open("OpenThreadToken", openToken),
+        duplicate("DuplicateTokenEx", duplicateToken), address("GetProcAddress", find);
     for (const auto& [token, isAdministrator] : {std::pair{lesser.get(), false}, {own.get(), true}}) {
         UniqueHandle acting;
         ASSERT_TRUE(DuplicateToken(token, SecurityImpersonation, acting.receive()));
@@ -79,6 +125,9 @@ TEST(Child, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
             isAdministrator, identity::isAdministrator(identity::tokenOf(child.process.get(), TOKEN_QUERY).get()));
         terminate(child);
     }
-    EXPECT_EQ(L"get 7 4, 1: 23 1 0 0 1, set 7 4 0 1\nget 7 4, 1: 83 1 0 0 1, set 7 4 0 1\n", granted)
+    EXPECT_EQ(L"token 2000a 0, copy 2000000 0 2 1, token 4 1, winsta0 0 60001, get 7 4, 1: 23 1 0 0 1, set 7 4 0 "
+              L"1\ndefault 0 0 60001, get 7 4, 1: 83 1 "
+              L"0 0 1, set 7 4 0 1\ntoken 2000a 0, ",
+        granted)
         << "rights on the window station and the desktop, for the child under another token only";
 }
