@@ -76,6 +76,13 @@ TEST_F(Settings, AreReadByTheirType)
         numbers(path + L"\\v", [&] { return config::lookup(L"v", number); });
         numbers(L"v", [&] { return registry::lookup(key.get(), L"v", number); });
     }
+    for (DWORD length = 250; length < 270; ++length) { // around the size that is read first
+        const std::wstring stored(length, L'x');
+        std::wstring text;
+        store(REG_SZ, stored.data(), 2 * length);
+        config::lookup(L"v", text);
+        EXPECT_EQ(stored, text) << length;
+    }
     DWORD number = 7;
     EXPECT_EQ(ERROR_FILE_NOT_FOUND, config::lookup(L"absent", number));
     EXPECT_EQ(7u, number);
