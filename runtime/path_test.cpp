@@ -1,8 +1,6 @@
 #include "runtime/path.h"
 
 #include "runtime/file_id.h"
-#include "runtime/file_location.h"
-#include "runtime/handle/handles.h"
 
 #include <gtest/gtest.h>
 
@@ -22,17 +20,6 @@ TEST(FileId, IsTheSameOnTheSameVolumeOnly)
     EXPECT_FALSE(isSame(old, {{}, 2, 7}) || isSame(old, {{}, 1, 8}) || isSame({{}, 1, 0}, {{}, 1, 0}));
     EXPECT_TRUE(mayBeSame({{1, {{8}}}, 1, 7}, both)) << "the same by one of the two";
     EXPECT_FALSE(isSame({{1, {{8}}}, 1, 7}, both));
-}
-
-TEST(Location, IsFoundWhileOthersWriteToTheObject)
-{
-    wchar_t directory[MAX_PATH], name[MAX_PATH];
-    GetTempPathW(MAX_PATH, directory);
-    GetTempFileNameW(directory, L"mk", 0, name);
-    const UniqueFile writer(
-        CreateFileW(name, GENERIC_WRITE | DELETE, FILE_SHARE_READ | FILE_SHARE_DELETE | FILE_SHARE_WRITE, nullptr,
-            OPEN_EXISTING, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
-    EXPECT_TRUE(writer && location::isSame(name, name));
 }
 
 TEST(Path, IsNormalisedWithoutLosingItsMeaning)
