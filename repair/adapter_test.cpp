@@ -73,6 +73,7 @@ TEST_F(Adapter, ReportsTheFiguresOfThreeUtilityRuns)
         EXPECT_EQ(L"{\"cpu\" : {" + averages + L",\"unit\" : \"%\"},\"memory\" : {" + figures + L"},\"swap\" : {}}",
             flat(adapter.getSystemResources()));
     }
+    EXPECT_EQ(L"{\"message\" : \"Server is going to restart\"}", flat(adapter.reboot(7)));
     helper->calls.resize(3);
     EXPECT_EQ((Calls{L"sysinfo loadavg", L"sysinfo memory", L"sysinfo swap"}), helper->calls);
 }
@@ -149,18 +150,18 @@ TEST_F(Adapter, ContinuesAfterAFailedRemovalButNotAfterAFailedListing)
         const wchar_t* name;
         DWORD attributes;
         bool isLink;
-    } rows[] = {{L".", directory, false}, {L"..", directory, false}, {L"d", directory, false},
+    } rows[] = {{L".", directory, false}, {L"..", directory, false}, {L"pwd=d", directory, false},
         {L"link", directory, true}, {L"dot.", 0, false}};
     for (const auto& [name, attributes, isLink] : rows)
         helper->entries[L"C:\\dumps"].push_back({name, attributes, isLink, isLink, 0, {}, {}, {}});
-    helper->failing = L"rd C:\\dumps\\d";
+    helper->failing = L"rd C:\\dumps\\pwd=d";
     const RecordingHandler log;
     adapter.freeDiskSpace();
-    EXPECT_EQ((Calls{L"rd C:\\dumps\\d", L"del C:\\dumps\\link", L"del C:\\dumps\\dot."}),
+    EXPECT_EQ((Calls{L"rd C:\\dumps\\pwd=d", L"del C:\\dumps\\link", L"del C:\\dumps\\dot."}),
         Calls(helper->calls.begin() + 4, helper->calls.begin() + 7));
     ASSERT_EQ(1u, log.records.size());
     EXPECT_EQ(LogLevel::Warning, log.records[0].level);
-    EXPECT_TRUE(log.records[0].message.ends_with(L") Remove 'C:\\dumps\\d'")) << log.records[0].message;
+    EXPECT_TRUE(log.records[0].message.ends_with(L") Remove 'C:\\dumps\\pwd=*'")) << log.records[0].message;
 
     helper->calls.clear();
     helper->failing = L"list 2 C:\\dumps";

@@ -19,7 +19,7 @@ std::wstring styledText(const Json::Value& value)
     const std::unique_ptr<Json::StreamWriter> writer(builder.newStreamWriter());
     std::ostringstream text;
     // Without exceptions, a stream that runs out of memory truncates the text silently.
-    text.exceptions(std::ios::badbit | std::ios::failbit);
+    text.exceptions(std::ios::badbit);
     writer->write(value, &text);
     return toWide(text.str() + "\n", utf8CodePage);
 }

@@ -4,6 +4,7 @@
 #include "logging/report/xml_document.h"
 #include "runtime/text/code_page.h"
 #include "system/report_helpers.h"
+#include "test/replaced_import.h"
 #include "test/sandbox.h"
 #include "test/stress.h"
 #include "test/text_pattern.h"
@@ -31,6 +32,11 @@ struct ScriptedSystemHelper : SendErrorReport::DefaultSystemHelper, SendErrorRep
     SYSTEMTIME now{2026, 11, 0, 16, 0, 0, 0, 0};
     std::string sent;
 };
+
+void WINAPI tellTime(SYSTEMTIME* time)
+{
+    *time = {2026, 1, 5, 2, 3, 4, 5, 6};
+}
 
 class ErrorReport : public RegistrySandbox
 {
@@ -131,6 +137,24 @@ TEST_F(ErrorReport, IsSentOnceADayWithTheNumberOfRepeats)
         helper->now = {2026, 11, 0, day, hour, minute, 0, 0};
         EXPECT_EQ(hits, hitsOf(L"text")) << day;
     }
+}
+
+TEST_F(ErrorReport, CountsTheLast100Texts)
+{
+    for (WORD text = 0; text < 100; ++text) {
+        helper->now.wMilliseconds = static_cast<WORD>(text + 1);
+        hitsOf(std::to_wstring(text));
+    }
+    EXPECT_EQ("", hitsOf(L"0"));
+    EXPECT_EQ("1", hitsOf(L"another one"));
+    EXPECT_EQ("", hitsOf(L"1"));
+    EXPECT_EQ("1", hitsOf(L"0")) << "the oldest was forgotten";
+}
+
+TEST_F(ErrorReport, TellsTheTimeInUtc)
+{
+    const ReplacedImport time("GetSystemTime", tellTime);
+    EXPECT_EQ(L"20260102T030405", helper->getUtcTimestamp());
 }
 
 TEST_F(ErrorReport, IsWellFormedForAnyText)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "runtime/module.h"
 #include "test/replaced_import.h"
 
 /// Stands in for the event log during its lifetime: Wine keeps no records.
@@ -13,8 +14,11 @@ public:
 
 private:
     static HANDLE WINAPI open(LPCWSTR, LPCWSTR) { return &reports_; }
-    static BOOL WINAPI report(HANDLE, WORD type, WORD, DWORD, PSID, WORD, DWORD, LPCWSTR*, LPVOID)
+    static BOOL WINAPI report(
+        HANDLE, WORD type, WORD category, DWORD id, PSID user, WORD texts, DWORD bytes, LPCWSTR* text, LPVOID data)
     {
+        EXPECT_TRUE(category == 0 && id == 1 && !user && texts == 2 && bytes == 0 && !data);
+        EXPECT_EQ(moduleFileName(), text[1]);
         reports_.push_back(type);
         return TRUE;
     }

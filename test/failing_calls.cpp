@@ -85,13 +85,22 @@ struct Function
     std::string_view name;
     std::uint64_t failures; // a bit for each row
     void* address;
+    std::uint32_t possible = 0; // the possible failures so far
 };
-constinit Function functions[200] = {}; // filled before constructors run
+constinit Function functions[std::size(FailingCall{}.drawn)] = {}; // filled before constructors run
 std::uint32_t functionCount = 0;
 constexpr std::size_t thunkSize = 32;
 BYTE* thunks = nullptr; // one for each function
 decltype(&GetProcAddress) realGetProcAddress = nullptr;
 FailingCall* shared = nullptr;
+
+/// A number without visible relation to the given one.
+std::uint32_t mixed(LONG number) noexcept
+{
+    std::uint64_t value = static_cast<std::uint64_t>(number) * 0x9e3779b97f4a7c15;
+    value = (value ^ value >> 32) * 0x9e3779b97f4a7c15;
+    return static_cast<std::uint32_t>(value >> 32);
+}
 
 } // namespace
 
@@ -103,13 +112,17 @@ void gate();
 /// call fails: the result then replaces the first argument
 __attribute__((used)) void* passGate(std::uint32_t index, std::uint64_t* arguments)
 {
-    const Function& function = functions[index];
+    Function& function = functions[index];
     InterlockedIncrement(&shared->calls);
     for (std::size_t row = 0; row < std::size(failures); ++row) {
         const Failure& failure = failures[row];
         if (!(function.failures >> row & 1))
             continue;
-        const bool isTurn = InterlockedIncrement(&shared->possible) == shared->wanted;
+        const LONG number = InterlockedIncrement(&shared->possible);
+        // Keeps each of the function's failures with the same probability.
+        if (mixed(number + shared->seed) % ++function.possible == 0)
+            shared->drawn[index] = number;
+        const bool isTurn = number == shared->wanted;
         if (!isTurn && !(shared->forEver && failure.way == Way::failForEver))
             continue;
         function.name.copy(shared->function, sizeof shared->function - 1);
@@ -232,5 +245,7 @@ extern "C" int __real_wmain(int argc, wchar_t** argv);
 extern "C" int __wrap_wmain(int argc, wchar_t** argv)
 {
     shared->before = shared->possible;
+    for (std::size_t index = 0; shared->seed != 0 && index < std::size(functions); ++index)
+        shared->drawn[index] = functions[index].possible = 0;
     return __real_wmain(argc, argv);
 }

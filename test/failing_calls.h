@@ -15,4 +15,6 @@ struct FailingCall
     LONG handles;      ///< the open handles at process exit; 0: the process was terminated
     char function[64]; ///< the function whose call failed; empty: none
     bool forEver;      ///< every later call of the function fails too
+    LONG seed;         ///< which failures are drawn; 0: also those before the entry point
+    LONG drawn[200];   ///< one failure of each function, drawn at random; 0: none
 };

@@ -16,6 +16,7 @@
 #include "system/panel/util_exec_log.h"
 #include "test/child_process.h"
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/recording_handler.h"
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
@@ -73,6 +74,7 @@ LSTATUS WINAPI createKey(HKEY root, const wchar_t* name, DWORD reserved, wchar_t
     SECURITY_ATTRIBUTES* security, HKEY* key, DWORD* disposition)
 {
     calls.push_back(toNarrow(name, utf8CodePage));
+    EXPECT_EQ(DWORD{REG_OPTION_NON_VOLATILE}, options);
     return systemCreateKey(root, name, reserved, type, options, access, security, key, disposition);
 }
 
@@ -84,7 +86,7 @@ DWORD WINAPI failToName(HMODULE, wchar_t*, DWORD)
 
 BOOL WINAPI failToDump(HANDLE, DWORD, HANDLE, int, void*, void*, void*)
 {
-    SetLastError(ERROR_DISK_FULL);
+    SetLastError(0x80070070); // an HRESULT with ERROR_DISK_FULL
     return FALSE;
 }
 
@@ -127,7 +129,6 @@ protected:
         EXPECT_TRUE(fits(text, pattern)) << name << "\nexpected: " << testing::PrintToString(pattern)
                                          << "\ngot:      " << testing::PrintToString(text);
     }
-    std::wstring lastRecord() const { return records.records.empty() ? L"" : records.records.back().message; }
 
     RecordingHandler records;
     const ProductRoot root;
@@ -141,14 +142,19 @@ TEST_F(FixedTexts, OfTheCommandLine)
     const Params params(stray);
     const wchar_t* const arguments[] = {L"mendkit", L"--pwd=x"};
     expect("a missing parameter",
-        L"Missing required parameter --a. Possible parameters:\n    --a\n   at (Params::check line 72)",
-        [&] { params.check(L"--a\0"sv, {}); });
+        L"Missing required parameter --a. Possible parameters:\n    --a\n    --c\n    [--b]\n   at (Params::check "
+        L"line 72)",
+        [&] { params.check(L"--a\0--c\0"sv, L"--b\0"sv); });
     expect("an unexpected parameter",
         L"Unexpected parameter --stray. Possible parameters:\n    [--b]\n   at (Params::check line 105)",
         [&] { params.check({}, L"--b\0"sv); });
     expect("a parameter that is not there",
         L"Missing required parameter --a. \n   at (Params::reportMissingParameter line 39)",
         [&] { params.get(L"--a"); });
+    expect("a parameter that its caller misses",
+        L"Missing required parameter --a. Possible parameters:\n    --a\n    [--b]\n   at "
+        L"(Params::reportMissingParameter line 39)",
+        [&] { params.reportMissingParameter(L"--a", L"--a\0"sv, L"--b\0"sv); });
     expect("no handler",
         L"Invalid command --pwd=*\n   at (vconsoleapp::go line 68)\n   at (vconsoleapp::start line 95) "
         L"Unable to execute console command: '--pwd=*'",
@@ -171,8 +177,9 @@ TEST_F(FixedTexts, OfUtilities)
         [] { execKelvoUtil(L"u", L"--pwd=x", nullptr, true, nullptr, false); });
     setConfig(L"log_util_exec_enabled", L"no number");
     writeToUtilExecLog(true, L"u", L"", 0);
-    EXPECT_TRUE(fits(lastRecord(), L"~\n   at (writeToUtilExecLog line #) Unabale to call writeToUtilExecLog()"s))
-        << testing::PrintToString(lastRecord());
+    const std::wstring record = records.records.back().message;
+    EXPECT_TRUE(fits(record, L"~\n   at (writeToUtilExecLog line #) Unabale to call writeToUtilExecLog()"s))
+        << record;
 }
 
 TEST_F(FixedTexts, OfSpansOfUtilities)
@@ -242,9 +249,10 @@ TEST_F(FixedTexts, OfCrashDumps)
     CONTEXT context{};
     EXCEPTION_POINTERS pointers{&record, &context};
     const std::wstring file = root.path() + L"\\x.dmp";
+    const FileOpens opens;
     internalDumpMiniDump(file, &pointers, MiniDumpNormal);
+    EXPECT_EQ(L"1f01ff 1 1 200080 O:BAD:P(A;;FA;;;SY)(A;;FA;;;BA)", FileOpens::of(file));
     LogManager::log(LogLevel::Info, L"next");
-    ASSERT_EQ(2u, records.records.size());
     const std::wstring failure = records.records.front().message;
     EXPECT_TRUE(
         fits(failure, L"~ (Error code 112) at Unable to generate dump file\n   at (internalDumpMiniDump line 740)"
@@ -264,8 +272,8 @@ TEST_F(FixedTexts, OfTheEventLog)
             [] { EventLog().handle(); });
     }
     EventLog log;
-    calls.clear();
     {
+        calls.clear();
         const ReplacedImport report("ReportEventW", failToReport);
         log.report(LogLevel::Error, L"x\0y"s);
         EXPECT_EQ((std::vector<std::string>{"x\xef\xbf\xbdy", "CloseEventLog"}), calls)
@@ -277,4 +285,18 @@ TEST_F(FixedTexts, OfTheEventLog)
     EXPECT_NE(nullptr, log.handle());
     const std::string parent = "\\CurrentControlSet\\Services\\EventLog\\Kelvo";
     EXPECT_EQ((std::vector<std::string>{"SYSTEM" + parent, "System" + parent + "\\fixed_texts_test"}), calls);
+    const UniqueRegistryKey key = registry::open(HKEY_LOCAL_MACHINE, toWide("SYSTEM" + parent, 0), KEY_ALL_ACCESS),
+                            source = registry::open(key.get(), L"fixed_texts_test", KEY_READ);
+    DWORD size = 0, retention = 1, types = 0;
+    registry::lookup(key.get(), L"MaxSize", size);
+    registry::lookup(key.get(), L"Retention", retention);
+    registry::lookup(source.get(), L"TypesSupported", types);
+    EXPECT_EQ((std::vector<DWORD>{0x800000, 0, 7}), (std::vector{size, retention, types}));
+    std::wstring file;
+    registry::lookup(source.get(), L"EventMessageFile", file);
+    EXPECT_EQ(root.path() + L"\\admin\\bin64\\eventmsg.dll", file);
+    registry::set(key.get(), L"MaxSize", 1);
+    EventLog().handle();
+    registry::lookup(key.get(), L"MaxSize", size);
+    EXPECT_EQ(1u, size) << "an existing log keeps its settings";
 }

@@ -5,6 +5,7 @@
 #include "runtime/module.h"
 #include "runtime/path.h"
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
@@ -46,6 +47,40 @@ BOOL WINAPI failToPeek(HANDLE, void*, DWORD, DWORD*, DWORD*, DWORD*)
     return FALSE;
 }
 
+const identity::Sid service_ = identity::Sid::parse(L"S-1-5-80-1-2-3-4-5"),
+                    pool = identity::Sid::parse(L"S-1-5-82-1-2-3-4-5");
+DWORD groupAttributes = 0, serviceState = 0, serviceProcess = 0;
+
+/// Names two groups of this process.
+BOOL WINAPI tellGroups(HANDLE token, TOKEN_INFORMATION_CLASS kind, void* information, DWORD size, DWORD* needed)
+{
+    const auto system = reinterpret_cast<decltype(&GetTokenInformation)>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"advapi32.dll"), "GetTokenInformation")));
+    if (kind != TokenGroups)
+        return system(token, kind, information, size, needed);
+    *needed = 100;
+    if (size == 0)
+        return FALSE;
+    auto* const groups = static_cast<TOKEN_GROUPS*>(information);
+    groups->GroupCount = 2;
+    groups->Groups[0] = {service_.get(), groupAttributes};
+    groups->Groups[1] = {pool.get(), groupAttributes};
+    return TRUE;
+}
+
+/// Names one service.
+BOOL WINAPI tellServices(SC_HANDLE, SC_ENUM_TYPE, DWORD kinds, DWORD states, BYTE* bytes, DWORD, DWORD* needed,
+    DWORD* count, DWORD* resume, const wchar_t*)
+{
+    EXPECT_TRUE(kinds == SERVICE_WIN32 && states == SERVICE_ACTIVE);
+    *needed = *resume = 0;
+    *count = 1;
+    static wchar_t name[] = L"s";
+    auto* const service = reinterpret_cast<ENUM_SERVICE_STATUS_PROCESSW*>(bytes);
+    *service = {name, name, {0x10, serviceState, 0, 0, 0, 0, 0, serviceProcess, 0}};
+    return TRUE;
+}
+
 DWORD WINAPI denySecurity(HANDLE, SE_OBJECT_TYPE, SECURITY_INFORMATION, PSID*, PSID*, PACL*, PACL*, void**)
 {
     return ERROR_ACCESS_DENIED;
@@ -60,7 +95,9 @@ TEST_F(ServiceClient, SendsTheWireFormat)
     // The server reads the length first, as a message of its own.
     ScriptedPipe service({{good.substr(0, 4), good.substr(4)}}, true);
     setConfig(L"zrmpipe", service.name());
+    const FileOpens opens;
     EXPECT_EQ(L"C:Ж", ask());
+    EXPECT_EQ(L"c0000000 0 3 40110000", FileOpens::of(L"\\\\.\\pipe\\")) << "the server may identify the user only";
     EXPECT_EQ("\x2f\0\0\0\x10\0\0\0\x3c\xbc\x3e\xad\xb9\xe6\xcf\x4f\xab\xb9\xed\x1b\x3d\x52\x4f\x22\x17\0\0\0\x02"
               "D\0u\0m\0p\0T\0e\0m\0p\0D\0i\0r\0"s,
         service.received());
@@ -80,6 +117,7 @@ TEST_F(ServiceClient, HandlesEveryKindOfReply)
         std::initializer_list<Row>{{"byte by byte", {{good}, 1}, L"C:Ж"},
             {"a message-type pipe", {{good.substr(0, 6), good.substr(6)}}, L"C:Ж", true},
             {"narrow", {{serviceReply("\x03\0\0\0\x01xy"s.substr(0, 7))}}, L"xy"},
+            {"long", {{serviceReply("\x21\x4e\0\0\x01"s + std::string(20'000, 'x'))}}, std::wstring(20'000, L'x')},
             {"empty text", {{serviceReply("\0\0\0\0"s)}}, L""},
             {"half a character", {{serviceReply("\x04\0\0\0\x02x\0y"s)}}, L"x"},
             {"empty reply", {{serviceReply("")}}, unexpectedEnd},
@@ -174,6 +212,25 @@ TEST_F(ServiceClient, AsksTheSystemAboutTheServersProcess)
     EXPECT_EQ(Con::Known::yes, facts.runsAs(identity::currentUser()));
     EXPECT_EQ(Con::Known::no, facts.runsAs(identity::Sid::parse(L"BA"))) << "an enabled group, but no service";
     EXPECT_EQ(Con::Known::no, facts.runsAs(identity::Sid::parse(L"LS")));
+}
+
+TEST_F(ServiceClient, CountsEnabledGroupsOfServicesAndRunningServices)
+{
+    const ScriptedPipe server(ScriptedPipe::Script{});
+    const UniqueFile pipe(CreateFileW((L"\\\\.\\pipe\\" + server.name()).c_str(), GENERIC_READ | GENERIC_WRITE, 0,
+        nullptr, OPEN_EXISTING, 0, nullptr));
+    const ReplacedImport groups("GetTokenInformation", tellGroups), services("EnumServicesStatusExW", tellServices);
+    for (const auto& [attributes, outcome] : {std::pair{SE_GROUP_ENABLED, Con::Known::yes}, {0L, Con::Known::no},
+             {SE_GROUP_ENABLED | SE_GROUP_USE_FOR_DENY_ONLY, Con::Known::no}}) {
+        groupAttributes = static_cast<DWORD>(attributes);
+        EXPECT_EQ(outcome, Con::PipeServerFacts(pipe.get()).runsAs(service_)) << attributes;
+        EXPECT_EQ(Con::Known::no, Con::PipeServerFacts(pipe.get()).runsAs(pool)) << "the identity of many processes";
+    }
+    for (const auto& [state, process, count] : {std::tuple(SERVICE_RUNNING, GetCurrentProcessId(), 1u),
+             {SERVICE_STOP_PENDING, GetCurrentProcessId(), 0u}, {SERVICE_RUNNING, 4u, 0u}}) {
+        serviceState = state, serviceProcess = process;
+        EXPECT_EQ(count, Con::PipeServerFacts(pipe.get()).serviceTypes().size()) << state << " " << process;
+    }
 }
 
 TEST_F(ServiceClient, NoticesAServerThatEndedBeforeTheCheck)

@@ -15,8 +15,7 @@ namespace {
 /// The Win32 code inside the HRESULT that MiniDumpWriteDump leaves as the last error; other codes as they are.
 DWORD dumpError(DWORD code)
 {
-    const auto result = static_cast<HRESULT>(code);
-    return FAILED(result) && HRESULT_FACILITY(result) == FACILITY_WIN32 ? HRESULT_CODE(result) : code;
+    return HRESULT_FACILITY(code) == FACILITY_WIN32 ? HRESULT_CODE(code) : code;
 }
 
 /// Limits a dump: a process that dumps itself can deadlock with the loader. The watching thread starts with the

@@ -1,8 +1,11 @@
 #include "logging/sink/log_file.h"
 
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -22,11 +25,37 @@ BOOL WINAPI showTag(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* informati
     return result;
 }
 
+void WINAPI tellTime(SYSTEMTIME* time)
+{
+    *time = {2026, 1, 5, 2, 3, 4, 5, 6};
+}
+
 } // namespace
 
 class LogFiles : public RegistrySandbox
 {
 };
+
+TEST_F(LogFiles, HoldStampedLinesInAFileOfTheLocalDay)
+{
+    const ReplacedImport time("GetLocalTime", tellTime);
+    const FileOpens opens;
+    const ProductRoot root;
+    std::wstring slashes = root.path();
+    std::replace(slashes.begin(), slashes.end(), L'\\', L'/');
+    setConfig(L"PRODUCT_ROOT_D", slashes + L"/admin/..");
+    for (const wchar_t* text : {L"one", L"two"})
+        LogFile(L"debug", true).write(text);
+    setConfig(L"log_debug_enabled", 0);
+    LogFile(L"debug", true).write(L"none");
+    LogFile(L"util_exec", false).write(L"none");
+    const std::wstring start = L"2026/01/02 03:04:05.006 " + std::to_wstring(GetCurrentProcessId()) + L" " +
+                               std::to_wstring(GetCurrentThreadId()) + L" ";
+    EXPECT_EQ(L"\xfeff" + start + L"one\r\n" + start + L"two\r\n", root.log());
+    EXPECT_TRUE(root.logFile(L"debug").ends_with(L"\\admin\\logs\\kelvolog_debug20260102.log"));
+    EXPECT_EQ(L"c0000000 3 4 200080", FileOpens::of(root.logFile(L"debug"))) << "opened as itself";
+    EXPECT_EQ(L"", root.log(L"util_exec"));
+}
 
 TEST_F(LogFiles, AreNotWrittenThroughLinks)
 {

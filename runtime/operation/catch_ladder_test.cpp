@@ -1,6 +1,17 @@
 #include "runtime/com/com_error_text.h"
+#include "runtime/failure/vosexception.h"
 #include "runtime/operation/operation.h"
 #include "test/failure.h"
+
+TEST(OsError, HasAClassForTheCodesThatCallersTellApart)
+{
+    const auto raise = [](DWORD code) { throwOsError(code, L"x", {"f"}); };
+    EXPECT_THROW(raise(2), VFileNotFoundException);
+    EXPECT_THROW(raise(3), VPathNotFoundException);
+    EXPECT_THROW(raise(5), VAccessDeniedException);
+    EXPECT_THROW(raise(32), VSharingViolationException);
+    EXPECT_THROW(raise(1060), VServiceDoesNotExistException);
+}
 
 TEST(CatchLadder, TurnsEveryKindOfFailureIntoAVexception)
 {

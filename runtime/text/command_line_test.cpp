@@ -73,8 +73,9 @@ TEST(CommandLine, MasksNoMoreThanItHasTo)
         const wchar_t* line;
         const wchar_t* masked;
     } rows[] = {{L"x --a=\"\" --b=1", L"x --a=\"\" --b=1"}, {L"x \"\" --b=1", L"x \"\" --b=1"},
-        {L"x --pwd=1 --b=2", L"x --pwd=* --b=2"}, {L"x --password= y", L"x --password=* y"},
-        {L"x --pwd --b=2", L"x --pwd --b=2"}, {L"x --pwd=a=b", L"x --pwd=*=*"}, {L"pwd y", L"pwd y"}};
+        {L"x --a=\"\" --pwd=1 --b=2", L"x --a=\"\" --pwd=* --b=2"}, {L"x --pwd=1 --b=2", L"x --pwd=* --b=2"},
+        {L"x --password= y", L"x --password=* y"}, {L"x --pwd --b=2", L"x --pwd --b=2"},
+        {L"x --pwd=a=b", L"x --pwd=*=*"}, {L"pwd y", L"pwd y"}};
     for (const auto& [line, masked] : rows)
         EXPECT_EQ(std::wstring(masked), maskCommandLine(line)) << testing::PrintToString(line);
 }

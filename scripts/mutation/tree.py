@@ -13,8 +13,10 @@ import time
 TESTS = {
     "mendkit_runtime_test": [],
     "mendkit_config_test": ["devpanel/devpanel"],
-    "mendkit_repair_test": [],
+    "mendkit_logging_test": [],
     "mendkit_system_test": ["devpanel/devpanel"],
+    "mendkit_repair_test": [],
+    "mendkit_app_test": [],
     "fixed_texts_test": ["devpanel/devpanel"],
     "program_test": ["app/mendkit", "test/fault_program", "devpanel/devpanel"],
     "failing_calls_test": ["test/failing_calls", "devpanel/devpanel"],
@@ -107,25 +109,28 @@ class Tree:
             if name.endswith(".cpp"):
                 self.objects.setdefault(name, []).append(re.search(r" -o (\S+) ", unit["command"])[1])
         self.parts = {test: self.parts_of(test) for test in TESTS}
-        self.usual, self.left_out = {}, {}
+        self.usual, self.left_out, self.alone = {}, {}, {}
         self.shell(NEW_PREFIX)
         record = self.build / "usual.json"
         known = json.loads(record.read_text()) if record.exists() else {}
         if known.get("content") == content:
-            self.usual, self.left_out = known["usual"], known["left out"]
+            self.usual, self.left_out, self.alone = known["usual"], known["left out"], known["alone"]
         else:
             for test in TESTS:
                 self.try_unchanged(test)
-            record.write_text(json.dumps({"content": content, "usual": self.usual, "left out": self.left_out}))
+            record.write_text(json.dumps(
+                {"content": content, "usual": self.usual, "left out": self.left_out, "alone": self.alone}))
         for test in filter(None, self.left_out.values()):
             print(f"Left out, because it fails without any change: {', '.join(test)}", file=sys.stderr)
 
     def try_unchanged(self, test):
-        """Notes how long the program runs, and the tests that fail twice: on a busy machine some are too slow."""
+        """Notes how long the program runs, the tests that fail twice (on a busy machine some are too slow), and those that
+        pass by themselves only: another test has changed what their process remembers."""
         started = time.monotonic()
         failed = self.run_test(test, "*", "--gtest_fail_fast=0")
         self.usual[test] = time.monotonic() - started
         self.left_out[test] = [name for name in failed if self.run_test(test, name)]
+        self.alone[test] = [name for name in failed if name not in self.left_out[test]]
         if any(" " in name or "." not in name for name in failed):  # it hangs, or fails before its first test
             raise SystemExit(f"Without any change {test} fails.\n{self.output().read_text(errors='replace')}")
 
@@ -187,12 +192,22 @@ class Tree:
         named = re.findall(r"^\[  FAILED  \] ([\w./]+),?.* \(\d+ ms\)", text, re.MULTILINE)
         return named or [started_in(text) or test]
 
+    def run_tests(self, test, chosen, left_out):
+        """The first failing test of the chosen ones, by default of all but those left out."""
+        alone = [name for name in self.alone[test] if name not in left_out and (not chosen or name in chosen)]
+        others = ":".join(name for name in chosen if name not in alone) if chosen else \
+            "*-" + ":".join([*left_out, *self.alone[test]])
+        for only in filter(None, [others, *alone]):
+            if failed := self.run_test(test, only):
+                return failed
+        return []
+
     def judge(self, test, likely):
         """The test that notices the error, or "". Runs the likely ones first."""
         left_out = list(self.left_out[test])
         chosen = [name for name in likely if name not in left_out]
         while True:
-            failed = self.run_test(test, ":".join(chosen) if chosen else "*-" + ":".join(left_out))
+            failed = self.run_tests(test, chosen, left_out)
             if failed:
                 name = failed[0].split()[0]
                 if name in left_out or self.is_noticed(test, name):

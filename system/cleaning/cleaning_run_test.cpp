@@ -169,6 +169,10 @@ TEST_F(Cleaning, TellsWhatBecameOfTheEntries)
     EXPECT_EQ(std::vector<WORD>{EVENTLOG_WARNING_TYPE}, EventReports::take());
     EXPECT_TRUE(
         logged(LogLevel::Warning).starts_with(L"No disk space was freed: 0 entries removed (0 bytes), 1 kept"));
+    file(L"clean", L"free");
+    cleanDirectory(L"X:\\clean");
+    run->finish();
+    EXPECT_TRUE(EventReports::take().empty()) << "some space was freed";
     run.reset();
     EXPECT_EQ(0, source.openObjects);
 }

@@ -31,7 +31,7 @@ DWORD linkTarget(HANDLE link, std::wstring& target)
         return GetLastError();
     const auto& data = *reinterpret_cast<const LinkData*>(buffer.data());
     const bool isSymbolicLink = size >= sizeof data && data.tag == IO_REPARSE_TAG_SYMLINK;
-    if (!isSymbolicLink && (size < mountPointSize || data.tag != IO_REPARSE_TAG_MOUNT_POINT))
+    if (!isSymbolicLink && data.tag != IO_REPARSE_TAG_MOUNT_POINT)
         return ERROR_REPARSE_TAG_INVALID;
     const std::size_t start = (isSymbolicLink ? sizeof data : mountPointSize) + data.targetOffset;
     if (start + data.targetLength > size)

@@ -3,6 +3,7 @@
 #include "runtime/text/letter_case.h"
 #include "system/default_system_helper.h"
 #include "test/failure.h"
+#include "test/file_opens.h"
 #include "test/kit.h"
 #include "test/replaced_import.h"
 #include "test/stress.h"
@@ -100,6 +101,14 @@ BOOL WINAPI setWithoutPosix(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* i
     return FALSE;
 }
 
+DWORD reopened = 0; // flags
+
+HANDLE WINAPI recordReopening(HANDLE object, DWORD access, DWORD sharing, DWORD flags)
+{
+    reopened = flags;
+    return original<decltype(ReOpenFile)>(L"kernel32", "ReOpenFile")(object, access, sharing, flags);
+}
+
 NTSTATUS NTAPI createWithoutDontReparse(HANDLE* file, ACCESS_MASK access, OBJECT_ATTRIBUTES* attributes,
     IO_STATUS_BLOCK* status, LARGE_INTEGER* size, ULONG flags, ULONG sharing, ULONG disposition, ULONG options,
     void* extra, ULONG extraSize)
@@ -175,13 +184,20 @@ TEST_P(Removal, RemovesTreesWithPathsBeyond260Characters)
 
 TEST_P(Removal, NamesTheEntryThatCannotBeRemoved)
 {
+    // Another handle may rename the cleaned directory.
+    const UniqueFile mover(CreateFileW(clean.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+        nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    EXPECT_TRUE(mover);
     const std::wstring inner = clean + L"\\tree\\inner";
     CreateDirectoryW((clean + L"\\tree").c_str(), nullptr);
     CreateDirectoryW(inner.c_str(), nullptr);
     file(inner + L"\\busy");
     const UniqueFile held(
         CreateFileW((inner + L"\\busy").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    const FileOpens opens;
     const std::wstring failure = failureOf<vosexception>([&] { helper.removeDirectory(clean + L"\\tree"); });
+    EXPECT_EQ(L"80 7 3 2110000", FileOpens::of(base.substr(0, 7) + L"|"))
+        << "a server at a link may identify the user only";
     EXPECT_TRUE(messageIn(failure).ends_with(L" at Unable to remove path (" + inner + L"\\busy)")) << failure;
     EXPECT_EQ(L"nothing thrown", failureOf([&] { helper.removeFile(clean + L"\\none"); }));
     wchar_t system[MAX_PATH];
@@ -195,11 +211,14 @@ TEST_P(Removal, AsksOnlyOnceForWhatAVolumeDoesNotKnow)
 {
     const ReplacedImport set("SetFileInformationByHandle", setWithoutPosix),
         create("NtCreateFile", createWithoutDontReparse);
+    const ReplacedImport reopen("ReOpenFile", recordReopening);
     for (int number = 0; number < 10; ++number)
-        file(clean + L"\\" + std::to_wstring(number));
+        file(clean + L"\\" + std::to_wstring(number), number == 5 ? FILE_ATTRIBUTE_READONLY : FILE_ATTRIBUTE_NORMAL);
     unknown = 0;
     EXPECT_TRUE(cleanAll().empty());
     EXPECT_EQ(L"", content(clean));
     EXPECT_GE(unknown, 2);
     EXPECT_LE(unknown, 3) << "two forms of POSIX removal, and the refusal of links";
+    EXPECT_TRUE(reopened == DWORD{FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT} || reopened == 0)
+        << reopened;
 }

@@ -1,7 +1,7 @@
 #include "system/panel/panel_utility.h"
 
-#include "runtime/identity.h"
 #include "runtime/text/code_page.h"
+#include "system/cleaning/machine_directories.h"
 #include "system/default_system_helper.h"
 #include "system/panel/answer_confirmation.h"
 #include "system/panel/panel_directories.h"
@@ -12,10 +12,9 @@
 #include "test/replaced_import.h"
 #include "test/sandbox.h"
 #include "test/scripted_pipe.h"
-#include "test/station_list.h"
+#include "test/text_pattern.h"
 
-#include <sddl.h>
-
+#include <algorithm>
 #include <atomic>
 #include <fstream>
 #include <memory>
@@ -73,6 +72,21 @@ protected:
     ScriptedPipe service;
 };
 
+/// Creates no process; notes the flags.
+DWORD creationFlags = 0;
+BOOL WINAPI recordFlags(const wchar_t*, wchar_t*, SECURITY_ATTRIBUTES*, SECURITY_ATTRIBUTES*, BOOL, DWORD flags,
+    void*, const wchar_t*, STARTUPINFOW*, PROCESS_INFORMATION*)
+{
+    creationFlags = flags;
+    return FALSE;
+}
+
+BOOL WINAPI failToWrite(HANDLE, const void*, DWORD, DWORD*, OVERLAPPED*)
+{
+    SetLastError(ERROR_NO_SYSTEM_RESOURCES);
+    return FALSE;
+}
+
 /// WaitForSingleObject that fails for processes.
 DWORD WINAPI failToWait(HANDLE object, DWORD milliseconds)
 {
@@ -129,6 +143,11 @@ TEST_F(Utility, RunsToItsEndWhenReadingItsOutputFails)
     ended = true;
     disturber.join();
     EXPECT_EQ("begun\r\ndone\r\n", readFile(root + L"\\var\\devpanel.log"));
+
+    const std::string input = "x";
+    const ReplacedImport write("WriteFile", failToWrite);
+    EXPECT_TRUE(run("read\nnote closed", &input).ends_with(L" at Unable to write to pipe"));
+    EXPECT_TRUE(readFile(root + L"\\var\\devpanel.log").ends_with("closed\r\n")) << "it reads its input to the end";
 }
 
 TEST_F(Utility, IsLeftRunningOnlyWhenItsEndCannotBeAwaited)
@@ -145,6 +164,22 @@ TEST_F(Utility, IsLeftRunningOnlyWhenItsEndCannotBeAwaited)
     for (int patience = 300; readFile(root + L"\\var\\devpanel.log").empty() && patience > 0; --patience)
         Sleep(10);
     EXPECT_EQ("done\r\n", readFile(root + L"\\var\\devpanel.log")) << "it was ended";
+}
+
+TEST_F(Utility, IsLoggedWithoutItsSecrets)
+{
+    setConfig(L"log_util_exec_enabled", 1);
+    RecordingHandler log;
+    run("sleep 10");
+    const std::wstring start = L"@@@@/@@/@@ @@:@@:@@.@@@ # # execUtil(",
+                       line = L")\t" + moduleFileName() + L"\t" + root + L"\\admin\\bin\\util.exe\t\"--pwd=*\" --x\t",
+                       end = L"\n\r\n", text = product.log(L"util_exec");
+    EXPECT_TRUE(fits(text, L"\xfeff" + start + L"Start" + line + end + start + L"End" + line + L"#" + end))
+        << testing::PrintToString(text);
+    EXPECT_EQ(L"Execute " + root + L"\\admin\\bin\\util.exe \"--pwd=*\" --x", log.records.at(0).message);
+    const ReplacedImport create("CreateProcessW", recordFlags);
+    run("");
+    EXPECT_EQ(GetPriorityClass(GetCurrentProcess()) | CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, creationFlags);
 }
 
 TEST_F(Utility, GetsNoStandardInputWhenThereIsNone)
@@ -185,6 +220,11 @@ TEST_F(Utility, IsFoundInItsPlaceAloneAndMayFailSilently)
     relative.path = L"util.exe";
     EXPECT_THROW(relative.start(), vosexception) << "never from the current directory or PATH";
     EXPECT_EQ(root + L"\\", KelvoRepairAdapter::DefaultSystemHelper().getKelvoRootDir());
+    setConfig(L"PRODUCT_ROOT_D", L"C:\\other");
+    const auto needed = neededDirectories();
+    for (const std::wstring& directory : {root + L"\\", std::wstring(L"C:\\other")})
+        EXPECT_EQ(
+            1, std::count_if(needed.begin(), needed.end(), [&](const auto& one) { return one.path == directory; }));
 }
 
 TEST_F(Utility, ConfirmsTheDirectoriesOfAnUntrustedAnswerByTheRegistry)
@@ -217,9 +257,12 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
         return server;
     };
     // The client notices at its next query that the last server has closed the pipe.
-    const auto disconnect = [] { EXPECT_NE(L"nothing thrown", failureOf([] { panel::dumpTempDirectory(); })); };
-    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = windows + L"\\system32";
     RecordingHandler log;
+    const auto disconnect = [&] {
+        EXPECT_NE(L"nothing thrown", failureOf([] { panel::dumpTempDirectory(); }));
+        EXPECT_EQ(LogLevel::Error, log.records.back().level);
+    };
+    const std::wstring usersMayWrite = L"O:BAD:(A;;GA;;;BA)(A;;GRGW;;;BU)", system = windows + L"\\system32";
     auto server = serve(windows.c_str(), usersMayWrite);
     EXPECT_EQ(L"The management service names the installation directory '" + windows + L"', the registry names '" +
                   root + L"'",
@@ -249,44 +292,4 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
     server = serve((root + L"\\ADMIN\\..\\").c_str(), usersMayWrite);
     disconnect();
     EXPECT_EQ(root, panel::installationDirectory());
-}
-
-TEST_F(Utility, RunsAsTheImpersonatedUserWhenOneOfTwoIsAdministrator)
-{
-    const StationList station;
-    if (!kit::isWine() && station.code() != ERROR_SUCCESS)
-        GTEST_SKIP() << "this prompt may not change the access list of winsta0: " << station.code();
-    const UniqueHandle own = identity::tokenOf(GetCurrentProcess(), TOKEN_ALL_ACCESS);
-    const identity::Sid administrators = identity::Sid::wellKnown(WinBuiltinAdministratorsSid);
-    SID_AND_ATTRIBUTES disabled{administrators.get(), 0};
-    UniqueHandle lesser;
-    ASSERT_TRUE(CreateRestrictedToken(own.get(), 0, 1, &disabled, 0, nullptr, 0, nullptr, lesser.receive()));
-    // A lesser user may not open the process's token.
-    SECURITY_ATTRIBUTES attributes{};
-    ConvertStringSecurityDescriptorToSecurityDescriptorW(
-        L"D:(A;;GA;;;BA)", SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
-    const UniqueLocalMemory rights(attributes.lpSecurityDescriptor);
-    ASSERT_TRUE(SetKernelObjectSecurity(own.get(), DACL_SECURITY_INFORMATION, rights.get()));
-    for (const auto& [token, isAdministrator] : {std::pair{lesser.get(), false}, {own.get(), true}}) {
-        UniqueHandle acting;
-        ASSERT_TRUE(DuplicateTokenEx(
-            token, TOKEN_ALL_ACCESS, nullptr, SecurityImpersonation, TokenImpersonation, acting.receive()));
-        SECURITY_ATTRIBUTES open{}; // as the system lets a user open the token of his own logon
-        ConvertStringSecurityDescriptorToSecurityDescriptorW(
-            L"D:(A;;GA;;;WD)", SDDL_REVISION_1, &open.lpSecurityDescriptor, nullptr);
-        const UniqueLocalMemory openRights(open.lpSecurityDescriptor);
-        SetKernelObjectSecurity(acting.get(), DACL_SECURITY_INFORMATION, openRights.get());
-        vexecutil child;
-        child.path = root + L"\\admin\\bin\\util.exe";
-        child.suspended = true;
-        SetThreadToken(nullptr, acting.get());
-        const std::wstring failure = failureOf([&] { child.start(); });
-        UniqueHandle after;
-        EXPECT_TRUE(OpenThreadToken(GetCurrentThread(), TOKEN_QUERY, TRUE, after.receive())) << "still impersonating";
-        RevertToSelf();
-        ASSERT_EQ(L"nothing thrown", failure);
-        EXPECT_EQ(
-            isAdministrator, identity::isAdministrator(identity::tokenOf(child.process.get(), TOKEN_QUERY).get()));
-        terminate(child);
-    }
 }
