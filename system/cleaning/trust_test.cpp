@@ -97,9 +97,13 @@ TEST(MachineDirectories, AreThoseOfTheSystemThePanelAndThisProgram)
         all += L"\n";
     }
     const std::wstring program = moduleFileName();
-    EXPECT_EQ(L"C:\\windows whole but \\Temp but \\SystemTemp but \\ServiceProfiles\\*\\AppData\\Local\\Temp but "
-              L"\\System32\\config\\systemprofile\\AppData\\Local\\Temp\nC:\\windows\\System32\n" +
-                  program.substr(0, program.rfind(L'\\') + 1) +
-                  L"\nC:\\panel\nC:\\panel\\admin whole\nC:\\panel\\etc whole\nC:\\data\n",
+    wchar_t windows[MAX_PATH];
+    GetWindowsDirectoryW(windows, MAX_PATH);
+    EXPECT_EQ(
+        windows +
+            std::wstring(L" whole but \\Temp but \\SystemTemp but \\ServiceProfiles\\*\\AppData\\Local\\Temp but "
+                         L"\\System32\\config\\systemprofile\\AppData\\Local\\Temp\n") +
+            windows + L"\\System32\n" + program.substr(0, program.rfind(L'\\') + 1) +
+            L"\nC:\\panel\nC:\\panel\\admin whole\nC:\\panel\\etc whole\nC:\\data\n",
         all);
 }
