@@ -20,7 +20,7 @@ TEST_F(Texts, InvalidFormat)
 {
     SKIP_UNDER_WINE("the C run time takes every format but a null one");
     int count = 0;
-    // "%n is disabled by default": Format specification syntax (printf). The process ends here without the handler.
+    // The page on the formats of printf: "%n is disabled by default". The process ends here without the handler.
     EXPECT_EQ(L"_scwprintf() failed: invalid arguments", messageIn(failureOf([&] {
         formatString(static_cast<const wchar_t*>(L"a%nb"), &count);
     }))) << "a format that the C run time rejects is not reported";
