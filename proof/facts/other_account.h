@@ -25,7 +25,14 @@ public:
     {
         if (kit::account().empty())
             return "the kit has no account of its own";
-        return logOn() ? "" : "a policy keeps the kit's account from logging on: " + std::to_string(GetLastError());
+        const UniqueHandle token = logOn();
+        if (!token)
+            return "a policy keeps the kit's account from logging on: " + std::to_string(GetLastError());
+        if (kit::isWine() && !ImpersonateLoggedOnUser(token.get())) // Wine 8 gives no real token
+            return "Wine: no thread can act as another account";
+        if (kit::isWine())
+            RevertToSelf();
+        return {};
     }
 
 private:
