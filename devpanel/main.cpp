@@ -8,6 +8,7 @@
 #include "runtime/handle/handles.h"
 #include "runtime/module.h"
 #include "runtime/path.h"
+#include "test/kit.h"
 
 #include <windows.h>
 
@@ -55,6 +56,8 @@ void WINAPI runService(DWORD argc, wchar_t** argv)
 {
     constexpr DWORD longest = 60'000;
     beginService();
+    if (!kit::isWine()) // a service does not inherit the kit's variables
+        SetEnvironmentVariableW(L"MENDKIT_PROOF", L"1");
     if (argc > 1) {
         std::thread(servePipe, 0, argv[1], PanelValues{path::combine(moduleFileName(), L"..\\..\\..")},
             securityNamed(argc > 2 ? argv[2] : L""), longest)
@@ -81,7 +84,10 @@ void WINAPI runCommand(DWORD argc, wchar_t** argv)
     if (argc > 2 && CreateProcessW(nullptr, argv[1], nullptr, nullptr, TRUE, CREATE_NO_WINDOW, nullptr, nullptr,
                         &startup, &started)) {
         const UniqueHandle process(started.hProcess), thread(started.hThread);
-        WaitForSingleObject(process.get(), INFINITE);
+        const HANDLE ends[] = {process.get(), stopped};
+        if (WaitForMultipleObjects(2, ends, FALSE, INFINITE) != WAIT_OBJECT_0)
+            TerminateProcess(process.get(), 1);
+        WaitForSingleObject(process.get(), 5000);
         GetExitCodeProcess(process.get(), &code);
     }
     report(SERVICE_STOPPED, code);

@@ -33,7 +33,7 @@ public:
     }
     ~ProductRoot()
     {
-        if (!testing::Test::HasFailure()) // kept after a failure
+        if (kit::isRunning() || !testing::Test::HasFailure()) // kept after a failure, but not on others' machines
             _wsystem((L"cmd /c rd /s /q \"" + path_ + L"\"").c_str());
     }
 

@@ -39,6 +39,14 @@ protected:
         return static_cast<bool>(tree.open(path, FILE_READ_ATTRIBUTES)) || GetLastError() == ERROR_SHARING_VIOLATION;
     }
 
+    /// Renames what a scanner for viruses may have open for a moment, because it was just made.
+    bool movesPatiently(const std::wstring& from, const std::wstring& to) const
+    {
+        for (int patience = 50; patience > 0 && !tree.rename(from, to); --patience)
+            Sleep(100);
+        return static_cast<bool>(tree.open(to, FILE_READ_ATTRIBUTES));
+    }
+
     /// Cleans once and reads the log. @return the exit code
     std::uint32_t cleanOnce(const wchar_t* dumps = L"@\\dumps")
     {
@@ -58,7 +66,7 @@ protected:
     /// Acts as the kit's ordinary account where there is one.
     static std::unique_ptr<AsOtherAccount> asOrdinaryAccount()
     {
-        return kit::account().empty() ? nullptr : std::make_unique<AsOtherAccount>();
+        return AsOtherAccount::refusal().empty() ? std::make_unique<AsOtherAccount>() : nullptr;
     }
 
     ULONGLONG milliseconds = 0; // that the last run took

@@ -91,13 +91,13 @@ TEST_F(Cleaning, CaseSensitiveDirectory)
 {
     SKIP_UNDER_WINE("no directories whose names differ in letter case only");
     ASSERT_TRUE(makeAll({directory(L"dumps"), directory(L"other")}));
-    constexpr auto fileCaseSensitiveInfo = static_cast<FILE_INFO_BY_HANDLE_CLASS>(23); // some headers lack it
     for (const wchar_t* path : {L"dumps", L"other"}) {
         FILE_CASE_SENSITIVE_INFO info{1}; // FILE_CS_FLAG_CASE_SENSITIVE_DIR
+        constexpr auto caseSensitiveInfo = static_cast<FILE_INFO_BY_HANDLE_CLASS>(23); // MinGW-w64 numbers it wrongly
         // The rights that Microsoft's page "Adjust case sensitivity" names.
         const UniqueFile opened =
             tree.open(path, FILE_WRITE_ATTRIBUTES | FILE_ADD_FILE | FILE_ADD_SUBDIRECTORY | FILE_DELETE_CHILD);
-        if (!SetFileInformationByHandle(opened.get(), fileCaseSensitiveInfo, &info, sizeof info))
+        if (!SetFileInformationByHandle(opened.get(), caseSensitiveInfo, &info, sizeof info))
             GTEST_SKIP() << "this Windows makes no case-sensitive directories: " << GetLastError();
     }
     // CreateFile ignores the case only where the directory is not case-sensitive.

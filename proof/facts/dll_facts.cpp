@@ -125,7 +125,7 @@ TEST_F(Start, PlantedDlls)
         names.erase(L"shcore.dll");
     for (const std::wstring& directory : {beside, current}) {
         for (const std::wstring& name : names)
-            CopyFileW(planted.c_str(), (directory + L"\\" + name).c_str(), TRUE);
+            ASSERT_TRUE(CopyFileW(planted.c_str(), (directory + L"\\" + name).c_str(), TRUE)) << GetLastError();
     }
     if (runChild(systemDirectory() + L"rundll32.exe", L"\"" + planted + L"\",x").exitCode != isLoaded)
         GTEST_SKIP() << "this system loads no such DLL at all";

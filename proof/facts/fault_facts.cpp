@@ -36,9 +36,10 @@ protected:
 /// The bytes of a dump's stream; empty when the dump lacks it.
 std::string streamOf(std::string& dump, ULONG kind)
 {
+    MINIDUMP_DIRECTORY* directory = nullptr;
     void* stream = nullptr;
     ULONG size = 0;
-    const BOOL isFound = MiniDumpReadDumpStream(dump.data(), kind, nullptr, &stream, &size);
+    const BOOL isFound = MiniDumpReadDumpStream(dump.data(), kind, &directory, &stream, &size);
     return isFound ? std::string(static_cast<const char*>(stream), size) : "";
 }
 

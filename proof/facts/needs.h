@@ -1,5 +1,6 @@
 #pragma once
 
+#include "proof/facts/other_account.h"
 #include "test/kit.h"
 
 #include <gtest/gtest.h>
@@ -16,8 +17,8 @@
     GTEST_SKIP() << "the kit has no second volume"
 
 #define NEEDS_ACCOUNT()                                                                                              \
-    if (kit::account().empty())                                                                                      \
-    GTEST_SKIP() << "the kit has no account of its own"
+    if (const std::string refusal = AsOtherAccount::refusal(); !refusal.empty())                                     \
+    GTEST_SKIP() << refusal
 
 #define NEEDS_WINDOWS_TEMP()                                                                                         \
     if (!kit::mayEmptyWindowsTemp())                                                                                 \

@@ -5,24 +5,49 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 /// The calling thread acts as the kit's own account, an ordinary user, during this object's lifetime.
 class AsOtherAccount
 {
 public:
-    AsOtherAccount()
+    AsOtherAccount() : token_(logOn())
     {
-        HANDLE token = nullptr;
-        // A network logon needs no right that a machine's policy takes from ordinary users.
-        EXPECT_TRUE(LogonUserW(kit::account().c_str(), L".", kit::password().c_str(), LOGON32_LOGON_NETWORK,
-            LOGON32_PROVIDER_DEFAULT, &token))
-            << "the kit's account cannot log on: " << GetLastError();
-        token_.reset(token);
+        EXPECT_TRUE(token_) << "the kit's account cannot log on: " << GetLastError();
         EXPECT_TRUE(ImpersonateLoggedOnUser(token_.get())) << GetLastError();
     }
     AsOtherAccount(const AsOtherAccount&) = delete;
     AsOtherAccount& operator=(const AsOtherAccount&) = delete;
     ~AsOtherAccount() { RevertToSelf(); }
 
+    /// Why no thread can act as that account; empty when it can.
+    static std::string refusal()
+    {
+        if (kit::account().empty())
+            return "the kit has no account of its own";
+        const UniqueHandle token = logOn();
+        if (!token)
+            return "a policy keeps the kit's account from logging on: " + std::to_string(GetLastError());
+        if (kit::isWine() && !ImpersonateLoggedOnUser(token.get())) // Wine 8 gives no real token
+            return "Wine: no thread can act as another account";
+        if (kit::isWine())
+            RevertToSelf();
+        return {};
+    }
+
 private:
+    /// Policies deny local accounts one kind of logon or the other: "Deny access to this computer from the network",
+    /// "Deny log on locally".
+    static UniqueHandle logOn()
+    {
+        for (const DWORD kind : {LOGON32_LOGON_NETWORK, LOGON32_LOGON_INTERACTIVE}) {
+            HANDLE token = nullptr;
+            if (LogonUserW(
+                    kit::account().c_str(), L".", kit::password().c_str(), kind, LOGON32_PROVIDER_DEFAULT, &token))
+                return UniqueHandle(token);
+        }
+        return UniqueHandle();
+    }
+
     UniqueHandle token_;
 };

@@ -117,4 +117,6 @@ TEST_F(Start, LongPaths)
     const HANDLE search = FindFirstFileW((L"\\\\?\\" + place + L"\\admin\\logs\\*.log").c_str(), &found);
     EXPECT_NE(INVALID_HANDLE_VALUE, search) << "no log is written to a path beyond 260 characters";
     FindClose(search);
+    // Without the prefix it would not be removed with the other files of the test.
+    _wsystem((L"cmd /d /c rd /s /q \"\\\\?\\" + root.path() + L"\\" + std::wstring(100, L'd') + L"\"").c_str());
 }

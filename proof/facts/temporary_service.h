@@ -12,12 +12,20 @@ public:
     /// @param suffix   the name is "mendkit_proof_" and this; prove.exe removes services with that beginning
     /// @param account  null: SYSTEM
     TemporaryService(const std::wstring& suffix, const std::wstring& commandLine, const wchar_t* account = nullptr)
-        : name_(L"mendkit_proof_" + suffix),
-          manager_(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CREATE_SERVICE)),
-          service_(CreateServiceW(manager_.get(), name_.c_str(), name_.c_str(), SERVICE_ALL_ACCESS,
-              SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, commandLine.c_str(), nullptr,
-              nullptr, nullptr, account, nullptr))
+        : name_(L"mendkit_proof_" + suffix), manager_(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CREATE_SERVICE))
     {
+        // Others may have the last service of this name still open; and a run that was ended leaves its own.
+        for (int patience = 100; !create(commandLine, account) && patience > 0; --patience) {
+            const DWORD code = GetLastError();
+            if (code != ERROR_SERVICE_MARKED_FOR_DELETE && code != ERROR_SERVICE_EXISTS)
+                break;
+            const UniqueService left(OpenServiceW(manager_.get(), name_.c_str(), SERVICE_STOP | DELETE));
+            SERVICE_STATUS status;
+            ControlService(left.get(), SERVICE_CONTROL_STOP, &status);
+            DeleteService(left.get());
+            Sleep(100);
+            SetLastError(code);
+        }
         EXPECT_TRUE(service_) << "the service cannot be made: " << GetLastError();
     }
     TemporaryService(const TemporaryService&) = delete;
@@ -61,6 +69,14 @@ public:
     DWORD exitCode() const { return status().dwServiceSpecificExitCode; }
 
 private:
+    bool create(const std::wstring& commandLine, const wchar_t* account)
+    {
+        service_.reset(CreateServiceW(manager_.get(), name_.c_str(), name_.c_str(), SERVICE_ALL_ACCESS,
+            SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, commandLine.c_str(), nullptr,
+            nullptr, nullptr, account, nullptr));
+        return static_cast<bool>(service_);
+    }
+
     SERVICE_STATUS status() const
     {
         SERVICE_STATUS status{};

@@ -65,10 +65,9 @@ FactResult readOutput(const std::string& output, bool isInTime, unsigned exitCod
     const std::vector<std::string> lines = linesOf(output);
     FactResult result{Outcome::failed, textBehind(lines, ": Failure"), output, {}, 0};
     bool hasPassed = false, isSkipped = false;
-    for (const std::string& line : lines) {
-        // Not only at the beginning: the product ends its last line with no line end.
-        hasPassed |= line.find("[       OK ] ") != line.npos;
-        isSkipped |= line.find("[  SKIPPED ] ") != line.npos;
+    for (const std::string& line : lines) { // the test may have left the line before without an end
+        hasPassed |= line.find("[       OK ] ") != std::string::npos;
+        isSkipped |= line.find("[  SKIPPED ] ") != std::string::npos;
         if (line.starts_with("Figure: "))
             result.figures.push_back(line.substr(8));
     }

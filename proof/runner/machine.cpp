@@ -83,6 +83,8 @@ std::string objectionToRun()
         if (existsKey(L"SOFTWARE\\Kelvo", view))
             return "The panel is installed here (its registry key exists). Use a machine without it.";
     }
+    if (existsKey(L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo", 0))
+        return "The panel's event log Kelvo is registered here. Use a machine without the panel.";
     if (existsService(L"KelvoSQLServer"))
         return "The panel's SQL server is installed here. Use a machine without the panel.";
     return {};

@@ -69,7 +69,7 @@ int prove(const Options& options, const std::vector<Fact>& facts)
     GetTempPathW(MAX_PATH, temp);
     const std::wstring diskFile = std::wstring(temp) + L"mendkit_proof.vhdx";
     Disk::remove(diskFile); // of a run that left no mark
-    markRun(options.drive.empty() ? diskFile : L"", accountName);
+    markRun(options.drive.empty() ? diskFile : L"", accountName, options.drive);
     SetConsoleCtrlHandler(interrupt, TRUE);
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // inherited: no test waits for a dialog
     {

@@ -5,8 +5,10 @@
 
 // What a run of the kit leaves on the machine until it is removed.
 
-/// Notes in the registry what an interrupted run would leave. @param disk  the file of the virtual disk
-void markRun(const std::wstring& disk, const std::wstring& account);
+/// Notes in the registry what an interrupted run would leave.
+/// @param disk    the file of the virtual disk; empty: none
+/// @param volume  the drive that is used in its place, like "V:"; it was empty. Empty: none
+void markRun(const std::wstring& disk, const std::wstring& account, const std::wstring& volume);
 
 /// Whether an earlier run was interrupted.
 bool hasMark();
