@@ -45,8 +45,7 @@ TEST_F(Settings, AreReadByTheirType)
         DWORD size;
         std::wstring text, number; // "!": a failure, without the name of the value
     } rows[] = {{"a text", REG_SZ, L"ab", 6, L"ab", badNumber}, {"unterminated", REG_SZ, L"ab", 4, L"ab", badNumber},
-        {"an odd byte", REG_SZ, L"ab", 3, L"a\x62", badNumber}, {"empty", REG_SZ, L"", 0, L"", badNumber},
-        {"long", REG_SZ, longText, 2002, longText, badNumber},
+        {"empty", REG_SZ, L"", 0, L"", badNumber}, {"long", REG_SZ, longText, 2002, longText, badNumber},
         {"up to a zero", REG_SZ, std::wstring(L"a\0b", 3), 8, L"a", badNumber},
         {"expanded", REG_EXPAND_SZ, L"%none%", 14, L"%none%", badNumber},
         {"several texts", REG_MULTI_SZ, L"ab", 6, badText, badNumber},

@@ -77,7 +77,7 @@ std::string objectionToRun()
 {
     if (!kit::isWine() && buildNumber() < oldestBuild)
         return "It needs Windows Server 2016, Windows 10 or later, build 14393 at least.";
-    if (!isElevated())
+    if (!kit::isWine() && !isElevated()) // Wine 10 calls no process elevated
         return "It needs an elevated prompt: start the command prompt by \"Run as administrator\".";
     for (const REGSAM view : {KEY_WOW64_32KEY, KEY_WOW64_64KEY}) {
         if (existsKey(L"SOFTWARE\\Kelvo", view))
