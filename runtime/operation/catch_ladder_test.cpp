@@ -22,7 +22,8 @@ TEST(CatchLadder, TurnsEveryKindOfFailureIntoAVexception)
     };
     for (const auto& [raise, message] : std::initializer_list<Row>{
              {[] { throw std::bad_alloc(); }, L"std::bad_alloc"}, {[] { throw vexception(L"own", {"g"}); }, L"own"},
-             {[] { throw _com_error(static_cast<HRESULT>(0x8004f123)); }, L"IDispatch error #61219 (COM Error 8004F123)"},
+             {[] { throw _com_error(static_cast<HRESULT>(0x8004f123)); },
+                 L"IDispatch error #61219 (COM Error 8004F123)"},
              {[] { throw 5; }, L"Unexpected error"}}) {
         const auto describe = [] { return std::wstring(L"f(x)"); };
         const std::wstring text = failureOf([&] { operation({"K::f", 7}, describe, [&](Span&) { raise(); }); });
