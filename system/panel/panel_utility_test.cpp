@@ -288,6 +288,7 @@ TEST_F(Utility, IsLookedForWhereTheRegistrySaysWhenOthersMayAnswer)
     disconnect();
     EXPECT_FALSE(panel::mayCleanDumpTempDirectory(panel::dumpTempDirectory()));
     EXPECT_NE(std::wstring::npos, log.records.back().message.find(L"ambiguous"));
+    RemoveDirectoryW(literal.c_str()); // "rd" would look for it without the dot
 
     server = serve((root + L"\\ADMIN\\..\\").c_str(), usersMayWrite);
     disconnect();
