@@ -135,10 +135,10 @@ ensure_prefix() {
 }
 
 # Makes a new prefix for each run of the tests. Its files are hard links to those of the private prefix. Wine writes the
-# registry in place, so copies of its initial state are used.
+# registry in place, so copies of its initial state are used. @param $1  its name, by default test-prefix
 make_test_prefix() {
-    local template=$WINEPREFIX
-    WINEPREFIX=$root/build/test-prefix
+    local template=$root/build/prefix
+    WINEPREFIX=$root/build/${1:-test-prefix}
     wineserver --kill 2>/dev/null || true
     rm -rf "$WINEPREFIX"
     cp -al "$template" "$WINEPREFIX"
@@ -154,11 +154,22 @@ make_test_prefix() {
 start_wine() { wine cmd /c exit >/dev/null 2>&1 </dev/null; }
 
 # Keeps one wineserver for the whole script; otherwise every program starts one.
+# @param $1  the name of a second machine, a prefix in which tests may run at the same time; by default none
 start_test_wine() {
-    make_test_prefix
-    wineserver --persistent >/dev/null 2>&1 </dev/null || true
-    trap 'wineserver --kill >/dev/null 2>&1 || true' EXIT
-    start_wine
+    local name
+    trap 'stop_test_wine' EXIT
+    for name in "$@" test-prefix; do
+        make_test_prefix "$name"
+        wineserver --persistent >/dev/null 2>&1 </dev/null || true
+        start_wine
+    done
+}
+
+stop_test_wine() {
+    local prefix
+    for prefix in "$root"/build/test-prefix*; do
+        WINEPREFIX=$prefix wineserver --kill >/dev/null 2>&1 || true
+    done
 }
 
 # Installs the stand-in for the panel into the private prefix.
