@@ -222,7 +222,7 @@ struct LaterThanTheLog
 int wmain(int argc, wchar_t** argv)
 {
     installLastResort();
-    // Nobody may wait for a dialog. Faults that no handler sees ignore the error mode.
+    // Nobody may wait for a dialog. "SetErrorMode function": that of Windows Error Reporting needs WerSetFlags.
     SetErrorMode(SEM_NOGPFAULTERRORBOX | SEM_FAILCRITICALERRORS);
     constexpr DWORD withoutDialog = 32; // WER_FAULT_REPORTING_NO_UI
     if (const auto setFlags = reinterpret_cast<HRESULT(WINAPI*)(DWORD)>(

@@ -28,7 +28,7 @@ inline std::wstring bareVolume()
     return variable(L"MENDKIT_PROOF_BARE_VOLUME");
 }
 
-/// The name of the kit's own account, which is a member of Users only, and its password.
+/// The name of the kit's own account, an ordinary user, and its password.
 inline std::wstring account()
 {
     return variable(L"MENDKIT_PROOF_ACCOUNT");

@@ -15,6 +15,7 @@
 namespace {
 
 constexpr DWORD relativeFlag = 1;
+constexpr GUID tagOwner = {0x6d656e64, 0x6b69, 0x74, {1, 2, 3, 4, 5, 6, 7, 8}}; // of tags that are not Microsoft's
 
 /// Opens an object without following a link. CreateFile cannot do this under Wine 8.
 UniqueFile openObject(const std::wstring& path, ACCESS_MASK access)
@@ -62,9 +63,8 @@ std::vector<BYTE> reparseData(const Node& node, const std::wstring& target)
         add(name.c_str(), size + sizeof(wchar_t));
         add(target.c_str(), shown + sizeof(wchar_t));
     } else {
-        const GUID owner = {0x6d656e64, 0x6b69, 0x74, {1, 2, 3, 4, 5, 6, 7, 8}};
         if (!IsReparseTagMicrosoft(tag)) {
-            add(&owner, sizeof owner);
+            add(&tagOwner, sizeof tagOwner);
             header = data.size();
         }
         add("data", 4);
@@ -92,6 +92,7 @@ struct Entry
 {
     std::wstring name;
     bool isTree, isFile;
+    DWORD tag; // of a tree that is a reparse point
 };
 
 /// The entries of a directory. Lists it also while it is open for removal; FindFirstFile does not.
@@ -112,8 +113,8 @@ std::vector<Entry> entriesOf(const std::wstring& path)
                        hasOwnEntries = (found.EaSize & directoryBit) != 0 &&
                                        !IsReparseTagNameSurrogate(found.EaSize); // of reparse points: the tag
             if (std::wstring_view(L"..").find(name) == std::wstring_view::npos)
-                entries.push_back(
-                    {name, isDirectory && (!isReparsePoint || hasOwnEntries), !isDirectory && !isReparsePoint});
+                entries.push_back({name, isDirectory && (!isReparsePoint || hasOwnEntries),
+                    !isDirectory && !isReparsePoint, isReparsePoint ? found.EaSize : 0});
         }
     }
     return entries;
@@ -131,9 +132,24 @@ bool removeObject(const std::wstring& path)
     return SetFileInformationByHandle(object.get(), FileDispositionInfo, &info, sizeof info);
 }
 
+/// Makes a reparse point an ordinary directory: Windows opens nothing below a tag that no driver handles.
+/// "FSCTL_DELETE_REPARSE_POINT control code": tag and owner must match, the buffer is the header alone.
+void removeTag(const std::wstring& path, DWORD tag)
+{
+    const UniqueFile object = openObject(path, FILE_WRITE_ATTRIBUTES);
+    REPARSE_GUID_DATA_BUFFER data{};
+    data.ReparseTag = tag;
+    data.ReparseGuid = tagOwner;
+    const DWORD header = IsReparseTagMicrosoft(tag) ? 8 : REPARSE_GUID_DATA_BUFFER_HEADER_SIZE;
+    DWORD size = 0;
+    DeviceIoControl(object.get(), FSCTL_DELETE_REPARSE_POINT, &data, header, nullptr, 0, &size, nullptr);
+}
+
 void removeTree(const std::wstring& path)
 {
     for (const Entry& entry : entriesOf(path)) {
+        if (entry.isTree && entry.tag != 0)
+            removeTag(path + L'\\' + entry.name, entry.tag);
         if (entry.isTree)
             removeTree(path + L'\\' + entry.name);
         else

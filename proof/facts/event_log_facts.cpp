@@ -31,6 +31,7 @@ std::wstring messageOf(EVT_HANDLE event)
     const UniqueEvent source(EvtOpenPublisherMetadata(nullptr, L"mendkit", nullptr, 0, 0));
     std::wstring text(20'000, L'\0');
     DWORD used = 0;
+    // "EvtFormatMessage function": the size is in characters
     const BOOL isFound = EvtFormatMessage(source.get(), event, 0, 0, nullptr, EvtFormatMessageEvent,
         static_cast<DWORD>(text.size()), text.data(), &used);
     return isFound ? text.c_str() : L"";
@@ -46,7 +47,7 @@ std::vector<Record> recordsOf(const wchar_t* log, const std::wstring& word)
     for (int left = 200; left > 0 && query && EvtNext(query.get(), 1, &found, 1000, 0, &count); --left) {
         const UniqueEvent event(found);
         std::vector<wchar_t> xml(100'000);
-        DWORD size = 0, properties = 0;
+        DWORD size = 0, properties = 0; // "EvtRender function": sizes are in bytes
         EvtRender(nullptr, found, EvtRenderEventXml, static_cast<DWORD>(xml.size() * sizeof(wchar_t)), xml.data(),
             &size, &properties);
         const std::wstring text = xml.data();

@@ -37,7 +37,8 @@ public:
 
 private:
     /// Policies deny local accounts one kind of logon or the other: "Deny access to this computer from the network",
-    /// "Deny log on locally".
+    /// "Deny log on locally". "LogonUserW function": "." is the database of local accounts; the token of a network
+    /// logon serves to impersonate.
     static UniqueHandle logOn()
     {
         for (const DWORD kind : {LOGON32_LOGON_NETWORK, LOGON32_LOGON_INTERACTIVE}) {

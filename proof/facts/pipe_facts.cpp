@@ -263,7 +263,7 @@ TEST_F(Pipe, EmptyWrite)
     writing.join();
 
     SKIP_UNDER_WINE("writes of no bytes are dropped");
-    // "the other end of the pipe called WriteFile with nNumberOfBytesToWrite set to zero": ReadFile (fileapi.h)
+    // "ReadFile function": no bytes tell that the other end of a pipe has called WriteFile for none.
     UniqueFile end, start;
     ASSERT_TRUE(CreatePipe(end.receive(), start.receive(), nullptr, 0));
     std::thread other([&] {

@@ -31,7 +31,7 @@ TEST_F(Service, AccessDenied)
     SKIP_UNDER_WINE("services deny nothing");
     const TemporaryService service(L"denied", L"\"" + devpanel + L"\" service");
     EXPECT_EQ(0u, ask(service.name()).exitCode) << "the status of an ordinary service";
-    // LC: SERVICE_QUERY_STATUS (Service Security and Access Rights)
+    // "LC" is the right 4 ("ACE Strings"): SERVICE_QUERY_STATUS ("Service Security and Access Rights")
     SECURITY_ATTRIBUTES attributes{};
     ConvertStringSecurityDescriptorToSecurityDescriptorW(
         L"D:(D;;LC;;;WD)(A;;GA;;;BA)(A;;GA;;;SY)", SDDL_REVISION_1, &attributes.lpSecurityDescriptor, nullptr);
@@ -49,9 +49,12 @@ TEST_F(Service, ImpossibleNames)
         const UniqueService service(OpenServiceW(manager.get(), name.c_str(), SERVICE_QUERY_STATUS));
         const DWORD code = GetLastError();
         ASSERT_FALSE(service);
-        // "The specified service name is invalid": OpenServiceW (winsvc.h)
-        EXPECT_TRUE(kit::isWine() || code == ERROR_INVALID_NAME)
-            << "the system refuses '" << testing::PrintToString(name) << "' with another code: " << code;
+        // "OpenServiceW function": a slash is invalid. The empty name is not mentioned there. A longer name exceeds
+        // the range of the remote call ("3.1.4.16 ROpenServiceW (Opnum 16)"), which may fail with a code of its own.
+        EXPECT_TRUE(kit::isWine() || name != L"a/b" || code == ERROR_INVALID_NAME)
+            << "the system refuses a name with a slash with another code: " << code;
+        std::printf("Figure: OpenService refuses a name of %u characters with %lu\n",
+            static_cast<unsigned>(name.size()), code);
         const ChildResult result = ask(name);
         if (code == ERROR_SERVICE_DOES_NOT_EXIST)
             EXPECT_NE(std::string::npos, result.output.find("\"invalid\"")) << result.output;

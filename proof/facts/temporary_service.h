@@ -10,7 +10,8 @@ class TemporaryService
 {
 public:
     /// @param suffix   the name is "mendkit_proof_" and this; prove.exe removes services with that beginning
-    /// @param account  null: SYSTEM
+    /// @param account  null: SYSTEM. No password: a virtual account must have a null one ("CreateServiceW function"),
+    ///                 and LocalService ignores it ("LocalService Account")
     TemporaryService(const std::wstring& suffix, const std::wstring& commandLine, const wchar_t* account = nullptr)
         : name_(L"mendkit_proof_" + suffix), manager_(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CREATE_SERVICE))
     {

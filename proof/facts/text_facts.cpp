@@ -20,7 +20,8 @@ TEST_F(Texts, InvalidFormat)
 {
     SKIP_UNDER_WINE("the C run time takes every format but a null one");
     int count = 0;
-    // The page on the formats of printf: "%n is disabled by default". The process ends here without the handler.
+    // "Format specification syntax: printf and wprintf functions" says that "%n" is disabled by default. It is about
+    // Microsoft's compilers; msvcrt.dll has no page.
     EXPECT_EQ(L"_scwprintf() failed: invalid arguments", messageIn(failureOf([&] {
         formatString(static_cast<const wchar_t*>(L"a%nb"), &count);
     }))) << "a format that the C run time rejects is not reported";

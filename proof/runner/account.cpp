@@ -26,7 +26,7 @@ std::wstring randomPassword()
 Account::Account(const std::wstring& name) : name_(name), password_(randomPassword())
 {
     wchar_t comment[] = L"Made by the proof kit of mendkit; can be removed";
-    USER_INFO_1 user{};
+    USER_INFO_1 user{}; // "USER_INFO_1 structure": the privilege must be this one, and UF_SCRIPT must be set
     user.usri1_name = name_.data();
     user.usri1_password = password_.data();
     user.usri1_priv = USER_PRIV_USER;

@@ -46,11 +46,13 @@ ProcessResult runProcess(std::wstring commandLine, DWORD limit)
             &startup, &started))
         throwOsError(GetLastError(), L"CreateProcess " + commandLine, {"runProcess"});
     const UniqueHandle process(started.hProcess), thread(started.hThread);
+    // Also when this process is in a job ("Nested Jobs": since Windows 8), unless that job limits the use of windows.
     AssignProcessToJobObject(job.get(), process.get());
     ResumeThread(thread.get());
 
     const bool isInTime = WaitForSingleObject(process.get(), limit) == WAIT_OBJECT_0;
     TerminateJobObject(job.get(), 1);
+    TerminateProcess(process.get(), 1); // where it is not in the job
     WaitForSingleObject(process.get(), 5000);
     DWORD code = 1;
     GetExitCodeProcess(process.get(), &code);

@@ -72,7 +72,8 @@ int prove(const Options& options, const std::vector<Fact>& facts)
     Disk::remove(diskFile); // of a run that left no mark
     markRun(options.drive.empty() ? diskFile : L"", accountName, options.drive);
     SetConsoleCtrlHandler(interrupt, TRUE);
-    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); // inherited: no test waits for a dialog
+    // "SetErrorMode function": a child process inherits it. So no test waits for a dialog.
+    SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
     {
         std::optional<Disk> disk;
         if (options.drive.empty())

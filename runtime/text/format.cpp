@@ -3,22 +3,10 @@
 #include "runtime/failure/argument_exception.h"
 
 #include <cstdarg>
-#include <cstdlib>
 #include <cwchar>
-
-namespace {
-
-// Without a handler the C runtime ends the process when it rejects an argument.
-void ignoreInvalidParameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t)
-{
-}
-
-} // namespace
 
 std::wstring detail::formatVarArgs(const wchar_t* format, ...)
 {
-    [[maybe_unused]] static const auto previous = _set_invalid_parameter_handler(ignoreInvalidParameter);
-
     // MinGW's own vswprintf takes %s as narrow text; the functions with an underscore are the C runtime's.
     // The failure texts name other functions. They are part of the interface with the panel's log readers.
     va_list args;
