@@ -83,6 +83,25 @@ TEST_F(Cleaning, OwnersOfLinks)
     }
 }
 
+TEST_F(Cleaning, LinksMadeOver)
+{
+    SKIP_UNDER_WINE("its icacls changes nothing");
+    NEEDS_LINKS()
+    NEEDS_ACCOUNT();
+    ASSERT_TRUE(tree.make(file(L"target\\dumps\\f")));
+    makeOpenDirectory(L"open");
+    {
+        const auto account = asOrdinaryAccount();
+        ASSERT_TRUE(tree.make(junction(L"open\\way", L"@\\target"))) << GetLastError();
+    }
+    const std::wstring call = L"icacls \"" + tree.at(L"open\\way") + L"\" /L ";
+    for (const wchar_t* change : {L"/setowner *S-1-5-32-544", L"/inheritance:r /grant:r *S-1-5-32-544:F *S-1-5-18:F"})
+        EXPECT_EQ(0, _wsystem((call + change + L" >NUL").c_str())) << "icacls: " << testing::PrintToString(change);
+    EXPECT_EQ(0u, cleanOnce(L"@\\open\\way\\dumps"));
+    EXPECT_FALSE(exists(L"target\\dumps\\f"))
+        << "the lines of docs/operations.md do not make a link trusted: " << shownLog();
+}
+
 TEST_F(Cleaning, MovedLinks)
 {
     NEEDS_LINKS()

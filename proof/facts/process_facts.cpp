@@ -71,6 +71,44 @@ TEST_F(Process, InheritedHandles)
     terminate(child);
 }
 
+TEST_F(Process, UtilitiesOutliveTheProgram)
+{
+    setScript("note begun\nsleep 3000\nout x\nnote done");
+    const std::wstring quoted = L"\"" + root.path() + L"\" ", pipe = L"mendkit_outlived";
+    const auto service = serve(L"0", pipe.c_str(), quoted + quoted);
+    setConfig(L"zrmpipe", pipe);
+    for (const bool isKilled : {true, false}) { // else ended by the console: Ctrl+Break, as Ctrl+C
+        DeleteFileW((root.path() + L"\\var\\devpanel.log").c_str());
+        std::wstring command = L"\"" + builtProgram(L"app\\mendkit.exe") + L"\" --get-system-resources";
+        STARTUPINFOW startup{};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION started{};
+        ASSERT_TRUE(CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NEW_PROCESS_GROUP,
+            nullptr, nullptr, &startup, &started))
+            << GetLastError();
+        const UniqueHandle process(started.hProcess), thread(started.hThread);
+        for (int patience = 3000; notes().empty() && patience > 0; --patience)
+            Sleep(10);
+        if (isKilled)
+            TerminateProcess(process.get(), 7);
+        else
+            GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, started.dwProcessId);
+        DWORD code = 0;
+        const bool isEnded = WaitForSingleObject(process.get(), 1500) == WAIT_OBJECT_0;
+        GetExitCodeProcess(process.get(), &code);
+        EXPECT_EQ("begun\r\n", notes()) << "the utility ended before the program";
+        for (int patience = 500; notes() == "begun\r\n" && patience > 0; --patience)
+            Sleep(10);
+        EXPECT_EQ("begun\r\ndone\r\n", notes()) << "the utility was ended with the program, or by its output";
+        if (!isEnded && !isKilled) {
+            terminate(*service);
+            GTEST_SKIP() << "this process has no console, or the program does not listen to it";
+        }
+        EXPECT_EQ(isKilled ? 7u : DWORD(STATUS_CONTROL_C_EXIT), code) << "docs/operations.md names another exit code";
+    }
+    terminate(*service);
+}
+
 TEST_F(Process, OtherToken)
 {
     NEEDS_ACCOUNT();
