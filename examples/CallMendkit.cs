@@ -29,7 +29,8 @@ public class MendkitFailure : Exception
         return new MendkitFailure(text.Substring(0, end), text.Substring(end + 1));
     }
 
-    MendkitFailure(string message, string trail) : base(message.TrimEnd())
+    MendkitFailure(string message, string trail)
+        : base(message.Trim() == "" ? "no text: somebody has ended mendkit, or its log tells more" : message.Trim())
     {
         Match code = Regex.Match(message, @"\(Error code (\d+)\)");
         Code = code.Success ? uint.Parse(code.Groups[1].Value) : (uint?)null;

@@ -24,6 +24,7 @@ function ConvertTo-QuotedArgument([string]$Argument) {
 #   Code      of Windows in a failure; $null: none
 #   Trail     where in mendkit a failure happened, for its developers
 function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments) {
+    Set-StrictMode -Off
     $result = [pscustomobject]@{ Outcome = 'NoAnswer'; Answer = $null; Message = ''; Code = $null; Trail = '' }
     # Not "& $Program": it has no time limit and reads the output in the console's code page.
     $start = New-Object System.Diagnostics.ProcessStartInfo
@@ -62,7 +63,8 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
     if ($process.ExitCode -eq 1) {
         $result.Outcome = 'Failure'
         $message, $trail = $text -split '\n(?=   at \()', 2
-        $result.Message = $message.TrimEnd()
+        $result.Message = $message.Trim()
+        if (-not $result.Message) { $result.Message = 'no text: somebody has ended mendkit, or its log tells more' }
         $result.Trail = "$trail"
         if ($message -match '\(Error code (\d+)\)') { $result.Code = [uint32]$Matches[1] }
     } elseif ($process.ExitCode -ne 0) { # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
@@ -77,6 +79,7 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
 }
 
 function Show-Answer([string]$Command, $Answer) {
+    Set-StrictMode -Off # a member that is missing is $null
     if ($Command -like '--*-disk-space') {
         foreach ($volume in $Answer) {
             # A used beyond total is no figure: an account with a quota sees a smaller total. Numbers beyond 2^63 - 1
@@ -113,5 +116,5 @@ if ($Program) {
         'TimeOut' { $code = 2; "time-out: $($result.Message)" }
         'NoAnswer' { $code = 3; "no answer: $($result.Message)" }
     }
-    if (-not $PSSenderInfo) { exit $code } # in a remote session only the text goes back
+    if (-not (Test-Path Variable:PSSenderInfo)) { exit $code } # a remote session sends back the text alone
 }

@@ -105,7 +105,9 @@ Failure failureIn(const std::string& text)
 {
     const std::size_t end = text.find("\n   at (");
     const std::string message = text.substr(0, end), mark = "(Error code ";
-    Failure failure(message.substr(0, message.find_last_not_of(" \n") + 1));
+    const std::size_t length = message.find_last_not_of(" \n") + 1;
+    Failure failure(
+        length ? message.substr(0, length) : "no text: somebody has ended mendkit, or its log tells more");
     if (const std::size_t at = message.find(mark); at != std::string::npos)
         failure.code = std::strtoul(message.c_str() + at + mark.size(), nullptr, 10);
     if (end != std::string::npos)

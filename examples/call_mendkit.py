@@ -21,7 +21,7 @@ class Failure(Exception):
         self.trail = (at + rest).lstrip("\n")
         code = re.search(r"\(Error code (\d+)\)", self.message)
         self.code = int(code.group(1)) if code else None
-        super().__init__(self.message.strip())
+        super().__init__(self.message.strip() or "no text: somebody has ended mendkit, or its log tells more")
 
 
 class TimeOut(Exception):

@@ -56,11 +56,13 @@ def check(name, program, arguments, code, *told, seconds=30, longest=15):
     """Runs the example. @param told  patterns that match what it prints one after the other"""
     begun = time.monotonic()
     # Files: processes that were started by the example may outlive it.
-    with tempfile.TemporaryFile() as out:
-        result = subprocess.run([*caller, str(seconds), program, *arguments], stdin=subprocess.DEVNULL, stdout=out,
+    with tempfile.TemporaryFile() as out, open(__file__, "rb") as unwanted:
+        result = subprocess.run([*caller, str(seconds), program, *arguments], stdin=unwanted, stdout=out,
                                 stderr=subprocess.STDOUT)
         out.seek(0)
-        text = out.read().decode().replace("\r\n", "\n")
+        text = out.read().decode()
+    if language == "cpp":
+        text = text.replace("\r\n", "\n")
     took = time.monotonic() - begun
     if result.returncode != code or not re.fullmatch(r"\s*".join(told), text.strip(), re.DOTALL) or took > longest:
         failures.append(name)
@@ -156,6 +158,10 @@ check("a fault", standin, [], 3, f"no answer: mendkit did not end in the orderly
 script(odd, "err told", "exit 3")
 check("an abort", standin, [], 3, f"no answer: mendkit did not end in the orderly way: exit code {killed} told")
 check("no program", str(standin) + "x", [], 3, "no answer: .*cannot be started: .*")
+script(odd, "exit 1")
+check("ended from outside", standin, [], 1, "failure: no text: .*", "code: none")
+script(odd, "read", "exit 1")
+check("standard input", standin, [], 1, "failure: 0", "code: none")
 script(odd, 'out {"name": "x", "sta')
 check("half an answer", standin, [], 3, "no answer: .*")
 script(odd, "out {}")
