@@ -27,7 +27,7 @@ known_jsoncpp() {
     esac
 }
 build_packages=(ca-certificates cmake g++-mingw-w64-x86-64-posix googletest ninja-build wine wine64)
-test_packages=(openssl osslsigncode python3-jsonschema)
+test_packages=(libmono-system-runtime-serialization4.0-cil mono-mcs openssl osslsigncode python3-jsonschema)
 check_packages=(clang-format-19 clang-tidy-19 git)
 package_packages=(git python3 zip)
 
