@@ -23,10 +23,20 @@ public class MendkitFailure : Exception
 
     public static MendkitFailure In(string text)
     {
-        int end = text.IndexOf("\n   at (", StringComparison.Ordinal);
-        if (end < 0)
-            return new MendkitFailure(text, "");
-        return new MendkitFailure(text.Substring(0, end), text.Substring(end + 1));
+        string[] lines = text.TrimEnd('\n').Split('\n');
+        int end = lines.Length;
+        while (end > 0 && IsTrail(lines[end - 1]))
+            --end;
+        int begin = end;
+        while (begin > 0 && !IsTrail(lines[begin - 1])) // above it is an earlier failure: the last one counts
+            --begin;
+        return new MendkitFailure(
+            string.Join("\n", lines, begin, end - begin), string.Join("\n", lines, end, lines.Length - end));
+    }
+
+    static bool IsTrail(string line)
+    {
+        return line.StartsWith("   at (", StringComparison.Ordinal);
     }
 
     MendkitFailure(string message, string trail)

@@ -62,10 +62,15 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
     $text = [System.Text.Encoding]::UTF8.GetString($output.ToArray()).Replace("`r`n", "`n")
     if ($process.ExitCode -eq 1) {
         $result.Outcome = 'Failure'
-        $message, $trail = $text -split '\n(?=   at \()', 2
+        $lines = $text.TrimEnd("`n").Split("`n")
+        $end = $lines.Length
+        while ($end -gt 0 -and $lines[$end - 1].StartsWith('   at (')) { --$end }
+        $begin = $end # above it is an earlier failure: the last one counts
+        while ($begin -gt 0 -and -not $lines[$begin - 1].StartsWith('   at (')) { --$begin }
+        $message = [string]::Join("`n", $lines, $begin, $end - $begin)
         $result.Message = $message.Trim()
         if (-not $result.Message) { $result.Message = 'no text: somebody has ended mendkit, or its log tells more' }
-        $result.Trail = "$trail"
+        $result.Trail = [string]::Join("`n", $lines, $end, $lines.Length - $end)
         if ($message -match '\(Error code (\d+)\)') { $result.Code = [uint32]$Matches[1] }
     } elseif ($process.ExitCode -ne 0) { # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
         $told = [System.Text.Encoding]::UTF8.GetString($errors.ToArray())

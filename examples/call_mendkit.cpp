@@ -103,15 +103,23 @@ PROCESS_INFORMATION start(const std::wstring& program, std::wstring commandLine,
 
 Failure failureIn(const std::string& text)
 {
-    const std::size_t end = text.find("\n   at (");
-    const std::string message = text.substr(0, end), mark = "(Error code ";
+    std::string message, trail;
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        const bool isTrail = line.rfind("   at (", 0) == 0;
+        if (!isTrail && !trail.empty() && !line.empty()) { // an earlier failure ends here: the last one counts
+            message.clear();
+            trail.clear();
+        }
+        (isTrail ? trail : message) += line + "\n";
+    }
+    const std::string mark = "(Error code ";
     const std::size_t length = message.find_last_not_of(" \n") + 1;
     Failure failure(
         length ? message.substr(0, length) : "no text: somebody has ended mendkit, or its log tells more");
     if (const std::size_t at = message.find(mark); at != std::string::npos)
         failure.code = std::strtoul(message.c_str() + at + mark.size(), nullptr, 10);
-    if (end != std::string::npos)
-        failure.trail = text.substr(end + 1);
+    failure.trail = trail;
     return failure;
 }
 

@@ -17,8 +17,13 @@ class Failure(Exception):
     trail: where in mendkit it happened, for its developers."""
 
     def __init__(self, text):
-        self.message, at, rest = text.partition("\n   at (")
-        self.trail = (at + rest).lstrip("\n")
+        lines = text.rstrip("\n").split("\n")
+        begin = end = len(lines)
+        while end and lines[end - 1].startswith("   at ("):
+            begin = end = end - 1
+        while begin and not lines[begin - 1].startswith("   at ("):  # above is an earlier failure: the last counts
+            begin -= 1
+        self.message, self.trail = "\n".join(lines[begin:end]), "\n".join(lines[end:])
         code = re.search(r"\(Error code (\d+)\)", self.message)
         self.code = int(code.group(1)) if code else None
         super().__init__(self.message.strip() or "no text: somebody has ended mendkit, or its log tells more")

@@ -87,12 +87,11 @@ def compare(*arguments):
     if direct.returncode == 0:
         told = figures(arguments[0], json.loads(text))
     else:
-        # The last line of the trail has the command line, whose quotation marks may differ.
-        at = re.search(r"^   at ", text, re.MULTILINE)
-        message, trail = (text[:at.start()], text[at.start():].rpartition("\n")[0]) if at else (text, "")
+        # The last failure counts. The last line of its trail has the command line, whose quotation marks may differ.
+        message, trail = re.findall(r"((?:(?!   at ).*\n)*)((?:   at .*\n?)*)", text + "\n")[-2]
         number = re.search(r"Error code (\d+)", message)
         told = ["failure:", re.escape(message.strip()), f"code: {number[1] if number else 'none'}",
-                re.escape(trail) + r"(\n[^\n]*)?"]
+                re.escape(trail.strip("\n").rpartition("\n")[0].lstrip()) + r"(\n[^\n]*)?"]
     check(arguments, mendkit, arguments, direct.returncode, *told)
     return direct.returncode
 
@@ -160,6 +159,9 @@ check("an abort", standin, [], 3, f"no answer: mendkit did not end in the orderl
 check("no program", str(standin) + "x", [], 3, "no answer: .*cannot be started: .*")
 script(odd, "exit 1")
 check("ended from outside", standin, [], 1, "failure: no text: .*", "code: none")
+script(odd, "out first (Error code 2) at x", "out    at (a line 1)", "out second (Error code 5) at y", "out    at (b line 2)",
+       "exit 1")
+check("two failures", standin, [], 1, "failure: second .Error code 5. at y", "code: 5", r"at \(b line 2\)")
 script(odd, "read", "exit 1")
 check("standard input", standin, [], 1, "failure: 0", "code: none")
 script(odd, 'out {"name": "x", "sta')

@@ -49,6 +49,8 @@ protected:
                 {L"--get-system-resources"}, 0, "memory: 1 of 18446744073709551615 bytes free"},
             {"bytes 300000\nexit 1", {}, 1, std::string(300'000, 'x')},
             {"child 20000\nout {\"name\": \"x\"}", {}, 0, "x: unknown"},
+            {"out a\nout    at (x line 1)\nout b (Error code 5)\nout    at (y line 2)\nexit 1", {}, 1,
+                "failure: b (Error"},
             {"crash", {}, 3, "0xC0000005"},
             {"out {", {}, 3, "no answer: "},
             {"sleep 20000", {L"--get-x"}, 2, "it was ended"},
