@@ -3,6 +3,7 @@
 #include "config/registry.h"
 #include "test/failure.h"
 #include "test/registry_override.h"
+#include "test/replaced_import.h"
 
 namespace {
 
@@ -27,6 +28,14 @@ int repeats(const Query& query, const Value& value)
     while (count < 40 && query() == value)
         ++count;
     return count;
+}
+
+/// Has a text that fills all that it is given.
+LSTATUS WINAPI readToTheBrim(HKEY, const wchar_t*, const wchar_t*, DWORD, DWORD* type, void* data, DWORD* size)
+{
+    *type = REG_SZ;
+    std::fill_n(static_cast<wchar_t*>(data), *size / sizeof(wchar_t), L'x');
+    return ERROR_SUCCESS;
 }
 
 } // namespace
@@ -94,6 +103,15 @@ TEST_F(Settings, AreReadByTheirType)
         L"(Error code 2) at RegOpenKeyEx subKey=none", [] { registry::open(HKEY_LOCAL_MACHINE, L"none", KEY_READ); });
     const UniqueRegistryKey readable = registry::open(HKEY_LOCAL_MACHINE, path, KEY_READ | KEY_WOW64_32KEY);
     fails(L"(Error code 5) at RegSetValueEx valueName=x", [&] { registry::set(readable.get(), L"x", DWORD{1}); });
+}
+
+TEST_F(Settings, AreReadIntoTheBufferAndNoFurther)
+{
+    store(REG_SZ, L"", 0);
+    const ReplacedImport read("RegGetValueW", readToTheBrim);
+    std::wstring text;
+    config::lookup(L"v", text);
+    EXPECT_EQ(std::wstring(MAX_PATH + 1, L'x'), text) << "one letter of the buffer is for the final zero";
 }
 
 TEST_F(Settings, ThatAreQueriedOftenAreReadEvery16thTime)

@@ -121,6 +121,11 @@ NTSTATUS NTAPI createWithoutDontReparse(HANDLE* file, ACCESS_MASK access, OBJECT
     return static_cast<NTSTATUS>(0xC000000D);
 }
 
+NTSTATUS NTAPI tellNoName(HANDLE, OBJECT_INFORMATION_CLASS, void*, ULONG, ULONG*)
+{
+    return static_cast<NTSTATUS>(0xC000009A); // insufficient resources
+}
+
 } // namespace
 
 INSTANTIATE_TEST_SUITE_P(Volumes, Removal, testing::Values(L"C:\\", L"D:\\"));
@@ -205,6 +210,9 @@ TEST_P(Removal, NamesTheEntryThatCannotBeRemoved)
     for (const std::wstring& spelling : {std::wstring(system), upperCase(system)})
         EXPECT_TRUE(helper.listDirectory(spelling, 2).empty()) << "the system directory is never listed";
     EXPECT_NE(L"nothing thrown", failureOf<vosexception>([&] { helper.removeFile(inner); })) << "a directory";
+    const ReplacedImport query("NtQueryObject", tellNoName);
+    EXPECT_NE(std::wstring::npos, failureOf([&] { helper.removeDirectory(clean + L"\\tree"); }).find(L"code 1450"))
+        << "an object whose place is unknown";
 }
 
 TEST_P(Removal, AsksOnlyOnceForWhatAVolumeDoesNotKnow)
