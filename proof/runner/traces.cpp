@@ -63,6 +63,13 @@ void removeServices()
     }
 }
 
+/// Of a test that was interrupted.
+void removeScheduledTask()
+{
+    if (GetFileAttributesW(systemFile(L"Tasks\\mendkit_proof").c_str()) != INVALID_FILE_ATTRIBUTES)
+        runProcess(L"\"" + systemFile(L"schtasks.exe") + L"\" /delete /tn mendkit_proof /f", 60'000);
+}
+
 /// Removes what tests make in the root of a volume that was empty before. rd follows no link.
 /// @return whether nothing of it is left
 bool removeFilesOfTests(const std::wstring& drive)
@@ -106,6 +113,7 @@ std::vector<std::string> removeTraces()
 {
     std::vector<std::string> left;
     removeServices();
+    removeScheduledTask();
     UniqueRegistryKey software;
     RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE", 0, KEY_ALL_ACCESS | KEY_WOW64_32KEY, software.receive());
     RegDeleteTreeW(software.get(), L"Kelvo");
