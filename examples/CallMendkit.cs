@@ -13,7 +13,7 @@ using System.Runtime.Serialization;
 using System.Runtime.Serialization.Json;
 using System.Text;
 using System.Text.RegularExpressions;
-using System.Threading.Tasks;
+using System.Threading;
 
 /// The command has failed. Message: for people, in the system's language.
 public class MendkitFailure : Exception
@@ -91,8 +91,7 @@ public static class Mendkit
         process.StandardInput.Close(); // empty; mendkit's utilities inherit it
         // While it runs: a full pipe would stop it. The bytes: StandardOutput would not take them for UTF-8.
         MemoryStream output = new MemoryStream(), errors = new MemoryStream();
-        Task[] copies = { process.StandardOutput.BaseStream.CopyToAsync(output),
-            process.StandardError.BaseStream.CopyToAsync(errors) };
+        Thread[] readers = { Reader(process.StandardOutput, output), Reader(process.StandardError, errors) };
         if (!process.WaitForExit((int)limit.TotalMilliseconds))
         {
             // A query changes nothing and may be ended. Anything else is left to end by itself and must not be repeated
@@ -103,7 +102,8 @@ public static class Mendkit
             catch (InvalidOperationException) { } // it has just ended
             throw new TimeoutException("no answer within " + limit + "; it was ended");
         }
-        Task.WaitAll(copies, 2000); // bounded: a process that was started at the same moment may hold the pipe open
+        foreach (Thread reader in readers)
+            reader.Join(2000); // bounded: a process that was started at the same moment may hold the pipe open
         string text = Encoding.UTF8.GetString(output.ToArray()).Replace("\r\n", "\n");
         if (process.ExitCode == 1)
             throw MendkitFailure.In(text);
@@ -116,6 +116,18 @@ public static class Mendkit
                 return (T)new DataContractJsonSerializer(typeof(T)).ReadObject(document);
         }
         catch (SerializationException cause) { throw new MendkitNoAnswer(cause.Message + ": " + text, cause); }
+    }
+
+    static Thread Reader(StreamReader from, Stream to)
+    {
+        var thread = new Thread(delegate()
+        {
+            try { from.BaseStream.CopyTo(to); }
+            catch (IOException) { } // nothing more to be had
+        });
+        thread.IsBackground = true;
+        thread.Start();
+        return thread;
     }
 
     /// An argument as the called program's run time library reads it back. ProcessStartInfo.ArgumentList, which does

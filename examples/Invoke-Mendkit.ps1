@@ -49,7 +49,7 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
         $result.Outcome = 'TimeOut'
         # A query changes nothing and may be ended. Anything else is left to end by itself and must not be repeated
         # before: the panel's utility would run on without mendkit, and may fail in the middle of a repair.
-        if ("$($Arguments[0])".StartsWith('--get-')) {
+        if (($Arguments | Select-Object -First 1) -clike '--get-*') {
             try { $process.Kill() } catch { } # it may have just ended
             $result.Message = "no answer within $Seconds s; it was ended"
         } else {
@@ -111,7 +111,7 @@ if ($Program) {
     $result = Invoke-Mendkit $Seconds $Program $Arguments
     $code = 0
     switch ($result.Outcome) { # decide by the outcome and the code, never by words
-        'Answered' { Show-Answer "$($Arguments[0])" $result.Answer }
+        'Answered' { Show-Answer "$($Arguments | Select-Object -First 1)" $result.Answer }
         'Failure' {
             $code = 1
             "failure: $($result.Message)"

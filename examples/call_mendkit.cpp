@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+namespace {
+
 /// The command has failed. what(): for people, in the system's language, UTF-8.
 struct Failure : std::runtime_error
 {
@@ -92,8 +94,8 @@ PROCESS_INFORMATION start(const std::wstring& program, std::wstring commandLine,
     startup.StartupInfo.hStdError = handles[2];
     PROCESS_INFORMATION started{};
     if (!InitializeProcThreadAttributeList(startup.lpAttributeList, 1, 0, &size) ||
-        !UpdateProcThreadAttribute(startup.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, handles,
-            sizeof handles, nullptr, nullptr) ||
+        !UpdateProcThreadAttribute(startup.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST,
+            static_cast<void*>(handles), sizeof handles, nullptr, nullptr) ||
         !CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, TRUE,
             CREATE_NO_WINDOW | EXTENDED_STARTUPINFO_PRESENT, nullptr, nullptr, &startup.StartupInfo, &started))
         throw std::runtime_error("mendkit cannot be started: error " + std::to_string(GetLastError()));
@@ -188,6 +190,8 @@ void show(const std::wstring& command, const Json::Value& answer)
         std::cout << text(answer["name"]) << ": " << text(answer["status"]) << "\n";
     }
 }
+
+} // namespace
 
 int wmain(int count, wchar_t** words)
 try {

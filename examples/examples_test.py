@@ -25,8 +25,9 @@ shutil.copy(build / "devpanel/devutility.exe", odd)
 failures = []
 
 
-def wine(*command, **options):
-    return subprocess.run(["wine", *command], stdin=subprocess.DEVNULL, stderr=subprocess.DEVNULL, **options)
+def wine(*command, check=True):
+    subprocess.run(["wine", *command], stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                   check=check)
 
 
 def callable_as(program):
@@ -52,21 +53,29 @@ def example():
     return ["mono", compiled]
 
 
-def check(name, program, arguments, code, *told, seconds=30, longest=15):
+def output_of(command, stderr):
+    """Its exit code and output. Repeats it when Wine did not start a process: about one start in 3,000."""
+    for attempt in range(3):
+        # Files: processes that were started by the command may outlive it.
+        with tempfile.TemporaryFile() as out, open(__file__, "rb") as unwanted:
+            code = subprocess.run(command, stdin=unwanted, stdout=out, stderr=stderr).returncode
+            out.seek(0)
+            text = out.read().decode()
+        if "1359" not in text:
+            break
+    return code, text
+
+
+def check(name, program, arguments, code, *told, seconds=30):
     """Runs the example. @param told  patterns that match what it prints one after the other"""
     begun = time.monotonic()
-    # Files: processes that were started by the example may outlive it.
-    with tempfile.TemporaryFile() as out, open(__file__, "rb") as unwanted:
-        result = subprocess.run([*caller, str(seconds), program, *arguments], stdin=unwanted, stdout=out,
-                                stderr=subprocess.STDOUT)
-        out.seek(0)
-        text = out.read().decode()
+    ended, text = output_of([*caller, str(seconds), program, *arguments], subprocess.STDOUT)
     if language == "cpp":
         text = text.replace("\r\n", "\n")
     took = time.monotonic() - begun
-    if result.returncode != code or not re.fullmatch(r"\s*".join(told), text.strip(), re.DOTALL) or took > longest:
+    if ended != code or not re.fullmatch(r"\s*".join(told), text.strip(), re.DOTALL) or took > 25:
         failures.append(name)
-        print(f"{name}: exit code {result.returncode} instead of {code} after {took:.1f} s, {text[:2000]!r}\n"
+        print(f"{name}: exit code {ended} instead of {code} after {took:.1f} s, {text[:2000]!r}\n"
               f"  instead of {told!r}")
 
 
@@ -82,9 +91,9 @@ def figures(command, answer):
 
 def compare(*arguments):
     """Runs the program by itself, then by the example."""
-    direct = wine(mendkit_exe, *arguments, stdout=subprocess.PIPE)
-    text = direct.stdout.decode().replace("\r\n", "\n")
-    if direct.returncode == 0:
+    code, text = output_of(["wine", mendkit_exe, *arguments], subprocess.DEVNULL)
+    text = text.replace("\r\n", "\n")
+    if code == 0:
         told = figures(arguments[0], json.loads(text))
     else:
         # The last failure counts. The last line of its trail has the command line, whose quotation marks may differ.
@@ -92,8 +101,8 @@ def compare(*arguments):
         number = re.search(r"Error code (\d+)", message)
         told = ["failure:", re.escape(message.strip()), f"code: {number[1] if number else 'none'}",
                 re.escape(trail.strip("\n").rpartition("\n")[0].lstrip()) + r"(\n[^\n]*)?"]
-    check(arguments, mendkit, arguments, direct.returncode, *told)
-    return direct.returncode
+    check(arguments, mendkit, arguments, code, *told)
+    return code
 
 
 def script(utility, *steps):
@@ -106,15 +115,15 @@ def script(utility, *steps):
 def restore():
     for file in panel.glob("admin/*/*.script"):
         file.unlink()
-    wine(build / "devpanel/devpanel.exe", "install")
+    wine(build / "devpanel/devpanel.exe", "install", check=False)
     shutil.rmtree(work, ignore_errors=True)
 
 
 caller = example()
 mendkit_exe = build / "app/mendkit.exe"
 mendkit, standin = callable_as(mendkit_exe), callable_as(odd)
-wine(build / "devpanel/devpanel.exe", "install", check=True)
-wine(build / "devpanel/devpanel.exe", "ensure", check=True)
+wine(build / "devpanel/devpanel.exe", "install")
+wine(build / "devpanel/devpanel.exe", "ensure")
 
 # Every command, right and wrong; the other languages repeat one of each kind.
 every = language == "python"
@@ -138,8 +147,7 @@ codes = [compare(*arguments) for arguments in [
 ] + every * [
     ["--bogus"], ["--get-service-status", "--name=x", "--y=1"], ["--get-service-status", "--name="],
     ["--repair-kelvo-sql-server"], ["--free-system-resources"], ["--reboot"], ["--reboot", "--timeout=5"]]]
-wine("reg", "add", r"HKLM\SOFTWARE\WOW6432Node\Kelvo\ZRM Config\Config", "/v", "zrmpipe", "/d", "no_pipe", "/f",
-     stdout=subprocess.DEVNULL, check=True)
+wine("reg", "add", r"HKLM\SOFTWARE\WOW6432Node\Kelvo\ZRM Config\Config", "/v", "zrmpipe", "/d", "no_pipe", "/f")
 codes += [compare(*arguments) for arguments in [["--get-disk-space"]] + every * [["--free-disk-space"]]]
 assert set(codes) == {1}, codes
 
@@ -147,7 +155,7 @@ assert set(codes) == {1}, codes
 notes = work / "var/devpanel.log"
 for words, told in (["--get-x"], "it was ended"), (["--free-x"], r"it runs on as process \d+"):
     script(odd, "sleep 2500", "note " + words[0])
-    check("a time-out", standin, words, 2, f"time-out: no answer .*; {told}", seconds=0.5, longest=2.4)
+    check("a time-out", standin, words, 2, f"time-out: no answer .*; {told}", seconds=0.5)
 timed_out = time.monotonic()
 
 # Other ends. Outside Wine a process has the lowest eight bits of its exit code.
@@ -175,8 +183,10 @@ check("a pipe that stays open", standin, [], 0, "x: unknown")
 script(odd, 'out [{"volume": "C:", "total": 3, "free": 7, "used": 18446744073709551612}]')
 check("a quota", standin, ["--get-disk-space"], 0, "C: 7 of 3 bytes free, used: unknown")
 
-time.sleep(max(0, timed_out + 3 - time.monotonic()))
-noted = notes.read_text().split() if notes.exists() else []
+noted = []
+while "--free-x" not in noted and time.monotonic() < timed_out + 20:
+    time.sleep(0.1)
+    noted = notes.read_text().split() if notes.exists() else []
 if noted != ["--free-x"]:
     failures.append("after a time-out")
     print(f"After a time-out a query has to be ended and anything else not. Those ran on: {noted}")
