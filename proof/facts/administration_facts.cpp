@@ -41,9 +41,9 @@ TEST_F(Administration, VersionOfTheFile)
 
 TEST_F(Administration, SwitchOfDebug)
 {
-    const auto runLines = [&](const char* lines) {
-        const std::wstring script = root.path() + L"\\lines.cmd";
-        std::ofstream(script.c_str()) << "@set key=HKLM\\SOFTWARE\\Kelvo\\ZRM Config\\Config\n" << lines;
+    const auto runLine = [&](const char* line) {
+        const std::wstring script = root.path() + L"\\line.cmd";
+        std::ofstream(script.c_str()) << line;
         const ChildResult result =
             runChild(L"C:\\windows\\system32\\cmd.exe", L"/d /c call " + quoteArgument(script));
         EXPECT_EQ(0u, result.exitCode) << result.output;
@@ -51,9 +51,10 @@ TEST_F(Administration, SwitchOfDebug)
         run(L"--help");
         return root.log().find(L" Info: ") != std::wstring::npos;
     };
-    EXPECT_TRUE(runLines("reg add \"%key%\" /v Debug /t REG_DWORD /d 1 /f /reg:32\n"))
+    EXPECT_TRUE(runLine(R"(reg add "HKLM\SOFTWARE\Kelvo\ZRM Config\Config" /v Debug /t REG_DWORD /d 1 /f /reg:32)"))
         << "the line does not switch Debug on in the view that the program reads";
-    EXPECT_FALSE(runLines("reg delete \"%key%\" /v Debug /f /reg:32\n")) << "the line does not switch Debug off";
+    EXPECT_FALSE(runLine(R"(reg delete "HKLM\SOFTWARE\Kelvo\ZRM Config\Config" /v Debug /f /reg:32)"))
+        << "the line does not switch Debug off";
 }
 
 TEST_F(Administration, ScheduledTask)
