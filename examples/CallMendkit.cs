@@ -30,8 +30,19 @@ public class MendkitFailure : Exception
         int begin = end;
         while (begin > 0 && !IsTrail(lines[begin - 1])) // above it is an earlier failure: the last one counts
             --begin;
-        return new MendkitFailure(
-            string.Join("\n", lines, begin, end - begin), string.Join("\n", lines, end, lines.Length - end));
+        // The output of a utility that failed may look like anything, also like trails and messages.
+        bool isUtility = false;
+        for (int at = 0; at < end && !isUtility; ++at)
+        {
+            isUtility = Regex.IsMatch(lines[at], @"^Execute .* failed with error code -?\d+:") &&
+                (at == 0 || lines[at - 1] == "" || IsTrail(lines[at - 1]));
+            if (isUtility)
+                begin = at;
+        }
+        string message = string.Join("\n", lines, begin, end - begin).Trim();
+        Match code = Regex.Match(isUtility ? "" : message, @"\(Error code (\d+)\)");
+        return new MendkitFailure(message, code.Success ? uint.Parse(code.Groups[1].Value) : (uint?)null,
+            string.Join("\n", lines, end, lines.Length - end));
     }
 
     static bool IsTrail(string line)
@@ -39,11 +50,10 @@ public class MendkitFailure : Exception
         return line.StartsWith("   at (", StringComparison.Ordinal);
     }
 
-    MendkitFailure(string message, string trail)
-        : base(message.Trim() == "" ? "no text: somebody has ended mendkit, or its log tells more" : message.Trim())
+    MendkitFailure(string message, uint? code, string trail)
+        : base(message == "" ? "no text: somebody has ended mendkit, or its log tells more" : message)
     {
-        Match code = Regex.Match(message, @"\(Error code (\d+)\)");
-        Code = code.Success ? uint.Parse(code.Groups[1].Value) : (uint?)null;
+        Code = code;
         Trail = trail;
     }
 }

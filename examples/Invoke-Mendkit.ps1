@@ -67,11 +67,18 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
         while ($end -gt 0 -and $lines[$end - 1].StartsWith('   at (')) { --$end }
         $begin = $end # above it is an earlier failure: the last one counts
         while ($begin -gt 0 -and -not $lines[$begin - 1].StartsWith('   at (')) { --$begin }
+        # The output of a utility that failed may look like anything, also like trails and messages.
+        $isUtility = $false
+        for ($at = 0; $at -lt $end -and -not $isUtility; ++$at) {
+            $isUtility = $lines[$at] -cmatch '^Execute .* failed with error code -?\d+:' -and
+                ($at -eq 0 -or -not $lines[$at - 1] -or $lines[$at - 1].StartsWith('   at ('))
+            if ($isUtility) { $begin = $at }
+        }
         $message = [string]::Join("`n", $lines, $begin, $end - $begin)
         $result.Message = $message.Trim()
         if (-not $result.Message) { $result.Message = 'no text: somebody has ended mendkit, or its log tells more' }
         $result.Trail = [string]::Join("`n", $lines, $end, $lines.Length - $end)
-        if ($message -match '\(Error code (\d+)\)') { $result.Code = [uint32]$Matches[1] }
+        if (-not $isUtility -and $message -match '\(Error code (\d+)\)') { $result.Code = [uint32]$Matches[1] }
     } elseif ($process.ExitCode -ne 0) { # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
         $told = [System.Text.Encoding]::UTF8.GetString($errors.ToArray())
         $result.Message = 'mendkit did not end in the orderly way: exit code 0x{0:X} {1}' -f $process.ExitCode, $told

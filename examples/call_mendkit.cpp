@@ -103,23 +103,39 @@ PROCESS_INFORMATION start(const std::wstring& program, std::wstring commandLine,
     return started;
 }
 
+bool isTrail(const std::string& line)
+{
+    return line.rfind("   at (", 0) == 0;
+}
+
 Failure failureIn(const std::string& text)
 {
-    std::string message, trail;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);) {
-        const bool isTrail = line.rfind("   at (", 0) == 0;
-        if (!isTrail && !trail.empty() && !line.empty()) { // an earlier failure ends here: the last one counts
-            message.clear();
-            trail.clear();
-        }
-        (isTrail ? trail : message) += line + "\n";
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    std::size_t end = lines.size();
+    while (end > 0 && (lines[end - 1].empty() || isTrail(lines[end - 1])))
+        --end;
+    std::size_t begin = end;
+    while (begin > 0 && !isTrail(lines[begin - 1])) // above it is an earlier failure: the last one counts
+        --begin;
+    // The output of a utility that failed may look like anything, also like trails and messages.
+    bool isUtility = false;
+    for (std::size_t at = 0; at < end && !isUtility; ++at) {
+        isUtility = lines[at].rfind("Execute ", 0) == 0 &&
+                    lines[at].find(" failed with error code ") != std::string::npos &&
+                    (at == 0 || lines[at - 1].empty() || isTrail(lines[at - 1]));
+        if (isUtility)
+            begin = at;
     }
+    std::string message, trail;
+    for (std::size_t at = begin; at < lines.size(); ++at)
+        (at < end ? message : trail) += (at == begin || at == end ? "" : "\n") + lines[at];
+    message.erase(0, message.find_first_not_of('\n'));
+    Failure failure(message.empty() ? "no text: somebody has ended mendkit, or its log tells more" : message);
     const std::string mark = "(Error code ";
-    const std::size_t length = message.find_last_not_of(" \n") + 1;
-    Failure failure(
-        length ? message.substr(0, length) : "no text: somebody has ended mendkit, or its log tells more");
-    if (const std::size_t at = message.find(mark); at != std::string::npos)
+    if (const std::size_t at = message.find(mark); at != std::string::npos && !isUtility)
         failure.code = std::strtoul(message.c_str() + at + mark.size(), nullptr, 10);
     failure.trail = trail;
     return failure;

@@ -12,6 +12,10 @@ import sys
 import threading
 
 
+def is_trail(line):
+    return line.startswith("   at (")
+
+
 class Failure(Exception):
     """The command has failed. message: for people, in the system's language; code: of Windows, or None;
     trail: where in mendkit it happened, for its developers."""
@@ -19,12 +23,17 @@ class Failure(Exception):
     def __init__(self, text):
         lines = text.rstrip("\n").split("\n")
         begin = end = len(lines)
-        while end and lines[end - 1].startswith("   at ("):
+        while end and is_trail(lines[end - 1]):
             begin = end = end - 1
-        while begin and not lines[begin - 1].startswith("   at ("):  # above is an earlier failure: the last counts
+        while begin and not is_trail(lines[begin - 1]):  # above is an earlier failure: the last counts
             begin -= 1
+        # The output of a utility that failed may look like anything, also like trails and messages.
+        utility = [at for at in range(end) if re.match(r"Execute .* failed with error code -?\d+:", lines[at])
+                   and (at == 0 or not lines[at - 1] or is_trail(lines[at - 1]))]
+        if utility:
+            begin = utility[0]
         self.message, self.trail = "\n".join(lines[begin:end]), "\n".join(lines[end:])
-        code = re.search(r"\(Error code (\d+)\)", self.message)
+        code = None if utility else re.search(r"\(Error code (\d+)\)", self.message)
         self.code = int(code.group(1)) if code else None
         super().__init__(self.message.strip() or "no text: somebody has ended mendkit, or its log tells more")
 

@@ -170,6 +170,9 @@ check("ended from outside", standin, [], 1, "failure: no text: .*", "code: none"
 script(odd, "out first (Error code 2) at x", "out    at (a line 1)", "out second (Error code 5) at y", "out    at (b line 2)",
        "exit 1")
 check("two failures", standin, [], 1, "failure: second .Error code 5. at y", "code: 5", r"at \(b line 2\)")
+script(odd, "out Execute x failed with error code 3: it says", "out    at (a line 1)", "out Pipe is finished. (Error code 5)",
+       "out    at (b line 2)", "exit 1")
+check("a utility's output", standin, [], 1, "failure: Execute x .*is finished.*", "code: none", r"at \(b line 2\)")
 script(odd, "read", "exit 1")
 check("standard input", standin, [], 1, "failure: 0", "code: none")
 script(odd, 'out {"name": "x", "sta')

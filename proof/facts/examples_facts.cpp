@@ -51,6 +51,8 @@ protected:
             {"child 20000\nout {\"name\": \"x\"}", {}, 0, "x: unknown"},
             {"out a\nout    at (x line 1)\nout b (Error code 5)\nout    at (y line 2)\nexit 1", {}, 1,
                 "failure: b (Error"},
+            {"out Execute x failed with error code 3:\nout    at (x line 1)\nout b (Error code 5)\nexit 1", {}, 1,
+                "code: none"},
             {"crash", {}, 3, "0xC0000005"},
             {"out {", {}, 3, "no answer: "},
             {"sleep 20000", {L"--get-x"}, 2, "it was ended"},
