@@ -19,7 +19,7 @@ bool existsKey(const wchar_t* path)
 
 constexpr wchar_t mark[] = L"SOFTWARE\\mendkit_proof";
 
-/// Other tests leave the stand-in's service, and the kit refuses machines with that.
+/// Other tests leave the stand-in's service and settings, and the kit refuses machines with those.
 struct Kit : testing::Test
 {
     Kit()
@@ -27,6 +27,7 @@ struct Kit : testing::Test
         const UniqueService manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT)),
             service(OpenServiceW(manager.get(), L"KelvoSQLServer", DELETE));
         DeleteService(service.get());
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\WOW6432Node\\Kelvo");
     }
 };
 
