@@ -2,7 +2,7 @@
 //
 //   CallMendkit <seconds> <full path of mendkit.exe> <command> [--name=value ...]
 //
-// Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 not started or not ended in the orderly way.
+// Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 no answer: not started, or not ended by itself.
 // Needs .NET Framework 4.5 or later, nothing else: csc /r:System.Runtime.Serialization.dll CallMendkit.cs
 // Copy the part above Program.
 using System;
@@ -51,7 +51,7 @@ public class MendkitFailure : Exception
     }
 
     MendkitFailure(string message, uint? code, string trail)
-        : base(message == "" ? "no text: somebody has ended mendkit, or its log tells more" : message)
+        : base(message)
     {
         Code = code;
         Trail = trail;
@@ -115,10 +115,11 @@ public static class Mendkit
         foreach (Thread reader in readers)
             reader.Join(2000); // bounded: a process that was started at the same moment may hold the pipe open
         string text = Encoding.UTF8.GetString(output.ToArray()).Replace("\r\n", "\n");
-        if (process.ExitCode == 1)
+        if (process.ExitCode == 1 && text.Trim() != "")
             throw MendkitFailure.In(text);
-        if (process.ExitCode != 0) // 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
-            throw new MendkitNoAnswer(string.Format("mendkit did not end in the orderly way: exit code 0x{0:X} {1}",
+        // 0xC0000005: a fault, 0xC000013A: Ctrl+C, others, also 1 without a text: somebody has ended it
+        if (process.ExitCode != 0)
+            throw new MendkitNoAnswer(string.Format("mendkit ended without an answer: exit code 0x{0:X} {1}",
                 process.ExitCode, Encoding.UTF8.GetString(errors.ToArray())), null);
         try
         {

@@ -2,7 +2,7 @@
 .SYNOPSIS
 Calls mendkit.exe, bounds the time, checks the exit code, parses the answer, tells a failure.
 .DESCRIPTION
-Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 not started or not ended in the orderly way.
+Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 no answer: not started, or not ended by itself.
 Needs Windows PowerShell 5.1, nothing else. Without parameters it only defines its functions: . .\Invoke-Mendkit.ps1
 .EXAMPLE
 .\Invoke-Mendkit.ps1 120 'C:\...\mendkit.exe' '--get-service-status', '--name=PlugPlay'
@@ -60,7 +60,7 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
     # Bounded: a process that was started at the same moment may hold the pipe open.
     [void][System.Threading.Tasks.Task]::WaitAll($copies, 2000)
     $text = [System.Text.Encoding]::UTF8.GetString($output.ToArray()).Replace("`r`n", "`n")
-    if ($process.ExitCode -eq 1) {
+    if ($process.ExitCode -eq 1 -and $text.Trim()) {
         $result.Outcome = 'Failure'
         $lines = $text.TrimEnd("`n").Split("`n")
         $end = $lines.Length
@@ -76,12 +76,12 @@ function Invoke-Mendkit([double]$Seconds, [string]$Program, [string[]]$Arguments
         }
         $message = [string]::Join("`n", $lines, $begin, $end - $begin)
         $result.Message = $message.Trim()
-        if (-not $result.Message) { $result.Message = 'no text: somebody has ended mendkit, or its log tells more' }
         $result.Trail = [string]::Join("`n", $lines, $end, $lines.Length - $end)
         if (-not $isUtility -and $message -match '\(Error code (\d+)\)') { $result.Code = [uint32]$Matches[1] }
-    } elseif ($process.ExitCode -ne 0) { # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
+    } elseif ($process.ExitCode -ne 0) {
+        # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others, also 1 without a text: somebody has ended it
         $told = [System.Text.Encoding]::UTF8.GetString($errors.ToArray())
-        $result.Message = 'mendkit did not end in the orderly way: exit code 0x{0:X} {1}' -f $process.ExitCode, $told
+        $result.Message = 'mendkit ended without an answer: exit code 0x{0:X} {1}' -f $process.ExitCode, $told
     } else {
         try { $result.Answer = ConvertFrom-Json $text } catch { }
         if ($null -ne $result.Answer) { $result.Outcome = 'Answered' }

@@ -2,7 +2,7 @@
 //
 //   call_mendkit <seconds> <full path of mendkit.exe> <command> [--name=value ...]
 //
-// Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 not started or not ended in the orderly way.
+// Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 no answer: not started, or not ended by itself.
 // Needs Windows, C++20 and JsonCpp, nothing else. Copy the part above show().
 
 #include <json/json.h>
@@ -133,7 +133,7 @@ Failure failureIn(const std::string& text)
     for (std::size_t at = begin; at < lines.size(); ++at)
         (at < end ? message : trail) += (at == begin || at == end ? "" : "\n") + lines[at];
     message.erase(0, message.find_first_not_of('\n'));
-    Failure failure(message.empty() ? "no text: somebody has ended mendkit, or its log tells more" : message);
+    Failure failure(message);
     const std::string mark = "(Error code ";
     if (const std::size_t at = message.find(mark); at != std::string::npos && !isUtility)
         failure.code = std::strtoul(message.c_str() + at + mark.size(), nullptr, 10);
@@ -167,11 +167,11 @@ Json::Value call(const std::wstring& program, const std::vector<std::wstring>& a
         output.text.erase(at, 1);
     DWORD code = 0;
     GetExitCodeProcess(process.get(), &code);
-    if (code == 1)
+    if (code == 1 && output.text.find_first_not_of(" \n") != std::string::npos)
         throw failureIn(output.text);
-    if (code != 0) { // 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
+    if (code != 0) { // 0xC0000005: a fault, 0xC000013A: Ctrl+C, others, also 1 without a text: somebody has ended it
         std::ostringstream reason;
-        reason << "mendkit did not end in the orderly way: exit code 0x" << std::hex << std::uppercase << code;
+        reason << "mendkit ended without an answer: exit code 0x" << std::hex << std::uppercase << code;
         throw std::runtime_error(reason.str() + " " + errors.text);
     }
     Json::Value answer; // its numbers are exact up to 2^64 - 1

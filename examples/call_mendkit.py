@@ -2,7 +2,7 @@
 
     python call_mendkit.py <seconds> <full path of mendkit.exe> <command> [--name=value ...]
 
-Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 not started or not ended in the orderly way.
+Exit code: 0 answered, 1 mendkit tells a failure, 2 time-out, 3 no answer: not started, or not ended by itself.
 Needs Python 3.8 or later on Windows, nothing else. Copy the part above "main".
 """
 import json
@@ -35,7 +35,7 @@ class Failure(Exception):
         self.message, self.trail = "\n".join(lines[begin:end]), "\n".join(lines[end:])
         code = None if utility else re.search(r"\(Error code (\d+)\)", self.message)
         self.code = int(code.group(1)) if code else None
-        super().__init__(self.message.strip() or "no text: somebody has ended mendkit, or its log tells more")
+        super().__init__(self.message.strip())
 
 
 class TimeOut(Exception):
@@ -80,11 +80,11 @@ def call(program, arguments, seconds):
     for reader in readers:
         reader.join(2)  # bounded: a process that was started at the same moment may hold the pipe open
     text = b"".join(output).decode("utf-8", "replace").replace("\r\n", "\n")
-    if code == 1:
+    if code == 1 and text.strip():
         raise Failure(text)
-    if code != 0:  # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others: somebody has ended it
+    if code != 0:  # 0xC0000005: a fault, 0xC000013A: Ctrl+C, others, also 1 without a text: somebody has ended it
         told = b"".join(errors).decode("utf-8", "replace")
-        raise NoAnswer(f"mendkit did not end in the orderly way: exit code 0x{code & 0xFFFFFFFF:X} {told}".rstrip())
+        raise NoAnswer(f"mendkit ended without an answer: exit code 0x{code & 0xFFFFFFFF:X} {told}".rstrip())
     try:
         return json.loads(text)
     except ValueError as error:
