@@ -19,7 +19,7 @@ bool existsKey(const wchar_t* path)
 
 constexpr wchar_t mark[] = L"SOFTWARE\\mendkit_proof";
 
-/// Other tests leave the stand-in's service and settings, and the kit refuses machines with those.
+/// Other tests leave the stand-in's service, settings and event log, and the kit refuses machines with those.
 struct Kit : testing::Test
 {
     Kit()
@@ -28,6 +28,7 @@ struct Kit : testing::Test
             service(OpenServiceW(manager.get(), L"KelvoSQLServer", DELETE));
         DeleteService(service.get());
         RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\WOW6432Node\\Kelvo");
+        RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet\\Services\\EventLog\\Kelvo");
     }
 };
 
