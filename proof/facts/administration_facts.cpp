@@ -18,6 +18,10 @@ protected:
 
 } // namespace
 
+#define NEEDS_REMOTING()                                                                                             \
+    if (powershell(L"exit [int](-not (Test-WSMan localhost -ErrorAction SilentlyContinue))").exitCode != 0)          \
+    GTEST_SKIP() << "this machine has no PowerShell remoting"
+
 TEST_F(Administration, CheckSumOfAnArchive)
 {
     NEEDS_POWERSHELL();
@@ -77,11 +81,42 @@ TEST_F(Administration, ScheduledTask)
     EXPECT_EQ("last result: 0\r\nrunning\r\n", result.output) << "no answer of a scheduled task of SYSTEM";
 }
 
+TEST_F(Administration, RollingOut)
+{
+    NEEDS_POWERSHELL();
+    NEEDS_REMOTING();
+    const std::wstring target = root.path() + L"\\admin\\bin64\\";
+    for (const char* const before : {"old", "older"}) { // twice: the second time both names exist
+        std::ofstream((target + L"mendkit.exe").c_str()) << before;
+        const ChildResult result = powershell(L"Set-Location " + powershellLiteral(builtProgram(L"app")) + LR"(
+        $sum = (Get-FileHash .\mendkit.exe).Hash
+        foreach ($session in New-PSSession -ComputerName localhost -ErrorVariable unreachable) {
+            $target = Invoke-Command $session {
+                $panel = (Get-ItemProperty 'HKLM:\SOFTWARE\WOW6432Node\Kelvo\ZRM Config\Config').PRODUCT_ROOT_D
+                "$panel\admin\bin64"
+            }
+            Copy-Item .\mendkit.exe "$target\mendkit-new.exe" -ToSession $session
+            Invoke-Command $session -ArgumentList $target, $sum {
+                param($target, $sum)
+                Set-Location $target -ErrorAction Stop
+                if ((Get-FileHash .\mendkit-new.exe).Hash -ne $sum) { throw 'The copy is damaged.' }
+                if (Test-Path .\mendkit-before.exe) { Remove-Item .\mendkit-before.exe -ErrorAction Stop }
+                if (Test-Path .\mendkit.exe) { Rename-Item .\mendkit.exe mendkit-before.exe -ErrorAction Stop }
+                Rename-Item .\mendkit-new.exe mendkit.exe
+            }
+        }
+        Get-PSSession | Remove-PSSession)");
+        EXPECT_EQ("", result.output) << "the lines complain";
+        EXPECT_EQ(before, readFile(target + L"mendkit-before.exe")) << "the way back is lost";
+        EXPECT_EQ(readFile(mendkit), readFile(target + L"mendkit.exe")) << "the new program is not in its place";
+        DeleteFileW((target + L"mendkit.exe").c_str());
+    }
+}
+
 TEST_F(Administration, Remoting)
 {
     NEEDS_POWERSHELL();
-    if (powershell(L"exit [int](-not (Test-WSMan localhost -ErrorAction SilentlyContinue))").exitCode != 0)
-        GTEST_SKIP() << "this machine has no PowerShell remoting";
+    NEEDS_REMOTING();
     const ChildResult result = powershell(LR"(
         $code = Get-Content -Raw )" + powershellLiteral(builtProgram(L"examples\\Invoke-Mendkit.ps1")) +
                                           LR"(

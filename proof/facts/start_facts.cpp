@@ -120,3 +120,25 @@ TEST_F(Start, LongPaths)
     // Without the prefix it would not be removed with the other files of the test.
     _wsystem((L"cmd /d /c rd /s /q \"\\\\?\\" + root.path() + L"\\" + std::wstring(100, L'd') + L"\"").c_str());
 }
+
+TEST_F(Start, CodesOfTheLoader)
+{
+    SKIP_UNDER_WINE("it replaces missing functions, and its loader's codes are its own");
+    const std::string image = readFile(builtProgram(L"app\\mendkit.exe"));
+    const struct
+    {
+        std::string name, other;
+        DWORD code;
+    } rows[] = {{"msvcrt.dll", "mvscrt.dll", 0xC0000135}, {"GetTickCount64", "GetTickCounts4", 0xC0000139}};
+    for (const auto& [name, other, code] : rows) {
+        std::string damaged = image;
+        const std::size_t at = damaged.find(name + '\0');
+        ASSERT_NE(std::string::npos, at) << name << " is not imported";
+        damaged.replace(at, name.size(), other);
+        const std::wstring program = root.path() + L"\\damaged.exe";
+        std::ofstream(program.c_str(), std::ios::binary) << damaged;
+        const UINT mode = SetErrorMode(SEM_FAILCRITICALERRORS); // inherited: no message box
+        EXPECT_EQ(code, runChild(program, L"--help").exitCode) << "docs/operations.md names another exit code";
+        SetErrorMode(mode);
+    }
+}
