@@ -20,7 +20,7 @@ TEST_F(Texts, InvalidFormat)
 {
     SKIP_UNDER_WINE("the C run time takes every format but a null one");
     int count = 0;
-    // "Format specification syntax: printf and wprintf functions" says that "%n" is disabled by default. It is about
+    // Microsoft's page on the format syntax of printf and wprintf says that "%n" is disabled by default. It is about
     // Microsoft's compilers; msvcrt.dll has no page.
     EXPECT_EQ(L"_scwprintf() failed: invalid arguments", messageIn(failureOf([&] {
         formatString(static_cast<const wchar_t*>(L"a%nb"), &count);
