@@ -70,6 +70,7 @@ serve_time_stamps
 signs signer.p12 "$password" || fail "not signed: $(cat said)"
 osslsigncode verify -CAfile signer.pem -in signed.exe >said || fail "the signature is not valid: $(cat said)"
 grep -qi 'message digest algorithm *: SHA256' said || fail "no SHA-256: $(cat said)"
+! sign_program signed.exe signer.p12 "$password" '' 2>said || fail "a signed program is taken for the unsigned one"
 printf 'x' | dd of=signed.exe bs=1 seek=2000 conv=notrunc status=none
 ! osslsigncode verify -CAfile signer.pem -in signed.exe >said 2>&1 || fail "the signature does not cover the program"
 ! /usr/bin/python3 "$root/scripts/signature_only.py" "$program" signed.exe 2>said || fail "a changed byte passes as a signature"
